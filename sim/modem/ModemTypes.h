@@ -1,0 +1,107 @@
+// What a script of the simulated modem gives and gets: options, messages, records, faults.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace modemsim {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+/// Status of a stored message, as 3GPP TS 27.005 names it in text mode.
+enum class SmsStatus { RecUnread, RecRead, StoUnsent, StoSent };
+
+/// A message in a place of the SIM.
+struct StoredSms {
+    int place = 0; ///< storage place, from 1
+    SmsStatus status = SmsStatus::RecUnread;
+    std::string number;    ///< sender or destination, listed as it stands (without quotes)
+    std::string text;      ///< listed byte for byte, whatever it holds
+    std::string timeStamp; ///< "yy/MM/dd,hh:mm:ss+zz"; empty: none is listed
+};
+
+/// A message that the modem's user has sent with AT+CMGS, Ctrl-Z.
+struct SentSms {
+    std::string number;
+    std::string text; ///< without the Ctrl-Z
+    Clock::time_point time;
+};
+
+/// One line of traffic, control characters as they stood, without its line end.
+struct TrafficLine {
+    enum Direction { ToModem, FromModem };
+    Direction direction;
+    std::string text; ///< an SMS text typed at the prompt ends in the byte 26 (sent) or 27 (given up)
+    Clock::time_point time;
+};
+
+/// What the SIM waits for; the words of AT+CPIN? are in SimCard.cpp.
+enum class SimState { Absent, Ready, NeedsPin, NeedsPuk, PhonePin, PhonePuk, Blocked };
+
+/// How errors are reported: AT+CMEE of 3GPP TS 27.007.
+enum class ErrorMode { Plain = 0, Numeric = 1, Verbose = 2 };
+
+/// The modem as it is bought, wired and switched on. All times are real ones.
+struct Options {
+    std::string link; ///< symbolic link to the terminal, replaced atomically, removed at the end; empty: none
+
+    std::string pin; ///< 4 to 8 digits; empty: the SIM asks for none
+    std::string puk = "12345678";
+    int pinTries = 3;
+    int pukTries = 10;
+    bool simInserted = true;
+    int places = 20; ///< storage places of the SIM
+
+    bool echo = false; ///< ATE1 after power-up
+    ErrorMode errorMode = ErrorMode::Plain;
+    std::vector<std::string> identity = {"TAV-SIM GSM 1.0"}; ///< the lines of ATI
+    std::string operatorName = "TAV NET";                    ///< empty: no network is found
+    int signal = 20;                                         ///< AT+CSQ: 0 to 31, 99 unknown
+    int errorRate = 0;                                       ///< AT+CSQ: 0 to 7, 99 unknown
+    milliseconds registrationTime{0};                        ///< from the unlocked SIM to the network
+    milliseconds sendTime{0};                                ///< from Ctrl-Z to the network's acknowledgement
+    std::size_t longestText = 160;                           ///< a longer one is refused with +CMS ERROR: 305
+
+    milliseconds delay{0};      ///< before each reply
+    std::size_t chunk = 0;      ///< bytes of one write; 0: whole replies
+    milliseconds chunkPause{2}; ///< between two chunks
+
+    bool powered = true;                ///< on at the start
+    int pulsesToStart = 1;              ///< pulses of the power key that switch it on; one pulse switches it off
+    bool keyTurnsOff = true;            ///< false: a pulse never harms a running modem
+    milliseconds shortestPulse{0};      ///< a shorter pulse does nothing
+    milliseconds bootTime{0};           ///< silence after switching on
+    std::vector<std::string> bootLines; ///< sent unasked when it has booted, such as "RDY"
+};
+
+/// One deviation from the usual reply; see ModemSim::react. Made by the functions below.
+struct Reaction {
+    struct Part {
+        milliseconds delay; ///< silence before these bytes
+        std::string bytes;  ///< sent as they stand
+    };
+    std::optional<std::vector<Part>> reply; ///< instead of the usual reply; an empty list is silence
+    milliseconds delay{0};                  ///< silence before the usual reply
+    milliseconds finalDelay{0};             ///< silence between its information text and its final result
+    bool carriedOut = true;                 ///< whether the command takes effect
+
+    static Reaction silence() { return {std::vector<Part>{}, {}, {}, false}; }
+    static Reaction bytes(std::string raw)
+    {
+        return {std::vector<Part>{{milliseconds(0), std::move(raw)}}, {}, {}, false};
+    }
+    static Reaction line(const std::string& text) { return bytes("\r\n" + text + "\r\n"); } ///< such as "ERROR"
+    static Reaction parts(std::vector<Part> list) { return {std::move(list), {}, {}, false}; }
+    static Reaction late(milliseconds by) { return {std::nullopt, by, {}, true}; }
+    static Reaction lateFinal(milliseconds by) { return {std::nullopt, {}, by, true}; }
+    /// The command takes effect, but its reply is lost.
+    static Reaction unheard() { return {std::vector<Part>{}, {}, {}, true}; }
+};
+
+constexpr int kForEver = -1; ///< number of times of a reaction that never wears out
+
+} // namespace modemsim
