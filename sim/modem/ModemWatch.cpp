@@ -1,0 +1,88 @@
+// What scripts of the simulated modem learn: the record, and waiting for what they expect.
+#include "modem/ModemSim.h"
+
+#include "modem/ModemSimImpl.h"
+
+#include <algorithm>
+
+// ---- what happened ----
+
+std::vector<ModemSim::SentSms> ModemSim::sent() const
+{
+    return m_impl->ask([this] { return m_impl->me.sent; });
+}
+
+std::vector<ModemSim::TrafficLine> ModemSim::traffic() const
+{
+    return m_impl->ask([this] { return m_impl->record.lines(); });
+}
+
+std::size_t ModemSim::count(const std::string& prefix) const
+{
+    return m_impl->ask([&] { return m_impl->record.count(prefix); });
+}
+
+std::vector<std::string> ModemSim::commands() const
+{
+    return m_impl->ask([this] { return m_impl->record.commands(); });
+}
+
+std::string ModemSim::transcript() const
+{
+    return m_impl->ask([this] { return m_impl->record.transcript(); });
+}
+
+void ModemSim::clearRecord()
+{
+    m_impl->change([this] {
+        m_impl->record.clear();
+        m_impl->me.sent.clear();
+        m_impl->sentTold = 0;
+    });
+}
+
+// ---- waiting ----
+
+bool ModemSim::waitForSent(std::size_t messages, milliseconds patience) const
+{
+    return waitUntil([&] { return sent().size() >= messages; }, patience);
+}
+
+bool ModemSim::waitForSent(const std::string& number, const std::string& text, milliseconds patience) const
+{
+    const auto matches = [&](const SentSms& message) { return message.number == number && message.text == text; };
+    return waitUntil(
+        [&] {
+            const auto messages = sent();
+            return std::any_of(messages.begin(), messages.end(), matches);
+        },
+        patience);
+}
+
+bool ModemSim::waitForCommand(const std::string& prefix, std::size_t times, milliseconds patience) const
+{
+    return waitUntil([&] { return count(prefix) >= times; }, patience);
+}
+
+bool ModemSim::waitForEmptyStorage(milliseconds patience) const
+{
+    return waitUntil([this] { return stored().empty(); }, patience);
+}
+
+bool ModemSim::waitForClient(milliseconds patience) const
+{
+    return waitUntil([this] { return m_impl->ask([this] { return m_impl->hasUser; }); }, patience);
+}
+
+bool ModemSim::waitUntil(const std::function<bool()>& condition, milliseconds patience) const
+{
+    return m_impl->waitUntil(condition, patience);
+}
+
+void ModemSim::observe(std::function<void(const TrafficLine&)> traffic, std::function<void(const SentSms&)> sent)
+{
+    m_impl->change([&] {
+        m_impl->onTraffic = std::move(traffic);
+        m_impl->onSent = std::move(sent);
+    });
+}

@@ -1,0 +1,61 @@
+// Power and its toggling key.
+#pragma once
+
+#include "modem/ModemTypes.h"
+
+namespace modemsim {
+
+/// Threads: none of its own; its owner's lock guards it.
+class PowerKey {
+public:
+    explicit PowerKey(const Options& options)
+        : m_pulsesToStart(options.pulsesToStart), m_keyTurnsOff(options.keyTurnsOff),
+          m_shortestPulse(options.shortestPulse), m_on(options.powered)
+    {
+    }
+
+    bool isOn() const { return m_on; }
+    int pulses() const { return m_pulses; }
+
+    void set(bool on)
+    {
+        m_on = on;
+        m_missing = m_pulsesToStart;
+    }
+
+    /// A pulse has ended; a modem that is off starts at the last of its pulses, one that is on stops at the first.
+    void pulse(milliseconds length)
+    {
+        ++m_pulses;
+        if (length < m_shortestPulse) {
+            return;
+        }
+        if (!m_on && --m_missing <= 0) {
+            set(true);
+        } else if (m_on && m_keyTurnsOff) {
+            set(false);
+        }
+    }
+
+    void level(bool high)
+    {
+        if (high && !m_high) {
+            m_rise = Clock::now();
+        } else if (!high && m_high) {
+            pulse(std::chrono::duration_cast<milliseconds>(Clock::now() - m_rise));
+        }
+        m_high = high;
+    }
+
+private:
+    const int m_pulsesToStart;
+    const bool m_keyTurnsOff;
+    const milliseconds m_shortestPulse;
+    bool m_on;
+    bool m_high = false;
+    int m_pulses = 0;
+    int m_missing = m_pulsesToStart;
+    Clock::time_point m_rise;
+};
+
+} // namespace modemsim

@@ -1,0 +1,48 @@
+// The scripted faults: which command gets which reaction, how often.
+#pragma once
+
+#include "modem/ModemTypes.h"
+
+#include <list>
+#include <optional>
+#include <string>
+
+namespace modemsim {
+
+/// Threads: none of its own; its owner's lock guards it.
+class Reactions {
+public:
+    void add(std::string prefix, Reaction reaction, int times)
+    {
+        if (times != 0) {
+            m_rows.push_back({std::move(prefix), std::move(reaction), times});
+        }
+    }
+    void clear() { m_rows.clear(); }
+
+    /// Uses up one of the first reaction to what begins so; nothing: the usual reply.
+    std::optional<Reaction> take(const std::string& line)
+    {
+        for (auto row = m_rows.begin(); row != m_rows.end(); ++row) {
+            if (line.compare(0, row->prefix.size(), row->prefix) != 0) {
+                continue;
+            }
+            Reaction reaction = row->reaction;
+            if (row->times != kForEver && --row->times == 0) {
+                m_rows.erase(row);
+            }
+            return reaction;
+        }
+        return std::nullopt;
+    }
+
+private:
+    struct Row {
+        std::string prefix;
+        Reaction reaction;
+        int times;
+    };
+    std::list<Row> m_rows;
+};
+
+} // namespace modemsim

@@ -1,0 +1,35 @@
+// The record of every line in both directions.
+#pragma once
+
+#include "modem/ModemTypes.h"
+
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace modemsim {
+
+/// Threads: none of its own; its owner's lock guards it.
+class TrafficRecord {
+public:
+    void toModem(const std::string& line);
+    void fromModem(const std::string& bytes); ///< cut into lines; empty ones are left out
+    void clear();
+
+    std::vector<TrafficLine> lines() const { return {m_lines.begin(), m_lines.end()}; }
+    std::size_t count(const std::string& prefix) const; ///< lines to the modem that begin so
+    std::vector<std::string> commands() const;
+    std::string transcript() const;
+    /// What has come since the last call, for observers.
+    std::vector<TrafficLine> takeNews();
+
+private:
+    void add(TrafficLine::Direction direction, std::string text);
+
+    std::deque<TrafficLine> m_lines;
+    std::vector<TrafficLine> m_news;
+    std::string m_partial; // of the modem's last line
+    const Clock::time_point m_start = Clock::now();
+};
+
+} // namespace modemsim
