@@ -104,4 +104,6 @@ struct Reaction {
 
 constexpr int kForEver = -1; ///< number of times of a reaction that never wears out
 
+std::string visible(const std::string& text); ///< control characters as \xNN
+
 } // namespace modemsim

@@ -162,7 +162,8 @@ std::string timeStampNow()
     std::tm parts{};
     gmtime_r(&now, &parts);
     char text[32];
-    return {text, std::strftime(text, sizeof text, "%y/%m/%d,%H:%M:%S+00", &parts)};
+    const std::size_t length = std::strftime(text, sizeof text, "%Y/%m/%d,%H:%M:%S+00", &parts);
+    return std::string(text, length).substr(2);
 }
 
 std::string ucs2Hex(const std::string& utf8)

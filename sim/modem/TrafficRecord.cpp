@@ -14,6 +14,8 @@ bool isCommand(const TrafficLine& line, const std::string& prefix)
     return line.direction == TrafficLine::ToModem && line.text.compare(0, prefix.size(), prefix) == 0;
 }
 
+} // namespace
+
 std::string visible(const std::string& text)
 {
     std::string shown;
@@ -25,8 +27,6 @@ std::string visible(const std::string& text)
     }
     return shown;
 }
-
-} // namespace
 
 void TrafficRecord::toModem(const std::string& line)
 {
