@@ -1,0 +1,163 @@
+// Start-up and the run loop.
+#include "GSMIOmanager.h"
+
+#include "VelIdentifier.h"
+#include "properties.h"
+#include "scopedLock.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kPropertiesPath[] = "/etc/tav/telnodriver.conf";
+constexpr int kServerPort = 60000;
+constexpr int kTavLiteHardware = 1;
+constexpr int kPollPeriodMs = 120 * 1000;
+
+template <size_t width> void copyCut(char (&field)[width], const char* text)
+{
+    strncpy(field, text, width - 1);
+    field[width - 1] = '\0';
+}
+
+int64_t monotonicMs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+} // namespace
+
+GSMIOmanager* GSMIOmanager::mInstance = nullptr;
+
+void GSMIOmanager::start()
+{
+    if (mInstance != nullptr)
+        return;
+    mInstance = new GSMIOmanager();
+    mInstance->run();
+}
+
+GSMIOmanager::GSMIOmanager(const property_values& configuration)
+    : cWlog("GSMIOmanager"), mConfig_struct(configuration), mObjectClient(nullptr), mOutputPortLabels(new WList),
+      mOutputPorts(nullptr), mConn(nullptr), mConnLst(new WList), mGsm_handler_thread(), mSmsQHandler(nullptr),
+      mTriggerPortLabels(new WList), mTriggerPorts(nullptr), got_sms(false), hasGsm(false), m_Sms(true),
+      m_RequestSmsSend(true), isamatch_logger(new cWlog("VelIdentifier")), mPortListMutex(), mEvaluationMutex(),
+      mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mPassUnderWay(false)
+{
+    pthread_mutex_init(&mPortListMutex, nullptr);
+    pthread_mutex_init(&mEvaluationMutex, nullptr);
+}
+
+GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
+{
+    readConfiguration();
+
+    // From here on messages may be delivered: everything that they touch exists.
+    mObjectClient = new cObjectClient();
+    mObjectClient->addListener(this);
+    if (!mObjectClient->start(mConfig_struct.host, kServerPort))
+        error("The object client could not be started on %s", mConfig_struct.host);
+
+    mConn = new cIOpairs(mConfig_struct.ioPairFile);
+    WList* connections = mConn->getConnectionLst();
+    if (connections != nullptr) {
+        ScopedLock evaluation(mEvaluationMutex);
+        delete mConnLst;
+        mConnLst = connections;
+    }
+}
+
+GSMIOmanager::~GSMIOmanager() = default;
+
+void GSMIOmanager::readConfiguration()
+{
+    cProperties properties;
+    copyCut(mConfig_struct.configFile, kPropertiesPath);
+    (void)properties.load(mConfig_struct.configFile); // without the file every key takes its default
+    cWlog::init(mConfig_struct.configFile);
+
+    copyCut(mConfig_struct.host, properties.getString("host", "127.0.0.1"));
+    copyCut(mConfig_struct.ioPairFile, properties.getString("ioPairFile", "/etc/tav/telnodriver.xml"));
+    copyCut(mConfig_struct.serialPortName, properties.getString("serialPortName", "/dev/ttyS3"));
+    copyCut(mConfig_struct.gsmconfigFile, properties.getString("gsmconfigFile", "/etc/tav/gsmconnections.xml"));
+    copyCut(mConfig_struct.simPin, properties.getString("simPin", "1357"));
+}
+
+bool GSMIOmanager::isAMatch(cWlog* logger)
+{
+    VelIdentifier identifier(logger);
+    return identifier.getHardwareNumber() == kTavLiteHardware;
+}
+
+void GSMIOmanager::run()
+{
+    if (!isAMatch(isamatch_logger)) {
+        info("Not TAVLite card... disabling GSM");
+        hasGsm = false;
+    } else if (isAMatch(isamatch_logger)) {
+        hasGsm = true;
+        info("TAVLite card");
+    }
+
+    debug("Threading\n");
+    if (hasGsm) {
+        attachSendRequestQueue();
+        const int failed = pthread_create(&mGsm_handler_thread, nullptr, create_gsm_handler, this);
+        if (failed != 0)
+            error("The GSM handler thread could not be started: %s", strerror(failed));
+    }
+    debug("After Threading\n");
+
+    {
+        ScopedLock evaluation(mEvaluationMutex); // the delivery thread may be walking the same lists
+        mConnLst->reset();
+        while (auto* connection = static_cast<tavConnection*>(mConnLst->get())) {
+            update_lable_list(connection->getTrigger(), true);
+            update_lable_list(connection->getAction(), false);
+            mConnLst->step();
+        }
+    }
+
+    for (;;) {
+        debug("Polling Triggers");
+        update_lists();
+        check_trigger_values();
+        waitForPoll();
+    }
+}
+
+// The queue is where evaluations find it, and the manager its listener, before the first evaluation on this thread.
+void GSMIOmanager::attachSendRequestQueue()
+{
+    auto* queue = new cGsmQManager();
+    queue->subscribe(this);
+    ScopedLock evaluation(mEvaluationMutex);
+    mSmsQHandler = queue;
+}
+
+// Sleeps for the poll period, or until the object server has said that it is new. An interrupted wait goes on.
+void GSMIOmanager::waitForPoll()
+{
+    const int64_t end = monotonicMs() + kPollPeriodMs;
+    for (;;) {
+        const int64_t left = end - monotonicMs();
+        if (left <= 0)
+            return;
+        pollfd wake = {mWakeFd, POLLIN, 0};
+        const int ready = poll(&wake, 1, static_cast<int>(left));
+        if (ready > 0) {
+            uint64_t count;
+            (void)!read(mWakeFd, &count, sizeof count);
+            return;
+        }
+        if (ready < 0 && errno != EINTR)
+            sleep(1); // out of memory for the wait: poll again, without a spin
+    }
+}

@@ -1,0 +1,156 @@
+// Trigger trees to states, states to outputs.
+#include "GSMIOmanager.h"
+
+#include "scopedLock.h"
+#include "smsSendRequestEvent.h"
+
+namespace {
+
+constexpr uint8_t kGsmDevice = 9;
+
+// An active trigger drives an output away from its default state, an inactive one back to it.
+cObject::eObjectIOState targetState(GSMIOmanager::eTrigState state, cObject::eObjectIOState defaultState)
+{
+    const bool active = state == GSMIOmanager::SET;
+    switch (defaultState) {
+    case cObject::OBJ_IO_STATE_SET:
+        return active ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET;
+    case cObject::OBJ_IO_STATE_CLEAR:
+        return active ? cObject::OBJ_IO_STATE_SET : cObject::OBJ_IO_STATE_CLEAR;
+    default:
+        return cObject::OBJ_IO_STATE_UNKNOWN;
+    }
+}
+
+} // namespace
+
+void GSMIOmanager::check_trigger_values()
+{
+    ScopedLock evaluation(mEvaluationMutex);
+    evaluateConnections(mSmsQHandler);
+}
+
+void GSMIOmanager::evaluateConnections(cGsmQManager* smsQHandler)
+{
+    mConnLst->reset();
+    for (uint16_t i = mConnLst->size(); i > 0; --i) {
+        if (auto* connection = static_cast<tavConnection*>(mConnLst->get()))
+            handleConnection(connection, smsQHandler);
+        mConnLst->step();
+    }
+}
+
+void GSMIOmanager::handleConnection(tavConnection* conn, cGsmQManager* smsQHandler)
+{
+    if (conn->getTrigger() == nullptr)
+        return;
+    const eTrigState state = getTriggerState(conn->getTrigger());
+    if (state == OFFLINE || conn->getAction() == nullptr)
+        return;
+    setActionState(state, conn->getAction(), smsQHandler);
+}
+
+GSMIOmanager::eTrigState GSMIOmanager::getTriggerState(tavTrigger* trigger)
+{
+    if (trigger->getTriggerLst() == nullptr)
+        return handleTrigger(trigger);
+    switch (trigger->getOperation()) {
+    case tavTrigger::OR:
+        return handleORtrigger(trigger->getTriggerLst());
+    case tavTrigger::AND:
+        return handleANDtrigger(trigger->getTriggerLst());
+    default:
+        return OFFLINE;
+    }
+}
+
+GSMIOmanager::eTrigState GSMIOmanager::handleTrigger(tavTrigger* trigger)
+{
+    const char* label = trigger->getLabel();
+    if (label[0] == '\0') {
+        debug("Trigger Label is NULL");
+        return OFFLINE;
+    }
+    cObjectPort* input = getInputs(label, trigger->getType());
+    if (input == nullptr) {
+        debug("Could not find input %s", label);
+        return OFFLINE;
+    }
+    const bool active = input->getPortStatus() == cObject::OBJ_STATUS_ALARM_SET;
+    debug("Found trigger %s alarm_state %s", label, active ? "SET" : "CLEAR");
+    return active != trigger->getInvert() ? SET : RESET;
+}
+
+GSMIOmanager::eTrigState GSMIOmanager::handleORtrigger(WList* trigLst)
+{
+    return firstOrLast(SET, trigLst);
+}
+
+GSMIOmanager::eTrigState GSMIOmanager::handleANDtrigger(WList* trigLst)
+{
+    return firstOrLast(RESET, trigLst);
+}
+
+// The first child in the deciding state ends the walk; otherwise the last child evaluated has the word.
+GSMIOmanager::eTrigState GSMIOmanager::firstOrLast(eTrigState deciding, WList* trigLst)
+{
+    eTrigState state = OFFLINE;
+    trigLst->reset();
+    for (uint16_t i = trigLst->size(); i > 0; --i) {
+        if (auto* child = static_cast<tavTrigger*>(trigLst->get())) {
+            state = getTriggerState(child);
+            if (state == deciding)
+                break;
+        }
+        trigLst->step();
+    }
+    return state;
+}
+
+void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cGsmQManager* smsQHandler)
+{
+    debug("inside set acion state\n");
+    debug("Action Operation is: %d", action->getOperation());
+    if (action->getOperation() == tavTrigger::INVERSE && state == RESET) {
+        debug("This is an inverse reset");
+        state = SET;
+    } else if (action->getOperation() == tavTrigger::INVERSE && state == SET) {
+        debug("This is an inverse SET");
+        state = RESET;
+    }
+    if (state != SET && state != RESET)
+        return;
+
+    if (action->getType() == kGsmDevice) {
+        if (smsQHandler != nullptr) {
+            debug("ADD TO SMS REQUEST\n");
+            smsQHandler->iInsertEvent(new smsSendRequestEvent());
+        }
+        return;
+    }
+    driveOutput(state, action, false);
+}
+
+// The output step of both action steps; they differ in one line of trace.
+void GSMIOmanager::driveOutput(eTrigState state, tavTrigger* action, bool commanded)
+{
+    cObjectDOutput* output = getOutputs(action->getLabel(), action->getType());
+    if (output == nullptr)
+        return;
+    const char* label = output->getPortLabel();
+    debug("Got Output: %s state: %d\n", label, output->getOutputState());
+
+    const cObject::eObjectIOState target = targetState(state, output->getDefaultState());
+    if (output->getOutputState() == target) {
+        if (commanded)
+            debug("Output %s Already Good", label);
+        else
+            debug("Port %s Already Good", label);
+        return;
+    }
+    if (target != cObject::OBJ_IO_STATE_UNKNOWN)
+        output->setOutputState(target);
+    output->setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
+    (void)mObjectClient->set(output); // a lost write shows at the next refresh
+    info("Setting %s, state: %s", label, target == cObject::OBJ_IO_STATE_SET ? "SET" : "CLEAR");
+}

@@ -1,0 +1,160 @@
+// The GSM handler thread: set-up of the modem with power pulses, then SMS passes and send requests as its flags say.
+#include "GSMIOmanager.h"
+
+#include "gsmIOpairs.h"
+#include "scopedLock.h"
+#include "velio.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr int kSetupAttempts = 6;
+constexpr useconds_t kPollMicroseconds = 1010;
+constexpr timespec kPulse = {1, 500000000};
+constexpr char kPowerPin[] = "GSM_PWR";
+constexpr int kMaxPins = 4096; // far more than any card has; a driver that claims more is not believed
+
+// Finds the power pin in the driver's table; the last one of that name wins. False when there is none.
+bool findPowerPin(int device, cWlog* logger, uint16_t& pin)
+{
+    const int count = ioctl(device, VEL_IO_PIN_COUNT);
+    if (count <= 0)
+        return false;
+    if (count > kMaxPins) {
+        logger->error("%s claims %d pins: no pin is looked for", VEL_IO_DEVICE, count);
+        return false;
+    }
+    logger->debug("Looking for GSM pin \"%s\"", kPowerPin);
+    std::vector<vel_io_pin_cfg> table(static_cast<size_t>(count), vel_io_pin_cfg{});
+    if (ioctl(device, VEL_IO_PIN_TABLE, table.data()) <= 0)
+        return false;
+
+    bool found = false;
+    for (size_t i = 0; i < table.size(); ++i) {
+        vel_io_pin_cfg& entry = table[i];
+        entry.pin_desc[sizeof entry.pin_desc - 1] = '\0';
+        logger->debug("PIN DESC: %s, ID:%d\n", entry.pin_desc, static_cast<int>(i));
+        if (strcmp(entry.pin_desc, kPowerPin) == 0) {
+            found = true;
+            pin = entry.pin_id;
+            logger->debug("Found GSM pin %d level is:%d", entry.pin_id, entry.def_level);
+        }
+    }
+    return found;
+}
+
+void setLevel(int device, uint16_t pin, uint16_t level, cWlog* logger)
+{
+    const vel_io_pin_status status = {pin, level};
+    ssize_t written;
+    do
+        written = write(device, &status, sizeof status);
+    while (written < 0 && errno == EINTR);
+    if (written != static_cast<ssize_t>(sizeof status))
+        logger->error("%s: level %d of pin %d could not be set: %s", VEL_IO_DEVICE, level, pin,
+                      written < 0 ? strerror(errno) : "short write");
+}
+
+// A signal does not shorten the pulse.
+void sleepWhole(timespec time)
+{
+    while (nanosleep(&time, &time) != 0 && errno == EINTR) {
+    }
+}
+
+} // namespace
+
+void GSMIOmanager::EventOccured(ModemEvent& /*evt*/)
+{
+    info("Modem event occured\n");
+    if (mPassUnderWay)
+        warn("A modem event came during an SMS pass: the message it reports may be deleted unread");
+    set_sms(true);
+}
+
+void GSMIOmanager::EventOccured(smsSendRequestEvent& /*evt*/)
+{
+    info("Sms send request event occured\n");
+    set_RequestSmsSend(true);
+}
+
+void* GSMIOmanager::create_gsm_handler(void* thing)
+{
+    auto* manager = static_cast<GSMIOmanager*>(thing);
+    auto* logger = new cWlog("gsm_handler_tread");
+    logger->debug("GSM HANDLER CREATED\n");
+
+    // These live as long as the process, like the thread.
+    auto* config_struct = new property_values(manager->mConfig_struct);
+    auto* gsm_connection = new cIOpairs(config_struct->ioPairFile);
+    auto* reader = new cgsmIOpairs();
+    cEnumeratedList<cgsmMessageInfo>* gsmInfoList = reader->getGsmInfoList(config_struct->gsmconfigFile);
+    if (gsmInfoList == nullptr)
+        gsmInfoList = new cEnumeratedList<cgsmMessageInfo>();
+
+    auto* gsmObj = new Gsm();
+    const bool setupCorr = gsmObj->initialiseGsm(config_struct->serialPortName, config_struct->simPin) &&
+                           manager->setupWithPulses(gsmObj, logger);
+    for (;;) {
+        if (setupCorr) {
+            if (manager->m_Sms)
+                manager->handle_sms(gsmObj, gsmInfoList, gsm_connection, logger);
+            if (manager->m_RequestSmsSend)
+                manager->serveSendRequest(logger);
+        }
+        usleep(kPollMicroseconds);
+    }
+}
+
+// The modem's set-up, up to six times, with a power pulse after each that fails.
+bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
+{
+    gsmObj->subscribe(this);
+    for (int attempt = 0; attempt < kSetupAttempts; ++attempt) {
+        if (gsmObj->setupModem()) {
+            logger->info("modem setup correctly");
+            return true;
+        }
+        toggle_GSM_power(logger);
+        logger->debug("modem setup incorrectly---may be power issue toggling power %d", attempt);
+    }
+    logger->error(
+        "The modem could not be set up in %d attempts: no SMS is read or sent until the daemon is started again",
+        kSetupAttempts);
+    return false;
+}
+
+// Evaluates every connection. This evaluation posts no request itself, or it would be served for ever.
+void GSMIOmanager::serveSendRequest(cWlog* logger)
+{
+    logger->debug("SEND REQUEST RECIEVED");
+    {
+        ScopedLock evaluation(mEvaluationMutex);
+        evaluateConnections(nullptr);
+    }
+    set_RequestSmsSend(false);
+}
+
+void GSMIOmanager::toggle_GSM_power(cWlog* logger)
+{
+    const int device = open(VEL_IO_DEVICE, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    if (device < 0) {
+        logger->warn("%s: %s: the modem's power is not pulsed", VEL_IO_DEVICE, strerror(errno));
+        return;
+    }
+    uint16_t pin = 0;
+    if (findPowerPin(device, logger, pin)) {
+        setLevel(device, pin, 1, logger);
+        sleepWhole(kPulse);
+        setLevel(device, pin, 0, logger);
+    } else {
+        logger->warn("%s has no pin \"%s\": the modem's power is not pulsed", VEL_IO_DEVICE, kPowerPin);
+    }
+    close(device);
+}

@@ -1,0 +1,235 @@
+// The SMS pass: commands from listed numbers, answers, alarm texts. All of it runs on the GSM handler thread.
+#include "GSMIOmanager.h"
+
+#include "scopedLock.h"
+#include "sms.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr uint8_t kGsmDevice = 9;
+constexpr size_t kCommandLength = 159; // of a text's characters, those that the command word is looked for in
+constexpr int kLastPlace = 10;         // storage places 1 to 10 are emptied after every pass
+
+bool endsIn(const char* text, size_t length, const char* word)
+{
+    const size_t wordLength = strlen(word);
+    return length >= wordLength && memcmp(text + length - wordLength, word, wordLength) == 0;
+}
+
+// Writes whether the number is one of the record's, after comparing all of them.
+bool isListed(cgsmMessageInfo* record, const char* smsNumber, cWlog* logger)
+{
+    bool listed = false;
+    for (int i = 0; i < record->get_numCount(); ++i) {
+        char quoted[29];
+        snprintf(quoted, sizeof quoted, "\"%s\"", record->get_numList(i));
+        logger->debug("tempnum:|%s| \t smsNum:|%s| \n", quoted, smsNumber);
+        if (strcmp(quoted, smsNumber) == 0)
+            listed = true;
+    }
+    return listed;
+}
+
+// The number's form without its last digits, for a log that others read.
+std::string masked(std::string number)
+{
+    for (size_t i = number.size(), hidden = 0; i-- > 0 && hidden < 4;) {
+        if (number[i] >= '0' && number[i] <= '9') {
+            number[i] = '*';
+            ++hidden;
+        }
+    }
+    return number;
+}
+
+void releaseMessages(cEnumeratedList<Sms>* list)
+{
+    for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext())
+        delete sms;
+    delete list;
+}
+
+void releaseConnections(WList* connections)
+{
+    connections->reset();
+    while (auto* connection = static_cast<tavConnection*>(connections->get())) {
+        delete connection;
+        connections->step();
+    }
+    delete connections;
+}
+
+} // namespace
+
+key get_onoff(const char* message)
+{
+    const size_t length = strnlen(message, kCommandLength);
+    if (endsIn(message, length, "OFF"))
+        return OFF;
+    if (endsIn(message, length, "ON"))
+        return ON;
+    if (endsIn(message, length, "QUERY"))
+        return Query;
+    return ON;
+}
+
+char* get_state_string(uint8_t val, cWlog* mainlog)
+{
+    static char high[] = "HIGH";
+    static char low[] = "LOW";
+    static char unknown[] = "Default";
+    switch (val) {
+    case 1:
+        mainlog->debug("state:HIGH\n");
+        return high;
+    case 0:
+        return low;
+    default:
+        mainlog->debug("state:UNKNOWN\n");
+        return unknown;
+    }
+}
+
+void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
+                              cWlog* logger)
+{
+    mPassUnderWay = true;
+    cEnumeratedList<Sms>* list = gsmObj->readSms();
+    if (list == nullptr) {
+        logger->error("The stored messages could not be read; places 1 to %d are emptied all the same", kLastPlace);
+        list = new cEnumeratedList<Sms>();
+    }
+    for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
+        if (sms->getRead())
+            continue;
+        logger->info("New message recieved\n");
+        obey(sms, gsmObj, gsmInfoList, gsm_connection, logger);
+        gsmInfoList->resetEnum();
+        sms->setRead(true);
+    }
+    m_Sms = false;
+    mPassUnderWay = false;
+    releaseMessages(list);
+    for (int place = 1; place <= kLastPlace; ++place)
+        gsmObj->deleteSms(place);
+}
+
+// Tries every record against one message.
+void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
+                        cWlog* logger)
+{
+    const char* text = sms->getMessage() != nullptr ? sms->getMessage() : "";
+    const char* number = sms->getNumber() != nullptr ? sms->getNumber() : "";
+    bool known = false;
+    bool obeyed = false;
+    for (cgsmMessageInfo* record = gsmInfoList->first(); record != nullptr; record = gsmInfoList->getNext()) {
+        logger->debug("Tempmsg:%s\t smsMessage:%s \n", record->get_message(), text);
+        if (strncmp(text, record->get_message(), strlen(record->get_message())) != 0)
+            continue;
+        logger->debug("Labels match\n");
+        known = true;
+        if (!isListed(record, number, logger))
+            continue;
+        obeyed = true;
+        const key word = get_onoff(text);
+        if (word == Query)
+            answerQuery(record, number, gsmObj, logger);
+        else
+            obeyOnOff(word == ON, record, gsmObj, gsmInfoList, gsm_connection, logger);
+    }
+    if (!obeyed)
+        logger->info("SMS from %s refused: %s", masked(number).c_str(),
+                     known ? "the sender is not listed for its text" : "no configured message begins its text");
+}
+
+void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm* gsmObj, cWlog* logger)
+{
+    char unquoted[16];
+    snprintf(unquoted, sizeof unquoted, "%s", number);
+    const size_t length = strlen(unquoted);
+    if (length < 2)
+        return;
+    unquoted[length - 1] = '\0';
+    char* destination = unquoted + 1;
+
+    char reply[160];
+    snprintf(reply, sizeof reply, "%s STATE:%s", record->get_message(), get_state_string(record->get_state(), logger));
+    logger->debug("SEND query message:|%s| to number:|%s|\n", reply, destination);
+    if (!gsmObj->sendSMS(destination, reply))
+        logger->error("The answer to %s was not sent", masked(destination).c_str());
+}
+
+void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
+                             cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection, cWlog* logger)
+{
+    WList* connections = gsm_connection->getConnectionLst(); // a list of this thread's own
+    if (connections == nullptr) {
+        record->set_state(on ? 1 : 0); // commanded, though nothing can be driven
+        return;
+    }
+    connections->reset();
+    while (auto* connection = static_cast<tavConnection*>(connections->get())) {
+        WList* children = connection->getTrigger()->getTriggerLst();
+        children->reset();
+        while (auto* child = static_cast<tavTrigger*>(children->get())) {
+            if (strcmp(child->getLabel(), record->get_label()) == 0) {
+                if (on)
+                    logger->debug("Message said turn ON\n");
+                else
+                    logger->debug("Message said turn OFF\n");
+                record->set_state(on ? 1 : 0);
+                gsmInfoList->set_point();
+                setActionState(on ? SET : RESET, connection->getAction(), gsmInfoList, gsmObj);
+                gsmInfoList->restore_point();
+            }
+            children->step();
+        }
+        connections->step();
+    }
+    releaseConnections(connections);
+}
+
+void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
+                                  Gsm* gsmObj)
+{
+    debug("inside crazy GSM set action state\n");
+    debug("Action Operation is: %d", action->getOperation());
+    if (action->getOperation() == tavTrigger::INVERSE && (state == SET || state == RESET)) {
+        debug("This is an inverse");
+        state = state == SET ? RESET : SET;
+    }
+    if (state != SET && state != RESET)
+        return;
+
+    if (action->getType() == kGsmDevice) {
+        if (gsmInfoList != nullptr && gsmObj != nullptr)
+            sendAlarms(action->getLabel(), gsmInfoList, gsmObj);
+        return;
+    }
+    ScopedLock evaluation(mEvaluationMutex);
+    driveOutput(state, action, true);
+}
+
+// The alarm of every record with this label that is not off already. No lock is held: each text takes seconds.
+void GSMIOmanager::sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj)
+{
+    for (cgsmMessageInfo* record = gsmInfoList->first(); record != nullptr; record = gsmInfoList->getNext()) {
+        if (strcmp(record->get_label(), label) != 0 || record->get_state() == 0)
+            continue;
+        char alarm[136];
+        snprintf(alarm, sizeof alarm, "%s LOW", record->get_message());
+        record->set_state(0);
+        printf("matching output lables\n");
+        printf("sending sms to all numbers\n");
+        for (int j = 0; j < record->get_numCount(); ++j) {
+            char* number = record->get_numList(j);
+            printf("number:|%s| \t message:|%s|\t j:|%d|\n", number, alarm, j);
+            if (!gsmObj->sendSMS(number, alarm))
+                error("The alarm for %s was not sent to %s", label, masked(number).c_str());
+        }
+    }
+}
