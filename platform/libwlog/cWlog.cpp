@@ -1,0 +1,154 @@
+#include "cWlog.h"
+
+#include "logSetup.h"
+#include "visibleText.h"
+
+#include <log4cpp/Appender.hh>
+#include <log4cpp/Category.hh>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
+
+static_assert(static_cast<int>(cWlog::ERROR) == static_cast<int>(log4cpp::Priority::ERROR) &&
+                  static_cast<int>(cWlog::DEBUG) == static_cast<int>(log4cpp::Priority::DEBUG),
+              "priorities are log4cpp's");
+
+std::atomic<bool> cWlog::mInitialised{false};
+
+namespace {
+
+/// Guards every mLogBuffer and log4cpp's configuration; a thread that writes a line holds it to the line's end.
+std::mutex gate;
+
+/// Set when the process runs down: log4cpp then takes its categories apart, and threads that still run log nothing.
+std::atomic<bool> closed{false};
+
+/// Prepares log4cpp before main, while there is one thread.
+struct Lifetime {
+    Lifetime()
+    {
+        log4cpp::Category::getRoot();
+        // Held for ever: without it the last source file's static storage would delete the appenders at exit.
+        static auto* const appenders = new log4cpp::Appender::AppenderMapStorageInitializer;
+        (void)appenders;
+        std::atexit([] {
+            closed = true;
+            const std::lock_guard<std::mutex> lock(gate); // a line on its way is still written
+        });
+    }
+} const lifetime;
+
+log4cpp::Category& category(const char* name)
+{
+    return log4cpp::Category::getInstance(name != nullptr ? name : "");
+}
+
+} // namespace
+
+cWlog::cWlog(const char* name) : mCatName(name), mCategory(&category(name))
+{
+    mLogBuffer[0] = '\0';
+}
+
+void cWlog::init(const char* file)
+{
+    static std::vector<std::string> told; // guarded by gate
+    std::vector<std::string> troubles;
+    {
+        const std::lock_guard<std::mutex> lock(gate);
+        troubles = logSetup::fromFile(file);
+        mInitialised = true;
+        std::swap(told, troubles);
+        if (told == troubles) {
+            return;
+        }
+        troubles = told;
+    }
+    cWlog logger("cWlog");
+    for (const std::string& trouble : troubles) {
+        logger.error("%s", trouble.c_str());
+    }
+}
+
+void cWlog::init(WlogPiority priority)
+{
+    const std::lock_guard<std::mutex> lock(gate);
+    logSetup::toStandardError(priority);
+    mInitialised = true;
+}
+
+log4cpp::Category& cWlog::getLog(const char* name)
+{
+    return category(name);
+}
+
+void cWlog::setLogName(const char* name)
+{
+    mCatName = name;
+    mCategory = &category(name);
+}
+
+bool cWlog::debugEnabled()
+{
+    return enabled(DEBUG);
+}
+
+bool cWlog::enabled(WlogPiority priority) const
+{
+    return !closed.load(std::memory_order_relaxed) && mCategory->isPriorityEnabled(priority);
+}
+
+void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
+{
+    const std::lock_guard<std::mutex> lock(gate);
+    if (closed) {
+        return;
+    }
+    if (std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) < 0) {
+        return;
+    }
+    try {
+        mCategory->log(priority, visibleText(mLogBuffer)); // the overload that takes a finished text, not a format
+    } catch (...) {
+        return; // out of memory for a line of the log: the line is lost, the daemon is not
+    }
+}
+
+// The five differ in their priority only; a macro is the one way to hand on a variable argument list without a va_list
+// in each of them.
+#define CWLOG_LINE(priority)                                                                                           \
+    if (enabled(priority)) {                                                                                           \
+        va_list arguments;                                                                                             \
+        va_start(arguments, format);                                                                                   \
+        write(priority, format, arguments);                                                                            \
+        va_end(arguments);                                                                                             \
+    }
+
+void cWlog::debug(const char* format, ...)
+{
+    CWLOG_LINE(DEBUG)
+}
+
+void cWlog::info(const char* format, ...)
+{
+    CWLOG_LINE(INFO)
+}
+
+void cWlog::warn(const char* format, ...)
+{
+    CWLOG_LINE(WARN)
+}
+
+void cWlog::error(const char* format, ...)
+{
+    CWLOG_LINE(ERROR)
+}
+
+void cWlog::fatal(const char* format, ...)
+{
+    CWLOG_LINE(FATAL)
+}

@@ -1,0 +1,72 @@
+#include "visibleText.h"
+
+#include <cstring>
+
+namespace {
+
+/// Bytes of the UTF-8 sequence (RFC 3629) of one printable character at @p text, or 0 when none stands there.
+size_t printableLength(const unsigned char* text)
+{
+    const unsigned char lead = text[0];
+    if (lead < 0x80) {
+        return lead >= 0x20 && lead != 0x7f ? 1 : 0;
+    }
+    const size_t length = lead >= 0xc2 && lead <= 0xdf   ? 2
+                          : lead >= 0xe0 && lead <= 0xef ? 3
+                          : lead >= 0xf0 && lead <= 0xf4 ? 4
+                                                         : 0;
+    for (size_t i = 1; i < length; ++i) {
+        if ((text[i] & 0xc0) != 0x80) { // also stops at the terminator
+            return 0;
+        }
+    }
+    const bool control = lead == 0xc2 && text[1] < 0xa0;
+    const bool overlong = (lead == 0xe0 && text[1] < 0xa0) || (lead == 0xf0 && text[1] < 0x90);
+    const bool outside = (lead == 0xed && text[1] >= 0xa0) || (lead == 0xf4 && text[1] >= 0x90);
+    return control || overlong || outside ? 0 : length;
+}
+
+void appendEscape(std::string& line, unsigned char byte)
+{
+    static const char digits[] = "0123456789abcdef";
+    switch (byte) {
+    case '\n':
+        line += "\\n";
+        break;
+    case '\r':
+        line += "\\r";
+        break;
+    case '\t':
+        line += "\\t";
+        break;
+    default:
+        line += "\\x";
+        line += digits[byte >> 4];
+        line += digits[byte & 0xf];
+    }
+}
+
+} // namespace
+
+std::string visibleText(const char* text)
+{
+    size_t left = std::strlen(text);
+    if (left > 0 && text[left - 1] == '\n') {
+        --left;
+    }
+    std::string line;
+    line.reserve(left);
+    while (left > 0) {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+        const size_t length = printableLength(bytes);
+        if (length > 0) {
+            line.append(text, length);
+        } else {
+            appendEscape(line, *bytes);
+        }
+        const size_t taken = length > 0 ? length : 1;
+        text += taken;
+        left -= taken;
+    }
+    return line;
+}
