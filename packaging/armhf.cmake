@@ -1,0 +1,6 @@
+# 32-bit ARM with hardware floating point: the card.
+set(TELNO_ARCHITECTURE armhf)
+set(TELNO_TRIPLET arm-linux-gnueabihf)
+set(TELNO_EMULATOR qemu-arm)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)
