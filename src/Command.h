@@ -1,0 +1,311 @@
+// The AT commands: the base class, the splitter of reply fields and the fifteen commands.
+#ifndef COMMAND_H
+#define COMMAND_H
+
+#include "e_numsHeader.h"
+#include "enum_list.h"
+#include "sms.h"
+
+#include <atomic>
+#include <cstddef>
+#include <mutex>
+#include <string>
+
+class Modem;
+
+/// One AT command and its exchange: the text to write, the reply timeout, the status, the meaning of reply lines.
+/// Threads: made and read by the facade's caller; parseData(), setTimeOut() and setDone() are the receive thread's,
+///          also after the exchange. `busy` is cleared last: whoever sees it false sees status, values and event.
+/// Lock:    m_lineLock, held while a line is handled and while the facade copies values out; the GSM service's list
+///          lock is taken inside it.
+/// Units:   the reply timeout is whole seconds of silence.
+/// Errors:  an argument that cannot stand in the text leaves the text empty and why() says why.
+class Command {
+public:
+    /// @param mdm  borrowed, gets the events; may be null, then reports are dropped
+    explicit Command(Modem* mdm);
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+
+    void setBusy();
+    void setDone();
+    void setTimeOut();
+    bool isBusy();
+    /// An ErrStat::eErrStat; it stays UNKNOWN when the exchange ended on a line that is not a final result.
+    int getErrStat();
+    /// Whether the last final result was "OK"; a later silence does not change it.
+    bool getIsOk();
+    /// Classifies one complete line without its line end and handles it.
+    void parseData(unsigned char* buff);
+
+    /// The whole text to write. The command's, valid while it lives.
+    virtual char* getATstring();
+    /// Handles a line that is neither empty nor a final result; here: reports "+CMTI: " and "+CUSD: " become events.
+    virtual void handleData(unsigned char* data);
+    virtual int getTout();
+    virtual ~Command() = default;
+
+    /// Why the text is empty; null when the command can be run.
+    const char* why() const { return m_why; }
+    /// Held while values are copied out, so that no late line rewrites them meanwhile.
+    std::mutex& lineLock() { return m_lineLock; }
+
+protected:
+    std::atomic<bool> isOk;
+    std::atomic<bool> busy;
+    int tout;
+    std::atomic<ErrStat::eErrStat> errStat;
+    char smsNum[32]; ///< storage place of the last "+CMTI: " report
+    Modem* m_mdm;
+
+    /// Fills @p text (an ATstring of @p size bytes) with @p before, @p argument and @p after; leaves it empty and sets
+    /// why() when that is longer than the field or when @p argument holds one of @p forbidden's characters.
+    void fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,
+                  bool (*forbidden)(unsigned char));
+
+private:
+    std::mutex m_lineLock;
+    const char* m_why = nullptr;
+
+    void raise(unsigned char* data);
+};
+
+/// See findParameters(); @p slots is the number of slots that @p paramV has.
+bool splitParameters(const unsigned char* buff, char delimiter, int* paramC, char (*paramV)[256], std::size_t slots);
+
+/// Splits @p buff at each @p delimiter into @p paramV; n delimiters make n + 1 fields. Spaces and quotes stay.
+/// Surplus is dropped: what a field has over 255 characters, and the fields for which there is no slot. Slots without
+/// a field come out empty. @param paramC  number of slots that got a field   @return false, always
+template <std::size_t Slots>
+bool findParameters(const unsigned char* buff, char delimiter, int* paramC, char (&paramV)[Slots][256])
+{
+    return splitParameters(buff, delimiter, paramC, paramV, Slots);
+}
+
+// The commands of 3GPP TS 27.005 and 27.007, and AT+CSMINS?, which is the modem's own. CR is 13, LF 10, Ctrl-Z 26.
+// "default" are the lines that go to Command::handleData; of all others nothing is done but that the wait ends.
+//
+// class            writes                           silence  keeps                       default   asked by
+// CmdMdmID         ATI CR                              2 s   last line                   -         Modem::qMdmID
+// CmdSIMin         AT+CSMINS? CR                       4 s   SIM inserted                others    Modem::qSIMin
+// CmdPinStat       AT+CPIN? CR                         4 s   state; UNKNOWN at others    -         Modem::qPinStat
+// CmdEnterPin      AT+CPIN="<pin>" CR                  4 s   -                           -         Modem::iEnterPin
+// CmdEnterPuk      AT+CPIN="<puk>","<pin>" CR LF       4 s   -                           -         Modem::iEnterPuk
+// CmdSignalStr     AT+CSQ CR                           2 s   strength, error rate        others    Modem::qSignalStr
+// CmdNetOperator   AT+COPS? CR                         6 s   operator                    others    Modem::qNetOperator
+// CmdSMSTextMode   AT+CMGF=1 CR                        2 s   -                           -         Modem::qSMSTextMode
+// CmdSetBaudRate   AT+IPR=115200 CR                    2 s   -                           -         Modem::qSetBaudRate
+// CmdCharacterSet  AT+CSCS="<set>" CR                  2 s   -                           -         Modem::qCharacterSet
+// CmdSMSNumber     AT+CMGS="<number>" CR               2 s   last line                   -         Modem::iSendSMS, 1st
+// CmdArbCmd        <text> Ctrl-Z                       6 s   last line                   -         Modem::iSendSMS, 2nd
+// CmdReadSms       AT+CMGL="ALL" CR                    6 s   the messages                others    Modem::qReadSMS
+// CmdDeleteSms     AT+CMGD=<place> CR                  2 s   -                           all       Modem::iDeleteSms
+// CmdUsdCmd        AT+CUSD=1,"<code>" CR               2 s   -                           all       Modem::iSendUsd
+
+class CmdMdmID : public Command {
+public:
+    explicit CmdMdmID(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdMdmID() override = default;
+    virtual char* getID() { return id; }
+
+private:
+    char id[16]; ///< cut to 15 characters
+};
+
+class CmdSIMin : public Command {
+public:
+    explicit CmdSIMin(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override; ///< "+CSMINS: "; prints every line
+    int getTout() override { return tout; }
+    ~CmdSIMin() override = default;
+    bool getIsIn() { return isIn; }
+
+private:
+    bool isIn;
+};
+
+class CmdPinStat : public Command {
+public:
+    explicit CmdPinStat(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override; ///< "+CPIN: "
+    int getTout() override { return tout; }
+    ~CmdPinStat() override = default;
+    Pinstat::ePinStat getPinStat() { return pinStat; }
+
+private:
+    Pinstat::ePinStat pinStat;
+};
+
+class CmdEnterPin : public Command {
+public:
+    CmdEnterPin(Modem* mdm, char* pin); ///< at most 20 characters, no quote, no control character
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdEnterPin() override = default;
+
+private:
+    char ATstring[32];
+};
+
+class CmdEnterPuk : public Command {
+public:
+    CmdEnterPuk(Modem* mdm, int puk, int newPin); ///< together at most 16 digits, not negative
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdEnterPuk() override = default;
+
+private:
+    char ATstring[32];
+};
+
+class CmdSignalStr : public Command {
+public:
+    explicit CmdSignalStr(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override; ///< "+CSQ:"
+    int getTout() override { return tout; }
+    ~CmdSignalStr() override = default;
+    float getRSSI() { return rssi; }
+    float getBER() { return ber; }
+
+private:
+    float rssi; ///< dBm; 99 for no measurement or none sent
+    float ber;  ///< as reported; 99 for no measurement or none sent
+};
+
+class CmdNetOperator : public Command {
+public:
+    explicit CmdNetOperator(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override; ///< "+COPS: "
+    int getTout() override { return tout; }
+    ~CmdNetOperator() override = default;
+    virtual char* getNetOperator() { return netOperator; }
+
+private:
+    char netOperator[32]; ///< cut to 31 characters
+};
+
+class CmdSMSTextMode : public Command {
+public:
+    explicit CmdSMSTextMode(Modem* mdm);
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdSMSTextMode() override = default;
+
+private:
+    char ATstring[32];
+};
+
+class CmdSetBaudRate : public Command {
+public:
+    explicit CmdSetBaudRate(Modem* mdm);
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdSetBaudRate() override = default;
+
+private:
+    char ATstring[32];
+};
+
+class CmdCharacterSet : public Command {
+public:
+    CmdCharacterSet(Modem* mdm, char* charSet); ///< at most 20 characters, no quote, no control character
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdCharacterSet() override = default;
+
+private:
+    char ATstring[32];
+};
+
+class CmdSMSNumber : public Command {
+public:
+    CmdSMSNumber(Modem* mdm, char* number); ///< at most 20 characters, no quote, no control character
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdSMSNumber() override = default;
+
+private:
+    char ATstring[32];
+    char response[16]; ///< cut to 15 characters
+};
+
+class CmdArbCmd : public Command {
+public:
+    /// At most 254 characters. Ctrl-Z and ESC would end the text early; a carriage return would end a command line
+    /// where the modem has refused the number and gives no prompt. A line feed may stand in a text.
+    CmdArbCmd(Modem* mdm, char* command);
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdArbCmd() override = default;
+    /// The last line, such as "+CMS ERROR: 305"; copied under lineLock().
+    const char* getLastLine() const { return response; }
+
+private:
+    char ATstring[256];
+    char response[16]; ///< cut to 15 characters
+};
+
+class CmdReadSms : public Command {
+public:
+    explicit CmdReadSms(Modem* mdm);
+    char* getATstring() override;
+    void handleData(unsigned char* data) override; ///< "+CMGL: " and the line after it
+    int getTout() override { return tout; }
+    ~CmdReadSms() override;
+    /// The messages read so far, newest first; null when they were handed over. Never freed by the command.
+    cEnumeratedList<Sms>* getSmsList() { return sms_list; }
+    /// Hands list and records over; what is listed from now on is dropped. Called under lineLock().
+    cEnumeratedList<Sms>* handOverSmsList();
+
+private:
+    bool nextValNew;
+    cEnumeratedList<Sms>* sms_list;
+    Sms* sms_a;
+    int m_listed; ///< messages in the list; those over 1000 are dropped
+
+    void startMessage(unsigned char* header);
+    void endMessage(unsigned char* text);
+};
+
+class CmdDeleteSms : public Command {
+public:
+    CmdDeleteSms(Modem* mdm, int id);
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdDeleteSms() override = default;
+
+private:
+    char ATstring[256];
+    char response[16]; ///< stays empty
+};
+
+class CmdUsdCmd : public Command {
+public:
+    CmdUsdCmd(Modem* mdm, char* command); ///< at most 242 characters, no quote, no control character
+    char* getATstring() override { return ATstring; }
+    void handleData(unsigned char* data) override;
+    int getTout() override { return tout; }
+    ~CmdUsdCmd() override = default;
+    virtual char* getResponse() { return response; }
+
+private:
+    char ATstring[256];
+    char response[256]; ///< stays empty
+};
+
+#endif

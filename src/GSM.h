@@ -1,0 +1,78 @@
+// The GSM service: the modem and its SIM brought into service, and what the daemon asks of them.
+#ifndef GSM_H
+#define GSM_H
+
+#include "EventNotifier.h"
+#include "Modem.h"
+#include "ModemEvent.h"
+#include "cWlog.h"
+#include "e_numsHeader.h"
+#include "enum_list.h"
+#include "sms.h"
+
+#include <mutex>
+#include <semaphore.h>
+
+class cObjectListener;
+
+/// Sets up modem and SIM, sends, lists and deletes SMS, and delivers the modem's reports to its listeners.
+/// Threads: one thread (the GSM handler) calls everything but iInsertEvent(), which is the receive thread's;
+///          event_thread calls the listeners, without a lock. A service whose initialiseGsm() was called lives as long
+///          as the process.
+/// Lock:    m_ListLock guards both lists below; held for an insertion, a copy or a clean-up, never for a call.
+/// Errors:  false or null; each failed modem operation has left its line in the log.
+class Gsm : public cWlog {
+public:
+    Gsm();
+    Gsm(const Gsm&) = delete;
+    Gsm& operator=(const Gsm&) = delete;
+
+    /// Opens the port, starts the command engine and event_thread. Both texts are only read.
+    /// @return false when the port could not be opened: no other operation may be called then
+    bool initialiseGsm(char* portName, char* pin);
+    /// One pass of set-up and checks, half a minute or more with a modem that does not answer.
+    /// Sends the PIN at most once. @return whether the modem is fully usable
+    bool setupModem();
+    /// Logs @p error and maps it: OK, TIMEOUT and MDMERR to themselves, all else to UNKNOWN.
+    ErrStat::eErrStat errorHandle(ErrStat::eErrStat error);
+    void enterPin();
+    /// Asks for PUK and new PIN on the console, waiting for the answers. Without two numbers nothing is sent.
+    void enterPuk();
+    /// @param number   at most 20 characters   @param message  at most 254; both only read
+    bool sendSMS(char* number, char* message);
+    /// @return the stored messages, newest first, list and records the caller's; null on failure
+    cEnumeratedList<Sms>* readSms();
+    /// @param number  storage place, from 1
+    bool deleteSms(int number);
+    /// @return null, always; an answer comes as a USDEvent
+    char* sendUsd(char* code);
+    /// @param handler  borrowed, for the life of the process   @return 0
+    int subscribe(EventNotifier* handler);
+    cEnumeratedList<EventNotifier>* getListeners();
+    cEnumeratedList<ModemEvent>* getEvents();
+    /// An empty list; what was read is what readSms() returned.
+    cEnumeratedList<Sms>* get_list();
+    /// @param evt  handed over; destroyed some time after its delivery, when 32 newer ones were delivered
+    void iInsertEvent(ModemEvent* evt);
+    /// Waits once on binary_sem, which costs event_thread one pass.
+    void makeWait();
+
+    /// Body of the dispatch thread; @p data is the service. Never returns.
+    static void* event_thread(void* data);
+
+private:
+    Modem* mdm;
+    cEnumeratedList<Sms>* sms_list;
+    cEnumeratedList<EventNotifier>* m_Listeners;
+    cEnumeratedList<ModemEvent>* m_EventList;
+    sem_t binary_sem;
+    cObjectListener* objListener;
+
+    std::mutex m_ListLock;
+
+    struct Findings; ///< what one pass of setupModem() found
+    void unlockSim(Pinstat::ePinStat& pinStat);
+    void summarise(const Findings& found);
+};
+
+#endif

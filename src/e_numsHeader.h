@@ -1,0 +1,28 @@
+// The two status enumerations of the modem layer.
+#ifndef E_NUMSHEADER_H
+#define E_NUMSHEADER_H
+
+/// Outcome of an AT command exchange.
+namespace ErrStat {
+enum eErrStat {
+    UNKNOWN = 0, ///< no final result has been seen, or the command was refused before anything was written
+    OK = 1,      ///< a line beginning "OK" ended the exchange
+    TIMEOUT = 2, ///< the modem was silent for the command's whole reply timeout
+    WRONG = 3,   ///< never produced; reported as UNKNOWN
+    MDMERR = 4   ///< a line beginning "ERR" ended the exchange; "+CME ERROR: n" does not count as one
+};
+}
+
+/// What the SIM waits for, as "+CPIN: " reports it (3GPP TS 27.007).
+namespace Pinstat {
+enum ePinStat {
+    READY = 0,      ///< nothing: "READY"
+    SIM_PIN = 1,    ///< the SIM's PIN: "SIM PIN"
+    SIM_PUK = 2,    ///< the SIM's PUK and a new PIN: "SIM PUK"
+    PH_SIM_PIN = 3, ///< the telephone's own lock: "PH_SIM PIN"
+    PH_SIM_PUK = 4, ///< its unlocking code: "PH_SIM PUK"
+    UNKNOWN = 5     ///< no "+CPIN: " line was recognised
+};
+}
+
+#endif
