@@ -76,9 +76,9 @@ void ModemSim::Impl::answer(const std::optional<Reply>& usual, const std::option
                             milliseconds delay)
 {
     delay += me.options.delay;
-    if (reaction && reaction->reply) {
+    if (reaction && reaction->replaced) {
         bool joined = false;
-        for (const Reaction::Part& part : *reaction->reply) {
+        for (const Reaction::Part& part : reaction->pieces) {
             outbox.reply(delay + part.delay, part.bytes, joined);
             delay = milliseconds(0);
             joined = true;

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -84,22 +83,20 @@ struct Reaction {
         milliseconds delay; ///< silence before these bytes
         std::string bytes;  ///< sent as they stand
     };
-    std::optional<std::vector<Part>> reply; ///< instead of the usual reply; an empty list is silence
-    milliseconds delay{0};                  ///< silence before the usual reply
-    milliseconds finalDelay{0};             ///< silence between its information text and its final result
-    bool carriedOut = true;                 ///< whether the command takes effect
+    bool replaced = false;      ///< the pieces are sent instead of the usual reply; no pieces are silence
+    std::vector<Part> pieces;   ///< sent when replaced
+    milliseconds delay{0};      ///< silence before the usual reply
+    milliseconds finalDelay{0}; ///< silence between its information text and its final result
+    bool carriedOut = true;     ///< whether the command takes effect
 
-    static Reaction silence() { return {std::vector<Part>{}, {}, {}, false}; }
-    static Reaction bytes(std::string raw)
-    {
-        return {std::vector<Part>{{milliseconds(0), std::move(raw)}}, {}, {}, false};
-    }
+    static Reaction parts(std::vector<Part> pieces) { return {true, std::move(pieces), {}, {}, false}; }
+    static Reaction silence() { return parts({}); }
+    static Reaction bytes(std::string raw) { return parts({{milliseconds(0), std::move(raw)}}); }
     static Reaction line(const std::string& text) { return bytes("\r\n" + text + "\r\n"); } ///< such as "ERROR"
-    static Reaction parts(std::vector<Part> list) { return {std::move(list), {}, {}, false}; }
-    static Reaction late(milliseconds by) { return {std::nullopt, by, {}, true}; }
-    static Reaction lateFinal(milliseconds by) { return {std::nullopt, {}, by, true}; }
+    static Reaction late(milliseconds by) { return {false, {}, by, {}, true}; }
+    static Reaction lateFinal(milliseconds by) { return {false, {}, {}, by, true}; }
     /// The command takes effect, but its reply is lost.
-    static Reaction unheard() { return {std::vector<Part>{}, {}, {}, true}; }
+    static Reaction unheard() { return {true, {}, {}, {}, true}; }
 };
 
 constexpr int kForEver = -1; ///< number of times of a reaction that never wears out

@@ -72,6 +72,13 @@ void ModemSim::Impl::powered(bool before)
     if (before == key.isOn()) {
         return;
     }
+    for (std::size_t lost = 0; lost < modemsim::kMostBacklog;) { // what was typed so far finds nobody
+        const std::size_t count = pty.read().size();
+        if (count == 0) {
+            break;
+        }
+        lost += count;
+    }
     input.reset();
     outbox.clear();
     timers.clear();
