@@ -42,7 +42,7 @@ public:
 
 private:
     class Connection;
-    std::shared_ptr<Connection> mConnection;
+    std::unique_ptr<Connection> mConnection;
 };
 
 #endif

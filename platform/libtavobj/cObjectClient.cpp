@@ -1,0 +1,382 @@
+#include "cObjectClient.h"
+
+#include "cObjectList.h"
+#include "cWlog.h"
+#include "codec.h"
+#include "delivery.h"
+
+#include <asio.hpp>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <list>
+#include <map>
+#include <mutex>
+#include <netinet/tcp.h>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <unordered_map>
+
+using asio::ip::tcp;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kAnswerLimit = 5s;
+constexpr auto kConnectLimit = 5s;
+constexpr auto kFirstPause = 100ms;
+constexpr auto kLongestPause = 500ms;
+constexpr size_t kUnsentLimit = 4096;
+
+// A peer that has gone without a word is noticed within about 11 s, sooner while something is unsent.
+void watchPeer(tcp::socket& socket)
+{
+    asio::error_code ignored;
+    socket.set_option(tcp::no_delay(true), ignored);
+    socket.set_option(asio::socket_base::keep_alive(true), ignored);
+    const auto option = [&socket](int name, int value) {
+        (void)setsockopt(socket.native_handle(), IPPROTO_TCP, name, &value, sizeof value);
+    };
+    option(TCP_KEEPIDLE, 5);
+    option(TCP_KEEPINTVL, 2);
+    option(TCP_KEEPCNT, 3);
+    option(TCP_USER_TIMEOUT, 10000);
+}
+
+} // namespace
+
+// The client's state and its io thread. Everything named m_io... is touched by the io thread alone.
+class cObjectClient::Connection : private cWlog {
+public:
+    Connection() : cWlog("cObjectClient") {}
+    ~Connection() { stop(); }
+
+    void addListener(cObjectListener* listener) { m_delivery.addListener(listener); }
+    bool start(const char* host, int port);
+    cObjectList* get(cObjectList* request);
+    int set(const cObject& object);
+
+private:
+    struct Answer {
+        bool done = false;
+        std::unique_ptr<tavcodec::Incoming> message; // null: there will be none
+    };
+    struct Unsent {
+        std::string key; // of a set; empty for a get
+        std::string frame;
+    };
+
+    void stop();
+    void connect();
+    void tryEndpoints(const tcp::resolver::results_type& endpoints);
+    void connected();
+    void retry(const char* what, const asio::error_code& failure);
+    void lose(const std::string& why);
+    void readHeader();
+    void readContent(size_t length);
+    void receive(size_t length);
+    void handOver(std::unique_ptr<tavcodec::Incoming> message);
+    bool queue(std::string key, std::string frame);
+    void sendNext();
+
+    asio::io_context m_context;
+    tcp::resolver m_ioResolver{m_context};
+    tcp::socket m_ioSocket{m_context};
+    asio::steady_timer m_ioTimer{m_context};
+    std::chrono::milliseconds m_ioPause{kFirstPause};
+    std::array<unsigned char, tavcodec::kHeader> m_ioHeader{};
+    std::string m_ioContent;
+    std::string m_ioSending; // the frame being written; empty when none is
+    bool m_ioToldFailure = false;
+    bool m_ioHeard = false;  // the connection has brought a message
+    std::string m_ioLastWhy; // why the last connection ended, if it never brought one
+
+    std::mutex m_mutex; // guards what follows; never held while a listener runs or the network is waited for
+    std::condition_variable m_answered;
+    bool m_connected = false;
+    uint32_t m_nextId = 1;
+    std::map<uint32_t, Answer*> m_pending;
+    std::list<Unsent> m_unsent;
+    std::unordered_map<std::string, std::list<Unsent>::iterator> m_unsentSets; // by key
+
+    std::string m_host, m_port, m_peer; // not changed once the io thread runs
+    Delivery m_delivery;
+    std::thread m_thread;
+};
+
+bool cObjectClient::Connection::start(const char* host, int port)
+{
+    if (m_thread.joinable())
+        return false;
+    m_host = host;
+    m_port = std::to_string(port);
+    m_peer = m_host + ':' + m_port;
+    try {
+        m_delivery.start();
+        m_thread = std::thread([this] {
+            connect();
+            m_context.run();
+        });
+    } catch (const std::system_error& refused) {
+        error("No thread for the object server's client: %s", refused.what());
+        return false;
+    }
+    return true;
+}
+
+void cObjectClient::Connection::stop()
+{
+    m_context.stop();
+    if (m_thread.joinable())
+        m_thread.join();
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_connected = false;
+        for (auto& pending : m_pending)
+            pending.second->done = true;
+        m_pending.clear();
+    }
+    m_answered.notify_all();
+    m_delivery.stop();
+}
+
+cObjectList* cObjectClient::Connection::get(cObjectList* request)
+{
+    if (request->size() == 0)
+        return new cObjectList();
+
+    Answer answer;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const uint32_t id = m_nextId++;
+    std::string frame = tavcodec::encodeGet(id, *request);
+    if (frame.empty() || !queue({}, std::move(frame)))
+        return nullptr;
+    m_pending[id] = &answer;
+    if (!m_answered.wait_for(lock, kAnswerLimit, [&answer] { return answer.done; })) {
+        // A server that does not answer is treated as gone, so that its return is noticed and told.
+        m_pending.erase(id);
+        asio::post(m_context, [this] { lose("no answer within 5 s"); });
+    }
+    return answer.message ? answer.message->list.release() : nullptr;
+}
+
+int cObjectClient::Connection::set(const cObject& object)
+{
+    std::string key = tavcodec::setKey(object);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::string frame = tavcodec::encodeSet(m_nextId++, object);
+    return !frame.empty() && queue(std::move(key), std::move(frame)) ? 0 : -1;
+}
+
+// Called with m_mutex held. False without a connection, or when too much is unsent.
+bool cObjectClient::Connection::queue(std::string key, std::string frame)
+{
+    if (!m_connected)
+        return false;
+    const auto unsent = key.empty() ? m_unsentSets.end() : m_unsentSets.find(key);
+    if (unsent != m_unsentSets.end()) {
+        unsent->second->frame = std::move(frame);
+        return true;
+    }
+    if (m_unsent.size() >= kUnsentLimit)
+        return false;
+    m_unsent.push_back({key, std::move(frame)});
+    if (!key.empty())
+        m_unsentSets[key] = std::prev(m_unsent.end());
+    asio::post(m_context, [this] { sendNext(); });
+    return true;
+}
+
+void cObjectClient::Connection::connect()
+{
+    m_ioResolver.async_resolve(m_host, m_port,
+                               [this](const asio::error_code& failure, const tcp::resolver::results_type& endpoints) {
+                                   if (failure)
+                                       retry("cannot be resolved", failure);
+                                   else
+                                       tryEndpoints(endpoints);
+                               });
+}
+
+void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& endpoints)
+{
+    m_ioTimer.expires_after(kConnectLimit);
+    m_ioTimer.async_wait([this](const asio::error_code& cancelled) {
+        asio::error_code ignored;
+        if (!cancelled)
+            m_ioSocket.close(ignored); // ends the attempt
+    });
+    asio::async_connect(m_ioSocket, endpoints, [this](const asio::error_code& failure, const tcp::endpoint&) {
+        m_ioTimer.cancel();
+        if (failure)
+            retry("cannot be reached", failure);
+        else
+            connected();
+    });
+}
+
+void cObjectClient::Connection::connected()
+{
+    watchPeer(m_ioSocket);
+    m_ioHeard = false;
+    m_ioToldFailure = false;
+    if (m_ioLastWhy.empty()) // not again and again with a peer that is no object server
+        info("Connected to the object server at %s", m_peer.c_str());
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_connected = true;
+    }
+    readHeader();
+}
+
+// Says what is wrong once, and tries again after a pause.
+void cObjectClient::Connection::retry(const char* what, const asio::error_code& failure)
+{
+    if (!m_ioToldFailure)
+        error("The object server at %s %s: %s", m_peer.c_str(), what, failure.message().c_str());
+    m_ioToldFailure = true;
+    asio::error_code ignored;
+    m_ioSocket.close(ignored);
+    m_ioTimer.expires_after(m_ioPause);
+    m_ioPause = std::min<std::chrono::milliseconds>(m_ioPause * 2, kLongestPause);
+    m_ioTimer.async_wait([this](const asio::error_code& cancelled) {
+        if (!cancelled)
+            connect();
+    });
+}
+
+// Ends the connection, if there is one: who waits for an answer gets none, what is unsent is forgotten.
+void cObjectClient::Connection::lose(const std::string& why)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_connected)
+            return;
+        m_connected = false;
+        for (auto& pending : m_pending)
+            pending.second->done = true;
+        m_pending.clear();
+        m_unsentSets.clear();
+        m_unsent.clear();
+    }
+    m_answered.notify_all();
+    if (m_ioHeard || why != m_ioLastWhy)
+        error("Connection to the object server at %s lost: %s", m_peer.c_str(), why.c_str());
+    m_ioToldFailure = true;
+    m_ioSending.clear();
+    m_ioLastWhy = m_ioHeard ? std::string() : why;
+    if (m_ioHeard)
+        m_ioPause = kFirstPause;
+    retry("was lost", {});
+}
+
+void cObjectClient::Connection::readHeader()
+{
+    asio::async_read(m_ioSocket, asio::buffer(m_ioHeader), [this](const asio::error_code& failure, size_t) {
+        if (failure == asio::error::operation_aborted)
+            return;
+        if (failure)
+            return lose(failure.message());
+        unsigned char header[tavcodec::kHeader];
+        std::copy(m_ioHeader.begin(), m_ioHeader.end(), header);
+        const size_t length = tavcodec::frameLength(header);
+        if (length > tavcodec::kMaxFrame)
+            return lose("it announced a message of " + std::to_string(length) + " bytes");
+        readContent(length);
+    });
+}
+
+void cObjectClient::Connection::readContent(size_t length)
+{
+    m_ioContent.resize(length);
+    asio::async_read(m_ioSocket, asio::buffer(m_ioContent), [this, length](const asio::error_code& failure, size_t) {
+        if (failure == asio::error::operation_aborted)
+            return;
+        if (failure)
+            return lose(failure.message());
+        receive(length);
+    });
+}
+
+void cObjectClient::Connection::receive(size_t length)
+{
+    std::string problem;
+    std::unique_ptr<tavcodec::Incoming> message = tavcodec::decode(m_ioContent.data(), length, problem);
+    if (length > 65536)
+        std::string().swap(m_ioContent); // one large message does not keep its memory
+    if (!message)
+        return lose("it sent " + problem);
+    if (!message->remark.empty())
+        warn("The object server at %s sent %s: left out", m_peer.c_str(), message->remark.c_str());
+    m_ioHeard = true;
+    handOver(std::move(message));
+}
+
+// An answer goes to its get(), which may have given up; everything else to the listeners.
+void cObjectClient::Connection::handOver(std::unique_ptr<tavcodec::Incoming> message)
+{
+    if (message->list->getMsgType() == tavcodec::MSG_GET) {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            const auto pending = m_pending.find(message->id);
+            if (pending != m_pending.end()) {
+                pending->second->message = std::move(message);
+                pending->second->done = true;
+                m_pending.erase(pending);
+            }
+        }
+        m_answered.notify_all();
+    } else if (!m_delivery.push(std::move(message))) {
+        return lose("its messages came faster than they could be obeyed");
+    }
+    readHeader();
+}
+
+void cObjectClient::Connection::sendNext()
+{
+    if (!m_ioSending.empty())
+        return;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_unsent.empty())
+            return;
+        m_ioSending = std::move(m_unsent.front().frame);
+        m_unsentSets.erase(m_unsent.front().key);
+        m_unsent.pop_front();
+    }
+    asio::async_write(m_ioSocket, asio::buffer(m_ioSending), [this](const asio::error_code& failure, size_t) {
+        if (failure == asio::error::operation_aborted)
+            return;
+        m_ioSending.clear();
+        if (failure)
+            return lose(failure.message());
+        sendNext();
+    });
+}
+
+cObjectClient::cObjectClient() : mConnection(std::make_unique<Connection>()) {}
+
+cObjectClient::~cObjectClient() = default;
+
+void cObjectClient::addListener(cObjectListener* listener)
+{
+    mConnection->addListener(listener);
+}
+
+bool cObjectClient::start(const char* host, int port)
+{
+    return mConnection->start(host, port);
+}
+
+cObjectList* cObjectClient::get(cObjectList* request)
+{
+    return mConnection->get(request);
+}
+
+int cObjectClient::set(cObject* object)
+{
+    return mConnection->set(*object);
+}

@@ -1,0 +1,43 @@
+// The delivery thread's queue. Private to the library.
+#ifndef TAVOBJ_DELIVERY_H
+#define TAVOBJ_DELIVERY_H
+
+#include "codec.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+class cObjectListener;
+
+/// Calls the listeners with one message after the other, on a thread of its own.
+class Delivery {
+public:
+    static constexpr size_t kLimit = 65536; ///< undelivered messages
+
+    ~Delivery() { stop(); }
+
+    /// Before start() only. @param listener borrowed
+    void addListener(cObjectListener* listener) { m_listeners.push_back(listener); }
+    void start();
+    /// Ends the thread after the message that it is delivering.
+    void stop();
+
+    /// Called by the io thread. @return false if too much is undelivered: all of that is dropped, @p message too
+    bool push(std::unique_ptr<tavcodec::Incoming> message);
+
+private:
+    void deliver();
+
+    std::vector<cObjectListener*> m_listeners; // not changed once the thread runs
+    std::mutex m_mutex;                        // guards the queue and m_stop; not held while a listener runs
+    std::condition_variable m_arrived;
+    std::deque<std::unique_ptr<tavcodec::Incoming>> m_queue;
+    bool m_stop = false;
+    std::thread m_thread;
+};
+
+#endif
