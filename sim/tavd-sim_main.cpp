@@ -1,0 +1,49 @@
+// tavd-sim: an object server on a desk.
+#include "tavd/Tavd.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+
+int main(int argc, char* argv[])
+{
+    CLI::App app("An object server for a desk: publishes the ports of a file and obeys its clients");
+    std::string file, address = "127.0.0.1";
+    uint16_t port = 60000;
+    app.add_option("--ports", file, "XML file of the ports")->required();
+    app.add_option("--listen", address, "address to listen on")->capture_default_str();
+    app.add_option("--port", port, "TCP port to listen on; 0 for a free one")->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+
+    // Blocked before the server's thread exists, so that only sigwait below gets them.
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGINT);
+    sigaddset(&ends, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+
+    std::vector<sim::Port> ports;
+    std::string error;
+    sim::Tavd tavd;
+    tavd.onChange([](const sim::Port& changed) {
+        if (changed.output)
+            printf("output %s state=%s\n", changed.label.c_str(), sim::stateWord(changed.state));
+        else
+            printf("input %s status=%s\n", changed.label.c_str(), sim::statusWord(changed.status));
+    });
+    if (sim::readPorts(file, ports, error)) {
+        tavd.setPorts(ports);
+        if (tavd.start(address, port, &error)) {
+            printf("%zu ports at %s:%d\n", ports.size(), address.c_str(), tavd.port());
+            int received = 0;
+            sigwait(&ends, &received);
+            tavd.stop();
+            return 0;
+        }
+    }
+    fprintf(stderr, "tavd-sim: %s\n", error.c_str());
+    return 1;
+}

@@ -1,0 +1,42 @@
+// A blocking connection to an object server.
+#ifndef TAVCTL_SERVER_H
+#define TAVCTL_SERVER_H
+
+#include "tavobj.pb.h"
+
+#include <cstdint>
+#include <string>
+
+/// One operation, with its printing, a call. Connects at the first; a server that is silent for 5 s has failed.
+class Server {
+public:
+    Server(std::string host, uint16_t port) : m_host(std::move(host)), m_port(port) {}
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    /// Each returns false with error() telling why.
+    bool list();
+    bool watch();
+    bool alarm(const std::string& label, const std::string& status);
+    bool drive(const std::string& label, const std::string& state);
+    const std::string& error() const { return m_error; }
+
+private:
+    bool connect();
+    bool send(const tavobj::Message& message);
+    bool receive(tavobj::Message& message, bool patiently);
+    bool readExactly(void* buffer, size_t length, bool patiently);
+    bool request(tavobj::Message& message, tavobj::Message& answer);
+    bool fetchAll(tavobj::Message& answer);
+    bool change(const std::string& label, uint32_t kind, uint32_t value);
+    bool fail(const std::string& why);
+
+    std::string m_host;
+    uint16_t m_port;
+    int m_socket = -1;
+    uint32_t m_nextId = 1;
+    std::string m_error;
+};
+
+#endif

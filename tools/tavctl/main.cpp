@@ -1,0 +1,42 @@
+// tavctl: a client of any object server, for the command line.
+#include "Server.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+int main(int argc, char* argv[])
+{
+    CLI::App app("Lists, watches and changes the ports of an object server");
+    std::string host = "127.0.0.1", label, word;
+    uint16_t port = 60000;
+    app.add_option("--host", host, "the object server's host")->capture_default_str();
+    app.add_option("--port", port, "its TCP port")->capture_default_str();
+    app.require_subcommand(1);
+    CLI::App* list = app.add_subcommand("list", "print one line a port");
+    CLI::App* watch = app.add_subcommand("watch", "print every change with its time, until interrupted");
+    CLI::App* alarm = app.add_subcommand("alarm", "set an input's alarm status (simulated servers only)");
+    CLI::App* drive = app.add_subcommand("drive", "drive an output");
+    alarm->add_option("LABEL", label)->required();
+    alarm->add_option("STATUS", word, "set, clear, warn or unknown")
+        ->required()
+        ->check(CLI::IsMember({"unknown", "set", "clear", "warn"}));
+    drive->add_option("LABEL", label)->required();
+    drive->add_option("STATE", word, "set or clear")->required()->check(CLI::IsMember({"set", "clear"}));
+    CLI11_PARSE(app, argc, argv);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+
+    Server server(host, port);
+    bool done = false;
+    if (list->parsed())
+        done = server.list();
+    else if (watch->parsed())
+        done = server.watch();
+    else if (alarm->parsed())
+        done = server.alarm(label, word);
+    else if (drive->parsed())
+        done = server.drive(label, word);
+    if (!done)
+        fprintf(stderr, "tavctl: %s:%d: %s\n", host.c_str(), port, server.error().c_str());
+    return done ? 0 : 1;
+}
