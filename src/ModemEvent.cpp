@@ -1,0 +1,62 @@
+#include "ModemEvent.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+void replace(char*& held, const char* text)
+{
+    char* const copy = text != nullptr ? strdup(text) : nullptr;
+    std::free(held);
+    held = copy;
+}
+
+} // namespace
+
+SmsEvent::SmsEvent() : m_SmsId(nullptr)
+{
+    m_EventType = SMS;
+}
+
+SmsEvent::~SmsEvent()
+{
+    std::free(m_SmsId);
+}
+
+void SmsEvent::setSmsId(const char* SmsId)
+{
+    replace(m_SmsId, SmsId);
+}
+
+USDEvent::USDEvent() : m_USDCode(nullptr)
+{
+    m_EventType = USD;
+}
+
+USDEvent::~USDEvent()
+{
+    std::free(m_USDCode);
+}
+
+void USDEvent::setUsdCode(const char* USDCode)
+{
+    replace(m_USDCode, USDCode);
+}
+
+void destroyModemEvent(ModemEvent* event)
+{
+    if (event == nullptr) {
+        return;
+    }
+    switch (event->getEventType()) {
+    case ModemEvent::SMS:
+        delete static_cast<SmsEvent*>(event);
+        break;
+    case ModemEvent::USD:
+        delete static_cast<USDEvent*>(event);
+        break;
+    default:
+        delete event;
+    }
+}

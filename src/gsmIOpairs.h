@@ -1,0 +1,32 @@
+/// The reader of the GSM message file: which SMS texts and telephone numbers belong to which port label.
+#ifndef GSMIOPAIRS_H
+#define GSMIOPAIRS_H
+
+#include "cWlog.h"
+#include "enum_list.h"
+#include "gsmMessageInfo.h"
+
+#include <libxml/tree.h>
+
+/// Threads: no lock. libxml2's global state is used, so no other file may be read at the same time.
+class cgsmIOpairs : public cWlog {
+public:
+    static constexpr unsigned kMaxRecords = 65535; ///< "Label" elements of one file; the rest is ignored
+
+    cgsmIOpairs();
+    /// Releases nothing, in particular not the list.
+    virtual ~cgsmIOpairs();
+
+    /// Reads @p filename.
+    /// @return a new list, never null, with one record for each "Label" element, the last of the file first; empty when
+    /// the
+    ///         file cannot be read, which an error line says. List and records are the caller's
+    cEnumeratedList<cgsmMessageInfo>* getGsmInfoList(const char* filename);
+
+private:
+    cgsmMessageInfo* getRecord(xmlNodePtr label, const char* filename);
+
+    cEnumeratedList<cgsmMessageInfo>* mGsmInfoList; ///< of the latest read; owned by whoever got it
+};
+
+#endif

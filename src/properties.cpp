@@ -1,0 +1,39 @@
+#include "properties.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+
+bool cProperties::load(const char* file_name)
+{
+    std::ifstream file(file_name);
+    if (!file.is_open()) {
+        std::printf("Failed to load input file %s\n", file_name);
+        std::fflush(stdout);
+        return false;
+    }
+    mPropsMap.clear();
+    char buffer[256];
+    while (file.getline(buffer, sizeof buffer)) { // a longer line ends the loop
+        std::string line(buffer);
+        line.erase(std::min(line.find('#'), line.size()));
+        const size_t equals = line.find('=');
+        if (equals == std::string::npos) {
+            continue;
+        }
+        mPropsMap.emplace(line.substr(0, equals), line.substr(equals + 1)); // leaves an earlier line in force
+    }
+    return true;
+}
+
+const char* cProperties::getString(const char* key, const char* defval)
+{
+    const auto property = mPropsMap.find(key);
+    return property != mPropsMap.end() ? property->second.c_str() : defval;
+}
+
+int cProperties::getInt(const char* key, int defval)
+{
+    const char* const value = getString(key, nullptr);
+    return value != nullptr ? std::atoi(value) : defval;
+}

@@ -1,0 +1,3 @@
+#include "smsSendRequestEvent.h"
+
+smsSendRequestEvent::~smsSendRequestEvent() = default;

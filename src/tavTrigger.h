@@ -1,0 +1,56 @@
+/// One node of a trigger tree, or one action, of the I/O pair file.
+#ifndef TAVTRIGGER_H
+#define TAVTRIGGER_H
+
+#include "WList.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+/// A composite (an operation over a list of children), a leaf (an input port) or an action (an output port, an alarm
+/// SMS). Built by the reader and not changed afterwards. No lock: evaluations, which walk the lists, exclude one
+/// another.
+class tavTrigger {
+public:
+    enum eOperation { INVERSE = 0, OR = 1, AND = 2 };
+
+    static constexpr size_t kLabelBytes = 32;  ///< a label with its terminator
+    static constexpr uint8_t kTypeGsm = 9;     ///< device type of an alarm SMS
+    static constexpr uint8_t kTypeNone = 0xff; ///< no device type, or one that is not known
+
+    /// An OR without label, type and children, not inverted.
+    tavTrigger() : mOperation(OR), mLabel(), mType(kTypeNone), mInvert(false), mTriggerLst(nullptr) {}
+    /// Destroys the children with their own children, and the list.
+    virtual ~tavTrigger();
+    tavTrigger(const tavTrigger&) = delete;
+    tavTrigger& operator=(const tavTrigger&) = delete;
+
+    /// @return the port label, at most 31 bytes; empty for a composite
+    const char* getLabel() const { return mLabel; }
+    /// Copies @p lbl, which must fit: what exceeds 31 bytes is cut off.
+    void setLabel(const char* lbl) { std::snprintf(mLabel, sizeof mLabel, "%s", lbl); }
+    /// @return 0 IO, 1 AC, 2 ANALOG, 3 ANALOG_IO, 9 GSM, 255 none
+    uint8_t getType() const { return mType; }
+    void setType(uint8_t t) { mType = t; }
+    /// @return the children (tavTrigger*), owned by this node; null for a leaf and an action
+    WList* getTriggerLst() const { return mTriggerLst; }
+    /// Takes ownership of @p p and of the tavTrigger in it; destroys the list and the children it had before.
+    void setTriggerLst(WList* p);
+    eOperation getOperation() const { return mOperation; }
+    void setOperation(eOperation op) { mOperation = op; }
+    /// @return whether the input is read inverted
+    bool getInvert() const { return mInvert; }
+    void setInvert(bool invert) { mInvert = invert; }
+    /// Prints the node and its children to standard output; moves the lists' cursors.
+    void show();
+
+private:
+    eOperation mOperation;
+    char mLabel[kLabelBytes];
+    uint8_t mType;
+    bool mInvert;
+    WList* mTriggerLst;
+};
+
+#endif

@@ -1,0 +1,145 @@
+#include "xmlFile.h"
+
+#include <libxml/parser.h>
+#include <libxml/xmlerror.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+/// What the parser's callbacks find out; they reach it through the parser context.
+struct Findings {
+    std::string trouble;
+    int line = 0;
+    unsigned entities = 0;
+};
+
+Findings& findings(void* context)
+{
+    return *static_cast<Findings*>(static_cast<xmlParserCtxt*>(context)->_private);
+}
+
+/// Keeps the first error; libxml2 writes none of its own to standard error then.
+void onError(void* context, xmlErrorPtr error)
+{
+    Findings& found = findings(context);
+    if (error->level < XML_ERR_ERROR || !found.trouble.empty()) {
+        return;
+    }
+    found.trouble = error->message != nullptr ? error->message : "not well-formed";
+    while (!found.trouble.empty() && found.trouble.back() == '\n') {
+        found.trouble.pop_back();
+    }
+    found.line = error->line;
+}
+
+void refuse(void* context, const std::string& why)
+{
+    auto* const parser = static_cast<xmlParserCtxt*>(context);
+    Findings& found = findings(context);
+    if (found.trouble.empty()) {
+        found.trouble = why;
+        found.line = xmlSAX2GetLineNumber(parser);
+    }
+    xmlStopParser(parser);
+    parser->wellFormed = 0;
+}
+
+void onEntity(void* context, const xmlChar* name, int type, const xmlChar* publicId, const xmlChar* systemId,
+              xmlChar* content)
+{
+    const std::string which = std::string("entity \"") + reinterpret_cast<const char*>(name) + "\" ";
+    if (++findings(context).entities > xmlFile::kMaxEntities) {
+        refuse(context, which + "is one too many");
+    } else if (content != nullptr && xmlStrchr(content, '&') != nullptr) {
+        refuse(context, which + "refers to another");
+    } else if (content != nullptr && static_cast<size_t>(xmlStrlen(content)) > xmlFile::kMaxEntityBytes) {
+        refuse(context, which + "is too long");
+    } else {
+        xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+    }
+}
+
+void onAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type, int presence,
+                            const xmlChar* defaultValue, xmlEnumerationPtr choices)
+{
+    if (defaultValue != nullptr) {
+        xmlFreeEnumeration(choices);
+        refuse(context,
+               std::string("default of attribute \"") + reinterpret_cast<const char*>(name) + "\" is not supported");
+        return;
+    }
+    xmlSAX2AttributeDecl(context, element, name, type, presence, defaultValue, choices);
+}
+
+/// @return false with the reason in @p trouble
+bool readWhole(const char* path, std::string& content, std::string& trouble)
+{
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not make the daemon wait
+    struct stat status = {};
+    if (fd < 0 || fstat(fd, &status) != 0) {
+        trouble = std::strerror(errno);
+    } else if (!S_ISREG(status.st_mode)) {
+        trouble = "not a regular file";
+    } else {
+        char buffer[16384];
+        ssize_t length = 0;
+        while (content.size() <= xmlFile::kMaxBytes && (length = read(fd, buffer, sizeof buffer)) > 0) {
+            content.append(buffer, static_cast<size_t>(length));
+        }
+        if (length < 0) {
+            trouble = std::strerror(errno);
+        } else if (content.size() > xmlFile::kMaxBytes) {
+            trouble = "longer than " + std::to_string(xmlFile::kMaxBytes) + " bytes";
+        }
+    }
+    if (fd >= 0) {
+        close(fd);
+    }
+    return trouble.empty();
+}
+
+} // namespace
+
+xmlDocPtr xmlFile::open(const char* path, std::string& trouble)
+{
+    std::string content;
+    std::string why;
+    if (!readWhole(path, content, why)) {
+        trouble = std::string(path) + ": " + why;
+        return nullptr;
+    }
+    xmlParserCtxt* const parser = xmlNewParserCtxt();
+    if (parser == nullptr) {
+        trouble = std::string(path) + ": out of memory";
+        return nullptr;
+    }
+    Findings found;
+    parser->_private = &found;
+    parser->sax->serror = onError;
+    parser->sax->entityDecl = onEntity;
+    parser->sax->attributeDecl = onAttributeDeclaration;
+    xmlDoc* const document = xmlCtxtReadMemory(parser, content.data(), static_cast<int>(content.size()), path, nullptr,
+                                               XML_PARSE_NONET | XML_PARSE_BIG_LINES);
+    xmlFreeParserCtxt(parser);
+    if (document == nullptr) {
+        trouble = std::string(path) + ":" + std::to_string(found.line) + ": " +
+                  (found.trouble.empty() ? "not well-formed" : found.trouble);
+    }
+    return document;
+}
+
+bool xmlFile::isElement(const xmlNode* node, const char* name)
+{
+    return node != nullptr && node->type == XML_ELEMENT_NODE && xmlStrEqual(node->name, BAD_CAST name) != 0;
+}
+
+const char* xmlFile::nameOf(const xmlNode* node)
+{
+    return node->name != nullptr ? reinterpret_cast<const char*>(node->name) : "";
+}
