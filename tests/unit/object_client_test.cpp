@@ -1,0 +1,274 @@
+// The object client against the simulated server: answers, events, writes, outages, and servers that lie.
+#include "cObjectClient.h"
+#include "cObjectList.h"
+#include "cObjectListener.h"
+#include "tavd/Tavd.h"
+#include "tavobj.pb.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kLimit = 30s; // far more than anything here takes
+
+struct Listener : cObjectListener {
+    void handleObjectAction(cObjectList* message) override
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        types.push_back(message->getMsgType());
+        for (cObject* object = message->first(); object != nullptr; object = message->next()) {
+            if (auto* event = dynamic_cast<cObjectEvent*>(object)) {
+                if (event->getEventType() == cObjectEvent::EVENT_SITE)
+                    ++greetings;
+                else
+                    statuses.push_back(event->getStatus());
+            }
+        }
+        changed.notify_all();
+    }
+    template <typename Condition> bool waitUntil(Condition holds)
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        return changed.wait_for(lock, kLimit, [&] { return holds(); });
+    }
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<uint8_t> types;
+    std::vector<cObject::eObjectStatus> statuses;
+    int greetings = 0;
+};
+
+sim::Port port(bool output, const std::string& label, uint32_t id)
+{
+    sim::Port made;
+    made.output = output;
+    made.label = label;
+    made.id = id;
+    made.type = output ? 3 : 2;
+    return made;
+}
+
+class ObjectClient : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9)});
+        ASSERT_TRUE(server.start("127.0.0.1", 0));
+    }
+    void connect()
+    {
+        client = std::make_unique<cObjectClient>();
+        client->addListener(&listener);
+        ASSERT_TRUE(client->start("127.0.0.1", server.port()));
+        ASSERT_TRUE(listener.waitUntil([this] { return listener.greetings == 1; }));
+    }
+    // Asks for one label; the answer's objects are returned, owned.
+    std::vector<std::unique_ptr<cObject>> ask(cObjectPort&& wanted, const char* label, bool* answered = nullptr)
+    {
+        wanted.setPortLabel(label);
+        cObjectList request;
+        request.add(&wanted);
+        const std::unique_ptr<cObjectList> answer(client->get(&request));
+        std::vector<std::unique_ptr<cObject>> objects;
+        if (answered != nullptr)
+            *answered = answer != nullptr;
+        for (cObject* object = answer ? answer->first() : nullptr; object != nullptr; object = answer->next())
+            objects.emplace_back(object);
+        return objects;
+    }
+    bool comesBack(int greetings)
+    {
+        return listener.waitUntil([this, greetings] { return listener.greetings >= greetings; });
+    }
+
+    sim::Tavd server;
+    Listener listener;
+    std::unique_ptr<cObjectClient> client;
+};
+
+TEST_F(ObjectClient, GetsThePortsThatTheServerKnowsByKindAndLabel)
+{
+    connect();
+    server.setInput("IN2", 3);
+    auto input = ask(cObjectPort(), "IN2");
+    ASSERT_EQ(input.size(), 1u);
+    auto* found = dynamic_cast<cObjectPort*>(input[0].get());
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(found->getPortStatus(), cObject::OBJ_STATUS_ALARM_WARN);
+    EXPECT_EQ(found->getPortId(), 2);
+    EXPECT_EQ(found->getPortType(), 2);
+    EXPECT_EQ(found->getDeviceSerial(), 0x10u);
+    EXPECT_TRUE(ask(cObjectPort(), "in2").empty());
+    EXPECT_TRUE(ask(cObjectPort(), "OUT1").empty()) << "an output is not an input";
+    auto output = ask(cObjectDOutput(), "OUT1");
+    ASSERT_EQ(output.size(), 1u);
+    EXPECT_NE(dynamic_cast<cObjectDOutput*>(output[0].get()), nullptr);
+}
+
+TEST_F(ObjectClient, AnEmptyRequestIsAnsweredWithoutAskingTheServer)
+{
+    connect();
+    cObjectList request;
+    const std::unique_ptr<cObjectList> answer(client->get(&request));
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(answer->first(), nullptr);
+    EXPECT_EQ(server.gets(), 0u);
+}
+
+TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
+{
+    connect();
+    for (uint32_t i = 0; i < 300; ++i)
+        server.setInput("IN1", 1 + i % 3);
+    ask(cObjectPort(), "IN1");
+    ASSERT_TRUE(listener.waitUntil([this] { return listener.statuses.size() == 302; }))
+        << "2 of them are the greeting's";
+    for (uint32_t i = 0; i < 300; ++i)
+        ASSERT_EQ(listener.statuses[i + 2], 1 + i % 3);
+    for (uint8_t type : listener.types)
+        EXPECT_EQ(type, 3);
+}
+
+TEST_F(ObjectClient, WritesReachTheServerAndTheNewestWins)
+{
+    connect();
+    cObjectDOutput output;
+    output.setPortLabel("OUT1");
+    output.setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
+    for (int i = 0; i <= 1000; ++i) {
+        output.setOutputState(i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET);
+        ASSERT_EQ(client->set(&output), 0);
+    }
+    auto now = ask(cObjectDOutput(), "OUT1"); // after all the writes
+    ASSERT_EQ(now.size(), 1u);
+    EXPECT_EQ(dynamic_cast<cObjectDOutput&>(*now[0]).getOutputState(), cObject::OBJ_IO_STATE_SET);
+    EXPECT_EQ(server.writes().back().state, 1u);
+    EXPECT_EQ(server.writes().back().toggled, 4u);
+}
+
+TEST_F(ObjectClient, WithoutAServerNothingBlocksAndItsReturnIsNoticed)
+{
+    connect();
+    server.stop();
+    bool answered = true;
+    ASSERT_TRUE(server.waitUntil(
+        [&] {
+            ask(cObjectPort(), "IN1", &answered);
+            return !answered;
+        },
+        kLimit));
+    cObjectDOutput output;
+    output.setPortLabel("OUT1");
+    EXPECT_EQ(client->set(&output), -1);
+
+    ASSERT_TRUE(server.start("127.0.0.1", server.port()));
+    ASSERT_TRUE(comesBack(2));
+    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+}
+
+TEST_F(ObjectClient, AServerThatHangsIsGivenUpAndTriedAnew)
+{
+    connect();
+    server.hang(true);
+    bool answered = true;
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    server.hang(false);
+    ASSERT_TRUE(comesBack(2)) << "the silent connection is replaced, so that the server's return is told";
+    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+}
+
+TEST_F(ObjectClient, AListenerMayAskAndWriteWhileItRuns)
+{
+    struct Asking : cObjectListener {
+        void handleObjectAction(cObjectList*) override
+        {
+            cObjectPort wanted;
+            wanted.setPortLabel("IN1");
+            cObjectList request;
+            request.add(&wanted);
+            const std::unique_ptr<cObjectList> answer(client->get(&request));
+            if (answer) {
+                answer->deleteObjects();
+                answered = true;
+            }
+        }
+        cObjectClient* client = nullptr;
+        std::atomic<bool> answered{false};
+    } asking;
+    client = std::make_unique<cObjectClient>();
+    asking.client = client.get();
+    client->addListener(&asking);
+    ASSERT_TRUE(client->start("127.0.0.1", server.port()));
+    EXPECT_TRUE(server.waitUntil([&] { return asking.answered.load(); }, kLimit));
+    client.reset(); // its threads end before the listener
+}
+
+// Each of these makes the server send something that is no message; the client has to drop the connection and come
+// back.
+TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
+{
+    connect();
+    std::string random(5000, '\0');
+    std::mt19937 generator(1);
+    for (char& byte : random)
+        byte = static_cast<char>(generator());
+    random[0] = '\x7f'; // as a length it is beyond the limit
+    tavobj::Message many;
+    for (int i = 0; i < 20000; ++i)
+        many.add_objects()->set_kind(1);
+    tavobj::Message strange;
+    strange.set_type(300);
+    int greetings = 1;
+    for (const std::string& bytes : {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random,
+                                     sim::Tavd::frame("\xff\xff\xff"), sim::Tavd::frame(many.SerializeAsString()),
+                                     sim::Tavd::frame(strange.SerializeAsString())}) {
+        server.sendRaw(bytes);
+        ASSERT_TRUE(comesBack(++greetings));
+        ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    }
+}
+
+// What is a message but holds nonsense costs the nonsense, and nothing else.
+TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
+{
+    connect();
+    tavobj::Message message;
+    message.set_type(0);
+    message.add_objects()->set_kind(4000000000u);
+    tavobj::Object* object = message.add_objects();
+    object->set_kind(1);
+    object->mutable_port()->set_label(std::string(10000, 'x'));
+    object = message.add_objects();
+    object->set_kind(1);
+    object->mutable_port()->set_label(std::string("IN1\0x", 5));
+    object = message.add_objects();
+    object->set_kind(1);
+    object->mutable_port()->set_label("IN1");
+    object->mutable_port()->set_status(77);
+    message.set_id(1); // the id of this client's first request
+    server.answerGetsWith(message.SerializeAsString());
+    auto objects = ask(cObjectPort(), "IN1");
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects[0]).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
+
+    server.answerGetsWith("");
+    server.sendRaw(std::string(4, '\0')); // an empty message: an answer that nobody waits for
+    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    EXPECT_EQ(listener.greetings, 1) << "the connection was never given up";
+}
+
+} // namespace
