@@ -15,11 +15,6 @@ cGsmQManager::cGsmQManager()
 
 cGsmQManager::~cGsmQManager() = default;
 
-void cGsmQManager::operator delete(void* storage)
-{
-    (void)storage;
-}
-
 int cGsmQManager::subscribe(EventNotifier* handler)
 {
     eventDispatch::subscribe(mLists, *m_Listeners, handler);

@@ -14,19 +14,18 @@
 
 /// Delivers each posted request to the subscribed listeners on a thread of its own, event2_thread.
 /// Threads: subscribe and iInsertEvent may be called by any thread at any time; the listeners are called on
-/// event2_thread. Lock:    one private mutex guards the two lists; it is never held while a listener runs. Memory:  a
-/// request belongs to the queue once it is posted; delivered ones but the newest 32 are destroyed. The queue lives to
-/// the end of the process, since its thread does.
+/// event2_thread.
+/// Lock: one private mutex guards the two lists; it is never held while a listener runs.
+/// Memory: a request belongs to the queue once it is posted; delivered ones but the newest 32 are destroyed. The queue
+/// lives to the end of the process, since its thread does.
 class cGsmQManager {
 public:
     /// Starts event2_thread, which makes one pass at once and then one for each posted request.
     cGsmQManager();
-    /// Does nothing: lists, requests and thread stay as they are.
+    /// Does nothing: lists, requests and thread stay as they are, and the thread goes on using the storage.
     virtual ~cGsmQManager();
     cGsmQManager(const cGsmQManager&) = delete;
     cGsmQManager& operator=(const cGsmQManager&) = delete;
-    /// Keeps the storage: event2_thread goes on using it.
-    static void operator delete(void* storage);
 
     /// Adds a listener, borrowed for the life of the process. @return 0
     int subscribe(EventNotifier* handler);
