@@ -49,8 +49,8 @@ private:
 
     std::atomic<Command*> inHand; ///< what rx_thread waits or works for; written by it alone
 
-    class Receiver;
     Command* takeCurrent();
+    void receive();
 };
 
 #endif

@@ -82,8 +82,7 @@ private:
 
     template <class Cmd, class... Args> Cmd* make(Args... args);
     ErrStat::eErrStat run(Command* cmd);
-    bool refused(Command* cmd, const char* operation);
-    void sweep();
+    bool refused(Command* cmd, const char* what);
 };
 
 #endif

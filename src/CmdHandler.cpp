@@ -1,0 +1,218 @@
+// The AT command engine: one exchange at a time on the modem's serial port.
+#include "CmdHandler.h"
+
+#include "scopedLock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <ctime>
+#include <sys/select.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::microseconds;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr std::size_t kLineBytes = 256; // a line's 255 characters and a NUL
+constexpr seconds kPoll(1);             // between two looks at `busy`
+constexpr milliseconds kDeadPause(100); // between two looks at a port that hung up
+
+// A signal does not shorten the wait.
+void waitWhole(microseconds time)
+{
+    timespec left = {static_cast<time_t>(time.count() / 1000000), static_cast<long>(time.count() % 1000000 * 1000)};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+enum class Waited { Byte, Silence, Interrupted, Dead };
+
+// The port's bytes, one select() and one read() each.
+class Port {
+public:
+    explicit Port(int fd) : m_fd(fd) {}
+
+    Waited awaitByte(microseconds limit, unsigned char& byte) const
+    {
+        if (m_fd < 0 || m_fd >= FD_SETSIZE) { // no place in an fd_set
+            errno = EBADF;
+            return Waited::Dead;
+        }
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(m_fd, &readable);
+        timeval time = {static_cast<time_t>(limit.count() / 1000000),
+                        static_cast<suseconds_t>(limit.count() % 1000000)};
+        const int ready = select(m_fd + 1, &readable, nullptr, nullptr, &time);
+        if (ready == 0)
+            return Waited::Silence;
+        if (ready < 0)
+            return errno == EINTR ? Waited::Interrupted : Waited::Dead;
+        errno = 0;
+        const ssize_t got = read(m_fd, &byte, 1);
+        if (got == 1)
+            return Waited::Byte;
+        return got < 0 && errno == EINTR ? Waited::Interrupted : Waited::Dead;
+    }
+
+private:
+    const int m_fd;
+};
+
+// How long the modem has been silent for a command. Each wait starts afresh, but for one that goes on after an
+// interruption or on a dead port.
+class Silence {
+public:
+    void begin(const Command* cmd, seconds limit)
+    {
+        if (!m_goesOn || cmd != m_cmd)
+            m_since = Clock::now();
+        m_goesOn = false;
+        m_cmd = cmd;
+        m_limit = limit;
+    }
+    void goOn() { m_goesOn = true; }
+    microseconds left() const
+    {
+        const auto past = std::chrono::duration_cast<microseconds>(Clock::now() - m_since);
+        return std::max(microseconds(0), microseconds(m_limit) - past);
+    }
+
+private:
+    const Command* m_cmd = nullptr;
+    Clock::time_point m_since;
+    seconds m_limit{0};
+    bool m_goesOn = false;
+};
+
+// The line under construction; what it has over 255 characters is dropped.
+class Line {
+public:
+    void add(unsigned char byte)
+    {
+        if (pos < kLineBytes - 1)
+            buff[pos++] = byte;
+    }
+    unsigned char* text() { return buff; }
+    void clear()
+    {
+        memset(buff, 0, sizeof buff);
+        pos = 0;
+    }
+
+private:
+    unsigned char buff[kLineBytes] = {};
+    std::size_t pos = 0;
+};
+
+} // namespace
+
+CmdHandler::CmdHandler(serialDriver* ser)
+    : cWlog("CmdHandler"), serial(ser), buffMutex(), currCmd(nullptr), instance(nullptr), inHand(nullptr)
+{
+    pthread_mutex_init(&buffMutex, nullptr);
+}
+
+void CmdHandler::init(CmdHandler* handlrIns)
+{
+    instance = handlrIns;
+    pthread_t thread;
+    const int result = pthread_create(&thread, nullptr, rx_thread, handlrIns);
+    if (result != 0)
+        error("The receive thread could not be started: %s\n", strerror(result));
+}
+
+void CmdHandler::execute(Command* cmd)
+{
+    ScopedLock lock(buffMutex);
+    cmd->setBusy(); // before it can be handed a line, which would make it done
+    currCmd = cmd;
+    char* text = cmd->getATstring();
+    debug("Sending AT command:%s\n", text);
+    (void)serial->send(text, static_cast<int>(strlen(text)));
+    while (currCmd.load()->isBusy())
+        waitWhole(kPoll);
+}
+
+Command* CmdHandler::getCurrCmd()
+{
+    return currCmd;
+}
+
+serialDriver* CmdHandler::getSerial()
+{
+    return serial;
+}
+
+bool CmdHandler::isInUse(const Command* cmd) const
+{
+    return currCmd == cmd || inHand == cmd;
+}
+
+// On the receive thread. The command is in hand before it is certain that it is still the current one: whoever replaced
+// it and then finds it not in hand may destroy it.
+Command* CmdHandler::takeCurrent()
+{
+    Command* cmd = currCmd;
+    for (;;) {
+        inHand = cmd;
+        Command* now = currCmd;
+        if (now == cmd)
+            return cmd;
+        cmd = now;
+    }
+}
+
+void* CmdHandler::rx_thread(void* arg)
+{
+    static_cast<CmdHandler*>(arg)->receive();
+    return nullptr;
+}
+
+void CmdHandler::receive()
+{
+    const Port port(serial->getFD());
+    Line line;
+    Silence silence;
+    bool alive = true;
+    for (;;) {
+        Command* cmd = takeCurrent();
+        if (cmd == nullptr) {
+            usleep(1);
+            continue;
+        }
+        silence.begin(cmd, seconds(cmd->getTout()));
+        unsigned char byte = 0;
+        Waited waited = port.awaitByte(silence.left(), byte);
+        if (waited == Waited::Dead) {
+            if (alive) { // said once, not ten times a second
+                debug("Listen thread error\n");
+                error("The modem's port is dead: %s\n", errno == 0 ? "end of file" : strerror(errno));
+            }
+            alive = false;
+            waitWhole(std::min<microseconds>(kDeadPause, silence.left()));
+            waited = silence.left() == microseconds(0) ? Waited::Silence : Waited::Interrupted;
+        } else if (waited == Waited::Interrupted) {
+            debug("Listen thread error\n");
+        } else {
+            alive = true;
+        }
+
+        if (waited == Waited::Interrupted) {
+            silence.goOn();
+        } else if (waited == Waited::Silence) {
+            cmd->setTimeOut();
+            cmd->setDone();
+        } else if (byte == '\r' || byte == '\n') {
+            cmd->parseData(line.text());
+            line.clear();
+        } else {
+            line.add(byte);
+        }
+    }
+}

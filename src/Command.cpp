@@ -1,0 +1,144 @@
+// The base class of the AT commands: status of an exchange, final results, the modem's own reports, reply fields.
+#include "Command.h"
+
+#include "Modem.h"
+#include "ModemEvent.h"
+#include "replyText.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+constexpr char kSmsReport[] = "+CMTI: "; // +CMTI: "SM",3
+constexpr char kUsdReport[] = "+CUSD: "; // +CUSD: 0,"text",15
+
+} // namespace
+
+Command::Command(Modem* mdm) : isOk(false), busy(false), tout(2), errStat(ErrStat::UNKNOWN), smsNum{}, m_mdm(mdm) {}
+
+void Command::setBusy()
+{
+    busy = true;
+}
+
+void Command::setDone()
+{
+    busy = false;
+}
+
+void Command::setTimeOut()
+{
+    errStat = ErrStat::TIMEOUT;
+}
+
+bool Command::isBusy()
+{
+    return busy;
+}
+
+int Command::getErrStat()
+{
+    return errStat;
+}
+
+bool Command::getIsOk()
+{
+    return isOk;
+}
+
+void Command::parseData(unsigned char* buff)
+{
+    std::lock_guard<std::mutex> lock(m_lineLock);
+    if (beginsWith(buff, "OK")) {
+        isOk = true;
+        errStat = ErrStat::OK;
+        busy = false;
+    } else if (beginsWith(buff, "ERR")) {
+        isOk = false;
+        errStat = ErrStat::MDMERR;
+        busy = false;
+    } else if (buff[0] != '\0') {
+        handleData(buff);
+    }
+}
+
+char* Command::getATstring()
+{
+    static char text[] = "AT\r";
+    return text;
+}
+
+void Command::handleData(unsigned char* data)
+{
+    raise(data);
+    busy = false; // last, so that whoever sees it finds the event raised
+}
+
+int Command::getTout()
+{
+    return tout;
+}
+
+void Command::raise(unsigned char* data)
+{
+    char fields[2][256];
+    int count = 0;
+    if (beginsWith(data, kSmsReport)) {
+        findParameters(afterPrefix(data, kSmsReport), ',', &count, fields);
+        keepLine(smsNum, fields[1]);
+        if (m_mdm != nullptr) {
+            auto* event = new SmsEvent();
+            event->setSmsId(smsNum);
+            m_mdm->iSendEvent(event);
+        }
+    } else if (beginsWith(data, kUsdReport)) {
+        findParameters(afterPrefix(data, kUsdReport), ',', &count, fields);
+        if (m_mdm != nullptr) {
+            auto* event = new USDEvent();
+            event->setUsdCode(fields[1]);
+            m_mdm->iSendEvent(event);
+        }
+    }
+}
+
+void Command::fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,
+                       bool (*forbidden)(unsigned char))
+{
+    text[0] = '\0';
+    if (argument == nullptr) {
+        m_why = "there is none";
+        return;
+    }
+    const std::size_t length = strlen(argument);
+    if (strlen(before) + length + strlen(after) >= size) {
+        m_why = "it is too long";
+        return;
+    }
+    if (std::any_of(argument, argument + length, [&](char c) { return forbidden(static_cast<unsigned char>(c)); })) {
+        m_why = "it has a character that would break out of its AT command";
+        return;
+    }
+    (void)snprintf(text, size, "%s%s%s", before, argument, after);
+}
+
+bool splitParameters(const unsigned char* buff, char delimiter, int* paramC, char (*paramV)[256], std::size_t slots)
+{
+    memset(paramV, 0, slots * sizeof *paramV);
+    const auto* text = reinterpret_cast<const char*>(buff);
+    const std::size_t len = strlen(text);
+    std::size_t found = 0;
+    std::size_t start = 0;
+    while (found < slots) {
+        const void* hit = memchr(text + start, delimiter, len - start);
+        const std::size_t end = hit == nullptr ? len : static_cast<std::size_t>(static_cast<const char*>(hit) - text);
+        memcpy(paramV[found], text + start, std::min(end - start, sizeof *paramV - 1));
+        ++found;
+        if (hit == nullptr)
+            break;
+        start = end + 1;
+    }
+    *paramC = static_cast<int>(found);
+    return false;
+}

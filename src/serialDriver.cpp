@@ -1,0 +1,45 @@
+// The serial port to which the modem is attached.
+#include "serialDriver.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+serialDriver::serialDriver(char* port) : fd(open(port, O_RDWR | O_NOCTTY)), portOpen(false)
+{
+    // On a port that did not open these calls fail, and change nothing.
+    termios attributes = {};
+    (void)tcgetattr(fd, &attributes);
+    (void)cfsetispeed(&attributes, B115200);
+    (void)cfsetospeed(&attributes, B115200);
+    attributes.c_cflag &= ~static_cast<tcflag_t>(PARENB | CSTOPB | CSIZE | CRTSCTS);
+    attributes.c_cflag |= CS8 | CREAD | CLOCAL;
+    attributes.c_iflag &= ~static_cast<tcflag_t>(IXON | IXOFF | IXANY | INLCR | ICRNL | INPCK);
+    attributes.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+    attributes.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ISIG);
+    (void)tcsetattr(fd, TCSANOW, &attributes);
+    portOpen = fd != -1;
+}
+
+serialDriver::~serialDriver()
+{
+    if (portOpen)
+        close(fd);
+}
+
+int serialDriver::send(void* buffer, int length)
+{
+    if (!portOpen || length < 0)
+        return -1;
+    return static_cast<int>(write(fd, buffer, static_cast<size_t>(length)));
+}
+
+bool serialDriver::getPortOpen()
+{
+    return portOpen;
+}
+
+int serialDriver::getFD()
+{
+    return fd;
+}
