@@ -72,7 +72,9 @@ private:
 
     struct Findings; ///< what one pass of setupModem() found
     void unlockSim(Pinstat::ePinStat& pinStat);
+    void logOperator(const char* netOperator);
     void summarise(const Findings& found);
+    void explain(const Findings& found);
 };
 
 #endif

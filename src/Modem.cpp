@@ -20,10 +20,7 @@ std::string masked(const char* number)
 
 } // namespace
 
-Modem::Modem(Gsm* gsm)
-    : cWlog("Modem"), currCmd(nullptr), m_gsm(gsm), cmdHandler(nullptr), sms_list(nullptr), pin{}
-{
-}
+Modem::Modem(Gsm* gsm) : cWlog("Modem"), currCmd(nullptr), m_gsm(gsm), cmdHandler(nullptr), sms_list(nullptr), pin{} {}
 
 Modem::~Modem() = default;
 
@@ -64,7 +61,10 @@ cEnumeratedList<Sms>* Modem::qGetList()
 
 void Modem::iSendEvent(ModemEvent* event)
 {
-    m_gsm->iInsertEvent(event);
+    if (m_gsm != nullptr)
+        m_gsm->iInsertEvent(event);
+    else
+        destroyModemEvent(event);
 }
 
 // Makes the command of an operation; it stays the facade's, and goes when the engine can no longer touch it.
