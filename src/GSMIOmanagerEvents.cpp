@@ -48,7 +48,7 @@ void GSMIOmanager::handle_event(cObjectList* rx_msg)
         } else if (event->getEventType() == cObjectEvent::EVENT_SITE) {
             // The server is new, and may have forgotten outputs or learned ports: refresh now, not at the next poll.
             const uint64_t once = 1;
-            (void)!write(mWakeFd, &once, sizeof once);
+            (void)!::write(mWakeFd, &once, sizeof once);
         }
     }
 }
