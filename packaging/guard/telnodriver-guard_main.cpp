@@ -33,6 +33,7 @@ struct Settings {
     std::string properties = "/etc/tav/telnodriver.conf";
     std::string record = "/var/lib/telnodriver/pin";
     std::string checker = "/usr/bin/telnodriver-check";
+    std::string root; ///< stands before the paths that name the card's model
 };
 
 /// Errors of the checker (exit status 2 and above) refuse the start, warnings do not.
@@ -149,7 +150,7 @@ bool tryPin(const Settings& settings, ModemPort& port, const PinRecord& record, 
 bool pinHolds(const Settings& settings)
 {
     cWlog logger("telnodriver-guard");
-    if (VelIdentifier(&logger).getHardwareNumber() != 1) {
+    if (VelIdentifier(&logger, settings.root.c_str()).getHardwareNumber() != 1) {
         return true;
     }
     cProperties properties;
@@ -191,6 +192,7 @@ int main(int argc, char** argv)
     const option options[] = {{"properties", required_argument, nullptr, 'p'},
                               {"record", required_argument, nullptr, 'r'},
                               {"checker", required_argument, nullptr, 'c'},
+                              {"root", required_argument, nullptr, 'R'},
                               {nullptr, 0, nullptr, 0}};
     for (int choice = 0; (choice = getopt_long(argc, argv, "", options, nullptr)) != -1;) {
         switch (choice) {
@@ -203,12 +205,16 @@ int main(int argc, char** argv)
         case 'c':
             settings.checker = optarg;
             break;
+        case 'R':
+            settings.root = optarg;
+            break;
         default:
             return 2;
         }
     }
     if (optind != argc) {
-        fprintf(stderr, "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM]\n");
+        fprintf(stderr,
+                "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM] [--root DIR]\n");
         return 2;
     }
     return configurationHolds(settings) && pinHolds(settings) ? 0 : 1;
