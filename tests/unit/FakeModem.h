@@ -1,0 +1,184 @@
+// A modem that plays a script on a pseudo terminal. It shares nothing with what it tests.
+#ifndef FAKEMODEM_H
+#define FAKEMODEM_H
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <fcntl.h>
+#include <functional>
+#include <mutex>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+/// What the modem must be sent next, to the last byte, and what it says then, as it stands.
+struct Step {
+    std::string expect;
+    std::string reply;
+};
+
+class FakeModem {
+public:
+    static constexpr std::chrono::seconds kPatience{30};
+
+    /// @param chunk  bytes of one write of a reply; 0: whole replies   @param echo  repeats what it is sent
+    explicit FakeModem(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
+        : m_script(std::move(script)), m_chunk(chunk), m_echo(echo), m_master(posix_openpt(O_RDWR | O_NOCTTY))
+    {
+        if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0)
+            throw std::runtime_error("no pseudo terminal");
+        char name[64];
+        ptsname_r(m_master, name, sizeof name);
+        m_path = name;
+        m_slave = open(name, O_RDWR | O_NOCTTY); // or the terminal hangs up as long as nobody else has it open
+        termios attributes = {};
+        tcgetattr(m_slave, &attributes);
+        cfmakeraw(&attributes);
+        tcsetattr(m_slave, TCSANOW, &attributes);
+        m_thread = std::thread([this] { serve(); });
+    }
+    ~FakeModem() { hangUp(); }
+    FakeModem(const FakeModem&) = delete;
+    FakeModem& operator=(const FakeModem&) = delete;
+
+    /// The terminal to open; the text is the modem's.
+    char* path() { return m_path.data(); }
+    /// Replaces what is left of the script and forgets what was received.
+    void play(std::vector<Step> script)
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_script = std::move(script);
+        m_next = 0;
+        m_pending.clear();
+    }
+    /// Says something unasked.
+    void say(const std::string& bytes)
+    {
+        const std::size_t chunk = m_chunk == 0 ? 4096 : m_chunk;
+        for (std::size_t at = 0; at < bytes.size(); at += chunk)
+            put(bytes.substr(at, chunk));
+    }
+    /// Goes away, as an unplugged modem does.
+    void hangUp()
+    {
+        m_stop = true;
+        if (!m_thread.joinable())
+            return;
+        m_thread.join();
+        close(m_slave);
+        close(m_master);
+    }
+    bool waitForSteps(std::size_t steps)
+    {
+        return waitFor([&] { return m_next >= steps; });
+    }
+    /// Everything that was received since the start.
+    std::string received()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_received;
+    }
+    bool waitForReceived(const std::string& bytes)
+    {
+        return waitFor([&] { return m_received.find(bytes) != std::string::npos; });
+    }
+
+private:
+    bool waitFor(const std::function<bool()>& condition)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_changed.wait_for(lock, kPatience, condition);
+    }
+    void put(const std::string& bytes)
+    {
+        for (std::size_t done = 0; done < bytes.size() && !m_stop;) {
+            const ssize_t written = write(m_master, bytes.data() + done, bytes.size() - done);
+            if (written > 0)
+                done += static_cast<std::size_t>(written);
+            else if (errno != EINTR && errno != EAGAIN)
+                return;
+        }
+    }
+    void serve()
+    {
+        while (!m_stop) {
+            pollfd ready = {m_master, POLLIN, 0};
+            if (poll(&ready, 1, 20) != 1)
+                continue;
+            char bytes[512];
+            const ssize_t got = read(m_master, bytes, sizeof bytes);
+            if (got <= 0)
+                continue;
+            const std::string input(bytes, static_cast<std::size_t>(got));
+            if (m_echo)
+                say(input);
+            take(input);
+        }
+    }
+    void take(const std::string& input)
+    {
+        std::string reply;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_received += input;
+            m_pending += input;
+            while (m_next < m_script.size() &&
+                   m_pending.compare(0, m_script[m_next].expect.size(), m_script[m_next].expect) == 0) {
+                m_pending.erase(0, m_script[m_next].expect.size());
+                reply += m_script[m_next++].reply;
+            }
+        }
+        say(reply);
+        m_changed.notify_all();
+    }
+
+    std::vector<Step> m_script;
+    const std::size_t m_chunk;
+    const bool m_echo;
+    const int m_master;
+    int m_slave = -1;
+    std::string m_path;
+    std::mutex m_mutex; // guards the script, its place and what was received
+    std::condition_variable m_changed;
+    std::size_t m_next = 0;
+    std::string m_pending;
+    std::string m_received;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+/// Waits until @p condition holds, up to the usual patience.
+inline bool eventually(const std::function<bool()>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + FakeModem::kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+/// The engine gives a reply that began a second, at the least, to be complete. A machine that stalls longer is no fault
+/// of ours: three attempts, each on a modem of its own, of which one must pass. An attempt returns what went wrong.
+inline std::string oneOfThree(const std::function<std::string()>& attempt)
+{
+    std::string wrong;
+    for (int i = 0; i < 3; ++i) {
+        const std::string now = attempt();
+        if (now.empty())
+            return now;
+        wrong += now + "\n";
+    }
+    return wrong;
+}
+
+#endif
