@@ -5,11 +5,14 @@
 
 #include <log4cpp/Appender.hh>
 #include <log4cpp/Category.hh>
+#include <log4cpp/HierarchyMaintainer.hh>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <mutex>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -24,27 +27,49 @@ namespace {
 /// Guards every mLogBuffer and log4cpp's configuration; a thread that writes a line holds it to the line's end.
 std::mutex gate;
 
-/// Set when the process runs down: log4cpp then takes its categories apart, and threads that still run log nothing.
-std::atomic<bool> closed{false};
+/// Set when the process runs down, after which nothing is written: log4cpp takes itself apart. Guarded by gate.
+bool closed = false;
 
-/// Prepares log4cpp before main, while there is one thread.
+using Categories = log4cpp::HierarchyMaintainer::CategoryMap;
+
+/// The categories that were saved from log4cpp's end, for threads that still ask them for their priority.
+Categories& saved()
+{
+    static auto* const categories = new Categories;
+    return *categories;
+}
+
+/// Reaches the map of categories, which log4cpp leaves to derived classes.
+struct Hierarchy : log4cpp::HierarchyMaintainer {
+    static Categories& categories() { return getDefaultMaintainer().*(&Hierarchy::_categoryMap); }
+};
+
+/// Prepares log4cpp before main, while there is one thread, and for the end of the process, where threads still run.
 struct Lifetime {
     Lifetime()
     {
+        using Initializer = log4cpp::Appender::AppenderMapStorageInitializer;
+        alignas(Initializer) static unsigned char storage[sizeof(Initializer)];
+        new (storage) Initializer; // for ever: the last one that is destroyed deletes all appenders
         log4cpp::Category::getRoot();
-        // Held for ever: without it the last source file's static storage would delete the appenders at exit.
-        static auto* const appenders = new log4cpp::Appender::AppenderMapStorageInitializer;
-        (void)appenders;
+        saved();
         std::atexit([] {
+            const std::lock_guard<std::mutex> lock(gate);
             closed = true;
-            const std::lock_guard<std::mutex> lock(gate); // a line on its way is still written
+            saved().swap(Hierarchy::categories());
         });
     }
 } const lifetime;
 
 log4cpp::Category& category(const char* name)
 {
-    return log4cpp::Category::getInstance(name != nullptr ? name : "");
+    const std::string key = name != nullptr ? name : "";
+    const std::lock_guard<std::mutex> lock(gate);
+    if (!closed) {
+        return log4cpp::Category::getInstance(key);
+    }
+    const auto known = saved().find(key);
+    return known != saved().end() ? *known->second : *saved().begin()->second;
 }
 
 } // namespace
@@ -99,7 +124,7 @@ bool cWlog::debugEnabled()
 
 bool cWlog::enabled(WlogPiority priority) const
 {
-    return !closed.load(std::memory_order_relaxed) && mCategory->isPriorityEnabled(priority);
+    return mCategory->getChainedPriority() >= priority;
 }
 
 void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
@@ -111,6 +136,8 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     if (std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) < 0) {
         return;
     }
+    std::cout.clear(); // a console appender must not stay silent for ever after one full disk
+    std::cerr.clear();
     try {
         mCategory->log(priority, visibleText(mLogBuffer)); // the overload that takes a finished text, not a format
     } catch (...) {

@@ -94,12 +94,15 @@ struct Settings {
         });
     }
 
-    /// "FILE:LINE" of the first line that contains @p text, "FILE" when none does.
-    std::string place(const std::string& file, const std::string& text) const
+    /// "FILE:LINE" of the line that defines the appender or category @p name, else of the first that contains it;
+    /// "FILE" when none does.
+    std::string place(const std::string& file, const std::string& name) const
     {
-        for (const Line& line : lines) {
-            if (!text.empty() && line.text.find(text) != std::string::npos) {
-                return file + ":" + std::to_string(line.number);
+        for (const char* prefix : {"log4cpp.appender.", "log4cpp.category.", "log4cpp.", ""}) {
+            for (const Line& line : lines) {
+                if (!name.empty() && line.text.find(prefix + name) != std::string::npos) {
+                    return file + ":" + std::to_string(line.number);
+                }
             }
         }
         return file;
@@ -189,14 +192,35 @@ std::string quoted(const std::string& message)
     return start == std::string::npos ? "" : message.substr(start + 1, end - start - 1);
 }
 
-/// Takes the new appenders into our hands, also those of a configuration that failed half-way.
-void adoptAppenders(const Settings& settings)
+std::set<log4cpp::Appender*> existing(const std::set<std::string>& names)
 {
-    for (const std::string& name : settings.appenderNames()) {
+    std::set<log4cpp::Appender*> appenders;
+    for (const std::string& name : names) {
         if (log4cpp::Appender* const appender = log4cpp::Appender::getAppender(name)) {
+            appenders.insert(appender);
+        }
+    }
+    return appenders;
+}
+
+/// Configures log4cpp and takes the new appenders into our hands, also those of a configuration that fails half-way.
+/// @return what log4cpp did not like; empty when all went well
+std::string tryToConfigure(const Settings& settings)
+{
+    std::string why;
+    const std::set<std::string> names = settings.appenderNames();
+    const std::set<log4cpp::Appender*> foreign = existing(names);
+    try {
+        configure(settings, settings.has("log4cpp.rootCategory"));
+    } catch (const std::exception& exception) {
+        why = exception.what();
+    }
+    for (log4cpp::Appender* appender : existing(names)) {
+        if (foreign.count(appender) == 0) {
             ownAppenders().push_back(appender);
         }
     }
+    return why;
 }
 
 /// Drops the appenders whose file cannot be opened.
@@ -209,8 +233,8 @@ void dropUnusable(const std::string& file, const Settings& settings, std::vector
             continue;
         }
         const std::string why = errno != 0 ? std::strerror(errno) : "cannot be opened";
-        troubles.push_back(settings.place(file, "log4cpp.appender." + appender->getName()) + ": appender \"" +
-                           appender->getName() + "\": " + why);
+        troubles.push_back(settings.place(file, appender->getName()) + ": appender \"" + appender->getName() +
+                           "\": " + why);
         for (log4cpp::Category* category : *categories) {
             category->removeAppender(appender);
         }
@@ -228,16 +252,17 @@ std::vector<std::string> logSetup::fromFile(const char* name)
     if (!settings.trouble.empty()) {
         troubles.push_back(settings.trouble);
     }
-    if (!settings.lines.empty()) {
-        try {
-            configure(settings, settings.has("log4cpp.rootCategory"));
-            adoptAppenders(settings);
-            dropUnusable(file, settings, troubles);
-        } catch (const std::exception& exception) {
-            troubles.push_back(settings.place(file, quoted(exception.what())) + ": " + exception.what());
-            adoptAppenders(settings);
-            takeBack();
+    for (const Settings::Line& line : settings.lines) {
+        if (line.text.find('=') == std::string::npos) {
+            troubles.push_back(file + ":" + std::to_string(line.number) + ": no '=' in a line of the logging's");
         }
+    }
+    const std::string why = settings.lines.empty() ? "" : tryToConfigure(settings);
+    if (why.empty()) {
+        dropUnusable(file, settings, troubles);
+    } else {
+        troubles.push_back(settings.place(file, quoted(why)) + ": " + why);
+        takeBack();
     }
     if (log4cpp::Category::getRoot().getAllAppenders().empty()) {
         log4cpp::Category::getRoot().addAppender(standardError());
