@@ -1,0 +1,322 @@
+#include "bench/Card.h"
+
+#include "bench/Sandbox.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <fstream>
+#include <libxml/parser.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace bench {
+
+namespace {
+
+constexpr char kModemLink[] = "/etc/tav/modem";
+constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
+constexpr char kGpioReport[] = "/etc/tav/.gpio-report";
+constexpr uint16_t kServerPort = 60000;
+
+std::string configPath(const std::string& name)
+{
+    return std::string(kConfigFolder) + '/' + name;
+}
+
+std::string attribute(xmlNode* node, const char* name)
+{
+    xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
+    std::string text = value != nullptr ? reinterpret_cast<const char*>(value) : "";
+    xmlFree(value);
+    return text;
+}
+
+// The labels of the details below a node, but those of a GSM action.
+void gatherLabels(xmlNode* node, std::vector<std::string>& labels)
+{
+    for (xmlNode* child = node->children; child != nullptr; child = child->next) {
+        if (child->type != XML_ELEMENT_NODE)
+            continue;
+        const std::string label = attribute(child, "io_label");
+        if (!label.empty() && label.size() <= 31 && attribute(child, "dev_type") != "GSM" &&
+            std::find(labels.begin(), labels.end(), label) == labels.end())
+            labels.push_back(label);
+        gatherLabels(child, labels);
+    }
+}
+
+} // namespace
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    if (!file || !(content << file.rdbuf()))
+        throw Failure(path + " cannot be read");
+    return content.str();
+}
+
+Card::Card(Tools tools) : m_tools(std::move(tools))
+{
+    m_modemOptions.pin = "1357";
+    m_modemOptions.link = kModemLink;
+    m_settings.program = m_tools.daemon;
+    m_server.onChange([this](const sim::Port& port) {
+        if (port.output)
+            trace(Trace::Output,
+                  port.label + ' ' + sim::stateWord(port.state) + (port.toggled == 4 ? "" : " (not by the daemon)"));
+        else
+            trace(Trace::Input, port.label + ' ' + sim::statusWord(port.status));
+    });
+    m_daemon.onLine([this](bool standardOutput, const std::string& line) {
+        trace(standardOutput ? Trace::StandardOutput : Trace::Log, line);
+    });
+    setModel(true);
+}
+
+Card::~Card()
+{
+    m_daemon.kill();
+    if (m_gpioHold >= 0)
+        close(m_gpioHold); // the last writer: the reader sees the end
+    if (m_gpioReader.joinable())
+        m_gpioReader.join();
+    m_modem.reset();
+    m_server.stop();
+}
+
+void Card::trace(Trace kind, const std::string& text) const
+{
+    if (m_trace)
+        m_trace(kind, text);
+}
+
+Milliseconds Card::real(Milliseconds daemons) const
+{
+    return Milliseconds(static_cast<Milliseconds::rep>(static_cast<double>(daemons.count()) / m_tools.speed));
+}
+
+void Card::setModel(bool tavLite)
+{
+    writeConfigFile("hardware", tavLite ? "1\n" : "0\n");
+}
+
+void Card::useConfig(const std::string& folder)
+{
+    DIR* entries = opendir(folder.c_str());
+    if (entries == nullptr)
+        throw Failure(folder + ": " + strerror(errno));
+    std::vector<std::string> names;
+    while (const dirent* entry = readdir(entries)) {
+        struct stat kind {};
+        if (stat((folder + '/' + entry->d_name).c_str(), &kind) == 0 && S_ISREG(kind.st_mode))
+            names.emplace_back(entry->d_name);
+    }
+    closedir(entries);
+    for (const std::string& name : names)
+        writeConfigFile(name, readFile(folder + '/' + name));
+    m_configured = true;
+}
+
+void Card::writeConfigFile(const std::string& name, const std::string& content)
+{
+    // A new file each time: the daemon never sees half of one.
+    const std::string path = configPath(name), fresh = path + ".new";
+    std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
+    file << content;
+    file.close();
+    if (!file || rename(fresh.c_str(), path.c_str()) != 0)
+        throw Failure(path + ": " + strerror(errno));
+}
+
+void Card::removeConfigFile(const std::string& name)
+{
+    unlink(configPath(name).c_str());
+}
+
+void Card::setProperty(const std::string& key, const std::string& value)
+{
+    m_properties[key] = value;
+}
+
+void Card::usePorts(std::vector<sim::Port> ports)
+{
+    m_portsGiven = true;
+    m_server.setPorts(std::move(ports));
+}
+
+void Card::usePortsOfPairFile()
+{
+    std::vector<std::string> inputs, outputs;
+    const std::string path = configPath("telnodriver.xml");
+    xmlDoc* document = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
+    xmlNode* root = document != nullptr ? xmlDocGetRootElement(document) : nullptr;
+    for (xmlNode* connection = root != nullptr ? root->children : nullptr; connection != nullptr;
+         connection = connection->next) {
+        for (xmlNode* side = connection->children; side != nullptr; side = side->next) {
+            const std::string name = side->name != nullptr ? reinterpret_cast<const char*>(side->name) : "";
+            if (name == "trigger" || name == "action")
+                gatherLabels(side, name == "trigger" ? inputs : outputs);
+        }
+    }
+    xmlFreeDoc(document);
+
+    std::vector<sim::Port> ports;
+    for (const std::string& label : inputs) {
+        sim::Port port;
+        port.label = label;
+        port.id = static_cast<uint32_t>(ports.size() + 1);
+        if (std::find(outputs.begin(), outputs.end(), label) == outputs.end())
+            ports.push_back(port);
+    }
+    for (const std::string& label : outputs) {
+        sim::Port port;
+        port.output = true;
+        port.label = label;
+        port.id = static_cast<uint32_t>(ports.size() + 1);
+        port.type = 3;
+        ports.push_back(port);
+    }
+    m_server.setPorts(std::move(ports));
+}
+
+void Card::startServer()
+{
+    std::string error;
+    if (!m_serverRuns && !m_server.start("127.0.0.1", kServerPort, &error))
+        throw Failure("the object server cannot be started: " + error);
+    m_serverRuns = true;
+}
+
+void Card::stopServer()
+{
+    m_server.stop();
+    m_serverRuns = false;
+}
+
+ModemSim& Card::modem()
+{
+    if (!m_modem)
+        throw Failure("there is no modem: start it first, or it was said to be absent");
+    return *m_modem;
+}
+
+void Card::startModem()
+{
+    if (m_modem || !m_modemPresent)
+        return;
+    m_modem = std::make_unique<ModemSim>(m_modemOptions);
+    for (const modemsim::StoredSms& message : m_storedBefore)
+        m_modem->store(message);
+    m_modem->observe(
+        [this](const modemsim::TrafficLine& line) {
+            const bool to = line.direction == modemsim::TrafficLine::ToModem;
+            trace(Trace::ModemTalk, (to ? "> " : "< ") + modemsim::visible(line.text));
+        },
+        [this](const modemsim::SentSms& sms) { trace(Trace::SmsOut, sms.number + " \"" + sms.text + '"'); });
+}
+
+void Card::start()
+{
+    if (!m_configured)
+        throw Failure("no configuration: say config FOLDER, or use --config");
+    if (m_daemon.running())
+        throw Failure("the daemon runs already");
+    if (!m_portsGiven && !m_started)
+        usePortsOfPairFile();
+    if (m_serverAtStart && !m_started)
+        startServer();
+    startModem();
+
+    // Properties above the file's: the first line of a key counts.
+    if (m_properties.find("serialPortName") == m_properties.end())
+        m_properties["serialPortName"] = kModemLink;
+    const std::string path = configPath("telnodriver.conf");
+    if (access(path.c_str(), R_OK) == 0 && !m_started) {
+        std::string above;
+        for (const auto& property : m_properties)
+            above += property.first + '=' + property.second + '\n';
+        writeConfigFile("telnodriver.conf", above + readFile(path));
+    }
+
+    if (m_gpioEnd < 0) {
+        mkfifo(kGpioReport, 0600);
+        m_gpioEnd = open(kGpioReport, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        m_gpioHold = open(kGpioReport, O_WRONLY | O_CLOEXEC);
+        fcntl(m_gpioEnd, F_SETFL, 0);
+        m_gpioReader = std::thread([this] { readGpioReport(); });
+    }
+    m_settings.environment = {std::string("VELIOSIM_REPORT=") + kGpioReport};
+    if (!m_gpioTable.empty()) {
+        writeConfigFile(".gpio-table", m_gpioTable);
+        m_settings.environment.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
+    }
+    std::string preload = m_tools.libraries + "/libveliosim.so";
+    if (m_tools.speed != 1) {
+        preload = "/usr/$LIB/faketime/libfaketimeMT.so.1:" + m_tools.libraries + "/libwaitshim.so:" + preload;
+        std::ostringstream rate;
+        rate << "FAKETIME=+0 x" << m_tools.speed;
+        m_settings.environment.push_back(rate.str());
+    }
+    m_settings.environment.push_back("LD_PRELOAD=" + preload);
+    const std::string wrong = m_daemon.start(m_settings);
+    if (!wrong.empty())
+        throw Failure(m_tools.daemon + ": " + wrong);
+    m_started = true;
+}
+
+void Card::killDaemon()
+{
+    m_daemon.kill();
+}
+
+// Lines of the GPIO stand-in, on a thread of their own: "write PIN LEVEL REAL SEEN" is a level that was set.
+void Card::readGpioReport()
+{
+    std::string partial;
+    char bytes[4096];
+    long long roseAt = 0;
+    bool high = false;
+    ssize_t length;
+    while ((length = read(m_gpioEnd, bytes, sizeof bytes)) > 0 || (length < 0 && errno == EINTR)) {
+        partial.append(bytes, length > 0 ? static_cast<size_t>(length) : 0);
+        for (size_t end; (end = partial.find('\n')) != std::string::npos; partial.erase(0, end + 1)) {
+            std::istringstream line(partial.substr(0, end));
+            std::string kind;
+            long long pin = 0, level = 0, realTime = 0, seen = 0;
+            if (!(line >> kind >> pin >> level >> realTime >> seen) || kind != "write")
+                continue;
+            {
+                std::lock_guard<std::mutex> lock(m_gpioMutex);
+                ++m_levelWrites;
+                if (level != 0)
+                    roseAt = seen;
+                else if (high)
+                    m_pulses.push_back({Milliseconds((seen - roseAt) / 1000000), static_cast<int>(pin)});
+            }
+            high = level != 0;
+            trace(Trace::Power, "pin " + std::to_string(pin) + (high ? " high" : " low"));
+            if (m_modem)
+                m_modem->setPowerKey(high);
+        }
+    }
+    close(m_gpioEnd);
+}
+
+std::vector<Pulse> Card::pulses() const
+{
+    std::lock_guard<std::mutex> lock(m_gpioMutex);
+    return m_pulses;
+}
+
+size_t Card::levelWrites() const
+{
+    std::lock_guard<std::mutex> lock(m_gpioMutex);
+    return m_levelWrites;
+}
+
+} // namespace bench

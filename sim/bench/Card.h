@@ -1,0 +1,122 @@
+// The whole card on a desk: object server, modem, GPIO driver, configuration, and the daemon among them.
+#ifndef SIM_BENCH_CARD_H
+#define SIM_BENCH_CARD_H
+
+#include "bench/Daemon.h"
+#include "bench/Scenario.h"
+#include "modem/ModemSim.h"
+#include "tavd/Tavd.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace bench {
+
+/// Where the bench finds the daemon, and how fast it lets the daemon's waits run.
+struct Tools {
+    std::string daemon;
+    std::string libraries; ///< folder of libveliosim.so and libwaitshim.so
+    double speed = 1;      ///< the daemon's seconds in a real one
+};
+
+/// What a line of the trace is about.
+enum class Trace { Input, Output, SmsIn, SmsOut, ModemTalk, Power, Log, StandardOutput };
+
+/// A pulse of the modem's power pin, in the daemon's time.
+struct Pulse {
+    Milliseconds length;
+    int pin;
+};
+
+/// Threads: the bench's thread calls everything; the trace listener is called by the simulators' threads too.
+class Card {
+public:
+    explicit Card(Tools tools);
+    ~Card();
+    Card(const Card&) = delete;
+    Card& operator=(const Card&) = delete;
+
+    void onTrace(std::function<void(Trace, const std::string&)> listener) { m_trace = std::move(listener); }
+
+    // Before start() ---------------------------------------------------------------------------------------------
+
+    void setModel(bool tavLite);
+    /// Makes /etc/tav a copy of @p folder. @throws Failure
+    void useConfig(const std::string& folder);
+    bool configured() const { return m_configured; }
+    /// A file of /etc/tav: replaces it, or takes it away; may be called at any time. @throws Failure
+    void writeConfigFile(const std::string& name, const std::string& content);
+    void removeConfigFile(const std::string& name);
+    /// A property for the daemon, above whatever the properties file says. Empty value: no such property.
+    void setProperty(const std::string& key, const std::string& value);
+    /// The ports that the pair file names: every trigger label an input, every action label of an output an output.
+    void usePortsOfPairFile();
+    void usePorts(std::vector<sim::Port> ports);
+    modemsim::Options& modemOptions() { return m_modemOptions; }
+    /// A message that the SIM holds when the modem is switched on.
+    void storeBeforeStart(const modemsim::StoredSms& message) { m_storedBefore.push_back(message); }
+    void setModemPresent(bool present) { m_modemPresent = present; }
+    void setGpio(const std::string& table) { m_gpioTable = table; }
+    void setServerAtStart(bool on) { m_serverAtStart = on; }
+    void setDescriptors(long most) { m_settings.descriptors = most; }
+    void setArgument(const std::string& argument) { m_settings.arguments = {argument}; }
+
+    /// Starts the server and the modem where they do not run yet, and the daemon. @throws Failure
+    void start();
+    /// SIGKILL for the daemon; server and modem go on.
+    void killDaemon();
+
+    // While it runs ----------------------------------------------------------------------------------------------
+
+    sim::Tavd& server() { return m_server; }
+    void startServer();
+    void stopServer();
+    bool serverRuns() const { return m_serverRuns; }
+    /// @throws Failure before the modem is there
+    ModemSim& modem();
+    size_t sentCount() const { return m_modem ? m_modem->sent().size() : 0; }
+    Daemon& daemon() { return m_daemon; }
+    bool started() const { return m_started; }
+    std::vector<Pulse> pulses() const;
+    size_t levelWrites() const;
+
+    /// Real time for a time of the daemon's.
+    Milliseconds real(Milliseconds daemons) const;
+
+private:
+    void startModem();
+    void readGpioReport();
+    void trace(Trace kind, const std::string& text) const;
+
+    Tools m_tools;
+    std::function<void(Trace, const std::string&)> m_trace;
+    bool m_configured = false, m_serverAtStart = true, m_serverRuns = false, m_modemPresent = true, m_started = false;
+    bool m_portsGiven = false;
+    std::map<std::string, std::string> m_properties;
+    std::string m_gpioTable;
+    Daemon::Settings m_settings;
+
+    sim::Tavd m_server;
+    modemsim::Options m_modemOptions;
+    std::vector<modemsim::StoredSms> m_storedBefore;
+    std::unique_ptr<ModemSim> m_modem;
+    Daemon m_daemon;
+
+    mutable std::mutex m_gpioMutex; // guards what the GPIO reader gathers
+    std::vector<Pulse> m_pulses;
+    size_t m_levelWrites = 0;
+    int m_gpioEnd = -1, m_gpioHold = -1;
+    std::thread m_gpioReader;
+};
+
+/// The content of a file. @throws Failure
+std::string readFile(const std::string& path);
+
+} // namespace bench
+
+#endif

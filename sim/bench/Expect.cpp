@@ -1,0 +1,252 @@
+// The expectations of the scenario language.
+#include "bench/Player.h"
+
+#include <algorithm>
+
+namespace bench {
+
+namespace {
+
+constexpr Milliseconds kUsualLimit{60000}; // of the daemon's time, where a line names none
+constexpr Milliseconds kLeastReal{25000};  // a shared machine may be slow: no deadline is nearer than this
+
+std::string quoted(const std::string& text)
+{
+    return '"' + text + '"';
+}
+
+} // namespace
+
+void Player::until(Milliseconds limit, const std::function<bool()>& holds,
+                   const std::function<std::string()>& otherwise)
+{
+    const auto end = std::chrono::steady_clock::now() + std::max(m_card.real(limit), kLeastReal);
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() >= end)
+            throw Failure(otherwise());
+        std::this_thread::sleep_for(Milliseconds(5));
+    }
+}
+
+void Player::throughout(Milliseconds time, const std::function<bool()>& holds,
+                        const std::function<std::string()>& otherwise)
+{
+    const auto end = std::chrono::steady_clock::now() + m_card.real(time);
+    do {
+        if (!holds())
+            throw Failure(otherwise());
+        std::this_thread::sleep_for(Milliseconds(5));
+    } while (std::chrono::steady_clock::now() < end);
+}
+
+void Player::expect(Words& words)
+{
+    m_lastExpected = true;
+    const bool wanted = !words.take("no");
+    const std::string what = words.next("what is expected");
+    if (!wanted && what != "log" && what != "stdout" && what != "reply")
+        throw Failure("no stands before log, stdout or reply");
+    if (what == "output")
+        expectOutput(words);
+    else if (what == "log" || what == "stdout")
+        expectText(words, what == "stdout", wanted);
+    else if (what == "reply")
+        expectSent(words, wanted);
+    else if (what == "places")
+        expectPlaces(words);
+    else if (what == "pulses")
+        expectPulses(words);
+    else if (what == "pin")
+        expectCount(words, "PIN entries", [this] { return static_cast<long>(m_card.modem().pinEntries()); });
+    else if (what == "puk")
+        expectCount(words, "PUK entries", [this] { return static_cast<long>(m_card.modem().pukEntries()); });
+    else if (what == "writes")
+        expectCount(words, "writes of outputs",
+                    [this] { return static_cast<long>(m_card.server().writes().size() - m_markWrites); });
+    else if (what == "commands") {
+        const std::string prefix = words.next("a command's beginning");
+        expectCount(words, "such commands", [this, prefix] { return static_cast<long>(m_card.modem().count(prefix)); });
+    } else if (what == "cpu")
+        expectCpu(words);
+    else if (what == "nothing")
+        expectNothing(words);
+    else if (what == "daemon")
+        expectDaemon(words);
+    else if (what == "server")
+        expectServer(words);
+    else
+        throw Failure("nothing called " + what + " can be expected");
+}
+
+// output LABEL STATE [within TIME | for TIME]
+void Player::expectOutput(Words& words)
+{
+    const auto within = words.takeTime("within"), forTime = words.takeTime("for");
+    const std::string label = words.next("a label");
+    uint32_t state = 0;
+    if (!sim::parseState(words.next("a state"), state))
+        throw Failure("a state is set, clear or unknown");
+    if (!m_card.server().output(label))
+        throw Failure("no output is labelled " + label);
+    const auto holds = [&] { return m_card.server().output(label)->state == state; };
+    const auto otherwise = [&] {
+        return "output " + label + " is " + sim::stateWord(m_card.server().output(label)->state) + ", not " +
+               sim::stateWord(state);
+    };
+    if (forTime)
+        throughout(*forTime, holds, otherwise);
+    else
+        until(within.value_or(kUsualLimit), holds, otherwise);
+}
+
+// log|stdout "TEXT" [COUNT times] [within TIME]; no log "TEXT" [for TIME]
+void Player::expectText(Words& words, bool standardOutput, bool wanted)
+{
+    const auto within = words.takeTime("within"), forTime = words.takeTime("for");
+    const std::string text = words.next("a text");
+    long times = 1;
+    if (!words.empty()) {
+        times = words.number("a number", 1, 1000000);
+        words.take("times");
+    }
+    const size_t from = standardOutput ? m_markOut : m_markLog;
+    const auto count = [&] {
+        const std::vector<std::string> lines = m_card.daemon().lines(standardOutput, from);
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line) { return line.find(text) != std::string::npos; });
+    };
+    const char* where = standardOutput ? "standard output" : "the log";
+    if (wanted)
+        until(
+            within.value_or(kUsualLimit), [&] { return count() >= times; },
+            [&] { return std::string(where) + " has " + quoted(text) + ' ' + std::to_string(count()) + " times"; });
+    else
+        throughout(
+            forTime.value_or(Milliseconds(0)), [&] { return count() == 0; },
+            [&] { return std::string(where) + " has " + quoted(text); });
+}
+
+// reply NUMBER "TEXT" [within TIME]; no reply [NUMBER] [for TIME]
+void Player::expectSent(Words& words, bool wanted)
+{
+    const auto within = words.takeTime("within"), forTime = words.takeTime("for");
+    const std::string number = wanted || !words.empty() ? words.next("a number") : "";
+    const std::string text = wanted ? words.rest("a text") : "";
+    const auto found = [&] {
+        const auto sent = m_card.modem().sent();
+        return std::any_of(sent.begin() + static_cast<long>(std::min(m_markSent, sent.size())), sent.end(),
+                           [&](const modemsim::SentSms& sms) {
+                               return (number.empty() || sms.number == number) && (text.empty() || sms.text == text);
+                           });
+    };
+    const auto list = [&] {
+        std::string all = "sent so far:";
+        for (const auto& sms : m_card.modem().sent())
+            all += ' ' + sms.number + ' ' + quoted(sms.text);
+        return all;
+    };
+    if (wanted)
+        until(within.value_or(kUsualLimit), found, [&] { return "no such reply; " + list(); });
+    else
+        throughout(
+            forTime.value_or(Milliseconds(0)), [&] { return !found(); }, list);
+}
+
+// places empty | places N [N...] (those that hold a message) [within TIME]
+void Player::expectPlaces(Words& words)
+{
+    const auto within = words.takeTime("within");
+    std::string wanted;
+    if (!words.take("empty")) {
+        do
+            wanted += ' ' + words.next("a place");
+        while (!words.empty());
+    }
+    const auto held = [&] {
+        std::string places;
+        for (const auto& message : m_card.modem().stored())
+            places += ' ' + std::to_string(message.place);
+        return places;
+    };
+    until(
+        within.value_or(kUsualLimit), [&] { return held() == wanted; },
+        [&] { return "messages are in places" + (held().empty() ? " none" : held()); });
+}
+
+// pulses N [of TIME]: since the mark
+void Player::expectPulses(Words& words)
+{
+    const auto within = words.takeTime("within"), length = words.takeTime("of");
+    const auto count = static_cast<size_t>(words.number("a number", 0, 1000));
+    const auto pulses = [&] { return m_card.pulses().size() - m_markPulses; };
+    until(
+        within.value_or(kUsualLimit), [&] { return pulses() >= count; },
+        [&] { return std::to_string(pulses()) + " pulses were given"; });
+    if (pulses() != count)
+        throw Failure(std::to_string(pulses()) + " pulses were given");
+    for (const Pulse& pulse : m_card.pulses()) {
+        if (length && (pulse.length < *length || pulse.length > *length + Milliseconds(5000)))
+            throw Failure("a pulse took " + std::to_string(pulse.length.count()) + " ms");
+    }
+}
+
+// ... N [within TIME]
+void Player::expectCount(Words& words, const char* what, const std::function<long()>& count)
+{
+    const auto within = words.takeTime("within"), forTime = words.takeTime("for");
+    const long wanted = words.number("a number", 0, 1000000000);
+    const auto holds = [&] { return count() == wanted; };
+    const auto otherwise = [&] { return "there are " + std::to_string(count()) + ' ' + what; };
+    if (forTime)
+        throughout(*forTime, holds, otherwise);
+    else
+        until(within.value_or(kUsualLimit), holds, otherwise);
+}
+
+// cpu below PERCENT for TIME: of one core, in real time
+void Player::expectCpu(Words& words)
+{
+    const auto forTime = words.takeTime("for");
+    if (!words.take("below"))
+        throw Failure("cpu below PERCENT for TIME");
+    const long percent = words.number("a percentage", 1, 100);
+    const Milliseconds time = forTime.value_or(Milliseconds(5000));
+    const double before = m_card.daemon().cpuSeconds();
+    std::this_thread::sleep_for(time);
+    const double used = (m_card.daemon().cpuSeconds() - before) * 100000 / static_cast<double>(time.count());
+    if (used >= static_cast<double>(percent))
+        throw Failure("the daemon used " + std::to_string(used) + " percent of a core");
+}
+
+// nothing for TIME: no output written, no SMS sent
+void Player::expectNothing(Words& words)
+{
+    const auto time = words.takeTime("for");
+    const size_t writes = m_card.server().writes().size(), sent = m_card.sentCount();
+    throughout(
+        time.value_or(Milliseconds(1000)),
+        [&] { return m_card.server().writes().size() == writes && m_card.sentCount() == sent; },
+        [] { return std::string("an output was written or an SMS sent"); });
+}
+
+void Player::expectDaemon(Words& words)
+{
+    const bool running = words.oneOf("the daemon's state", {"running", "gone"}) == 0;
+    if (running && !m_card.daemon().running())
+        throw Failure("the daemon has " + m_card.daemon().ending());
+    if (!running)
+        until(
+            kUsualLimit, [&] { return !m_card.daemon().running(); }, [] { return std::string("the daemon runs"); });
+}
+
+// server connected: the daemon is a client
+void Player::expectServer(Words& words)
+{
+    const auto within = words.takeTime("within");
+    words.oneOf("the server's state", {"connected"});
+    until(
+        within.value_or(kUsualLimit), [&] { return m_card.server().clients() > 0; },
+        [] { return std::string("no client is connected"); });
+}
+
+} // namespace bench

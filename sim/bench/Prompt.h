@@ -1,0 +1,13 @@
+#ifndef SIM_BENCH_PROMPT_H
+#define SIM_BENCH_PROMPT_H
+
+#include "bench/Player.h"
+
+namespace bench {
+
+/// Reads commands from the terminal, with history and completion, until its end or `quit`.
+void prompt(Player& player);
+
+} // namespace bench
+
+#endif

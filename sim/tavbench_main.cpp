@@ -1,0 +1,188 @@
+// tavbench: the whole card on a desk, for scenarios and for people.
+#include "bench/Card.h"
+#include "bench/Player.h"
+#include "bench/Prompt.h"
+#include "bench/Sandbox.h"
+
+#include <CLI/CLI.hpp>
+
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+struct Wishes {
+    std::string config, daemon;
+    double speed = 1;
+    bool trace = false, log = false;
+};
+
+std::string folderOf(const std::string& path)
+{
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash);
+}
+
+// The folder that this program stands in: the daemon and the preloaded libraries are found from there.
+std::string ownFolder()
+{
+    char path[PATH_MAX] = "";
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+    return length > 0 ? folderOf(std::string(path, static_cast<size_t>(length))) : ".";
+}
+
+std::string absolute(const std::string& path)
+{
+    char* real = realpath(path.c_str(), nullptr);
+    std::string result = real != nullptr ? real : path;
+    free(real);
+    return result;
+}
+
+bench::Tools findTools(const Wishes& wishes)
+{
+    bench::Tools tools;
+    const std::string folder = ownFolder();
+    tools.speed = wishes.speed;
+    tools.daemon = !wishes.daemon.empty() ? absolute(wishes.daemon) : folder + "/telnodriver";
+    if (access(tools.daemon.c_str(), X_OK) != 0)
+        tools.daemon = "/usr/sbin/telnodriver";
+    for (const char* libraries : {"/../lib", "/../lib/telnodriver"}) {
+        if (access((folder + libraries + "/libveliosim.so").c_str(), R_OK) == 0)
+            tools.libraries = absolute(folder + libraries);
+    }
+    return tools;
+}
+
+const char* traceName(bench::Trace kind)
+{
+    static const char* const names[] = {"input", "output", "sms in", "sms out", "modem", "power", "log", "stdout"};
+    return names[static_cast<int>(kind)];
+}
+
+// Prints what happens as it happens, with the time since the start.
+void traceTo(bench::Card& card, const Wishes& wishes)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    card.onTrace([begin, wishes](bench::Trace kind, const std::string& text) {
+        const bool shown = kind == bench::Trace::Log         ? wishes.log
+                           : kind == bench::Trace::ModemTalk ? wishes.trace
+                                                             : true;
+        const std::chrono::duration<double> since = std::chrono::steady_clock::now() - begin;
+        if (shown)
+            printf("%9.3f %-7s %s\n", since.count(), traceName(kind), text.c_str());
+    });
+}
+
+// Plays one file on a card of its own. @return exit status
+int play(const std::string& file, const Wishes& wishes)
+{
+    std::ifstream scenario(file);
+    if (!scenario) {
+        fprintf(stderr, "tavbench: %s cannot be read\n", file.c_str());
+        return 2;
+    }
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(scenario, line);)
+        lines.push_back(line);
+
+    const std::string folder = absolute(folderOf(file));
+    const std::string wrong = bench::enterSandbox();
+    if (!wrong.empty()) {
+        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+        return 2;
+    }
+    bench::Card card(findTools(wishes));
+    if (wishes.trace || wishes.log)
+        traceTo(card, wishes);
+    size_t number = 0;
+    try {
+        if (!wishes.config.empty())
+            card.useConfig(wishes.config);
+        bench::Player player(card, folder);
+        player.onNote([](const std::string& text) { printf("%s\n", text.c_str()); });
+        for (number = 1; number <= lines.size(); ++number)
+            bench::Player::checkVerb(lines[number - 1]);
+        for (number = 1; number <= lines.size(); ++number)
+            player.obey(lines[number - 1]);
+    } catch (const bench::Failure& failure) {
+        fprintf(stderr, "%s:%zu: %s\n", file.c_str(), number, failure.what());
+        if (number > 0 && number <= lines.size())
+            fprintf(stderr, "    %s\n", lines[number - 1].c_str());
+        const std::vector<std::string> log = card.daemon().lines(false, 0);
+        const size_t shown = std::min<size_t>(log.size(), 40);
+        fprintf(stderr, "The last %zu lines of the daemon's log:\n", shown);
+        for (size_t i = log.size() - shown; i < log.size(); ++i)
+            fprintf(stderr, "    %s\n", log[i].c_str());
+        return 1;
+    }
+    printf("%s: passed\n", file.c_str());
+    return 0;
+}
+
+int converse(const Wishes& wishes)
+{
+    const std::string folder = absolute(".");
+    const std::string wrong = bench::enterSandbox();
+    if (!wrong.empty()) {
+        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+        return 2;
+    }
+    bench::Card card(findTools(wishes));
+    traceTo(card, wishes);
+    try {
+        if (!wishes.config.empty())
+            card.useConfig(wishes.config);
+        bench::Player player(card, folder);
+        bench::prompt(player);
+    } catch (const bench::Failure& failure) {
+        fprintf(stderr, "tavbench: %s\n", failure.what());
+        return 1;
+    }
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    CLI::App app("The whole card on a desk: object server, modem, GPIO driver, and the real daemon among them");
+    Wishes wishes;
+    std::vector<std::string> files;
+    app.add_option("FILE", files, "scenarios to play; without one, a prompt for their commands");
+    app.add_option("--config", wishes.config, "folder that stands in for /etc/tav")->check(CLI::ExistingDirectory);
+    app.add_option("--daemon", wishes.daemon, "the daemon to run, instead of the one beside this program")
+        ->check(CLI::ExistingFile);
+    app.add_option("--speed", wishes.speed, "how many of the daemon's seconds pass in a real one")
+        ->check(CLI::Range(1.0, 60.0));
+    app.add_flag("--trace", wishes.trace, "print ports, SMS and AT traffic as they happen");
+    app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
+    CLI11_PARSE(app, argc, argv);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    signal(SIGPIPE, SIG_IGN);
+    if (!wishes.config.empty())
+        wishes.config = absolute(wishes.config);
+
+    if (files.empty())
+        return converse(wishes);
+    if (files.size() == 1)
+        return play(files.front(), wishes);
+    int worst = 0; // each scenario has a sandbox, and so a process, of its own
+    for (const std::string& file : files) {
+        const pid_t player = fork();
+        if (player == 0) {
+            const int status = play(file, wishes);
+            fflush(nullptr);
+            _exit(status);
+        }
+        int status = 0;
+        waitpid(player, &status, 0);
+        worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : 2);
+    }
+    return worst;
+}
