@@ -1,0 +1,317 @@
+// The serial port and the AT engine, against a modem that plays a script.
+#include "CmdHandler.h"
+#include "FakeModem.h"
+#include "GSM.h"
+#include "Modem.h"
+
+#include <algorithm>
+#include <csignal>
+#include <ctime>
+#include <gmock/gmock.h>
+#include <memory>
+#include <sys/resource.h>
+#include <sys/time.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+using testing::ElementsAre;
+
+/// An engine on a terminal. Its receive thread never ends, so neither does the engine: each stays until the process
+/// exits.
+struct Engine {
+    FakeModem modem;
+    serialDriver port;
+    CmdHandler handler;
+
+    static Engine& make(std::vector<Step> script = {}, std::size_t chunk = 0)
+    {
+        static auto* all = new std::vector<Engine*>;
+        all->push_back(new Engine(std::move(script), chunk));
+        return *all->back();
+    }
+
+private:
+    Engine(std::vector<Step> script, std::size_t chunk)
+        : modem(std::move(script), chunk), port(modem.path()), handler(&port)
+    {
+        handler.init(&handler);
+    }
+};
+
+/// Keeps the lines that are no final result.
+class Recorder : public Command {
+public:
+    explicit Recorder(Modem* mdm = nullptr) : Command(mdm) {}
+    void handleData(unsigned char* data) override
+    {
+        m_lines.emplace_back(reinterpret_cast<char*>(data));
+        Command::handleData(data);
+    }
+    std::vector<std::string> lines()
+    {
+        std::lock_guard<std::mutex> lock(lineLock());
+        return m_lines;
+    }
+
+private:
+    std::vector<std::string> m_lines;
+};
+
+/// Has its reply before the engine looks whether it is done, so that an exchange takes no second.
+class Immediate : public Recorder {
+public:
+    Immediate(FakeModem& modem, std::string reply, Modem* mdm = nullptr)
+        : Recorder(mdm), m_modem(modem), m_reply(std::move(reply))
+    {
+    }
+    char* getATstring() override
+    {
+        m_modem.say(m_reply);
+        while (isBusy())
+            std::this_thread::sleep_for(100us);
+        return Recorder::getATstring();
+    }
+
+private:
+    FakeModem& m_modem;
+    const std::string m_reply;
+};
+
+double cpuSeconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+} // namespace
+
+TEST(SerialDriver, OpensItsPortRawAt115200Baud)
+{
+    FakeModem modem;
+    const int before = open(modem.path(), O_RDWR | O_NOCTTY);
+    termios cooked = {};
+    tcgetattr(before, &cooked);
+    cooked.c_iflag |= IXON | IXOFF | IXANY | INLCR | ICRNL | INPCK;
+    cooked.c_oflag |= OPOST;
+    cooked.c_lflag |= ICANON | ECHO | ECHOE | ISIG;
+    cooked.c_cflag |= PARENB | CSTOPB | CRTSCTS;
+    cooked.c_cc[VMIN] = 1;
+    cooked.c_cc[VTIME] = 7;
+    tcsetattr(before, TCSANOW, &cooked);
+
+    serialDriver port(modem.path());
+    ASSERT_TRUE(port.getPortOpen());
+    termios raw = {};
+    ASSERT_EQ(0, tcgetattr(port.getFD(), &raw));
+    EXPECT_EQ(B115200, cfgetispeed(&raw));
+    EXPECT_EQ(B115200, cfgetospeed(&raw));
+    EXPECT_EQ(CREAD | CLOCAL | CS8, raw.c_cflag & (CREAD | CLOCAL | CSIZE | CSTOPB | CRTSCTS));
+    EXPECT_EQ(0U, raw.c_iflag & (IXON | IXOFF | IXANY | INLCR | ICRNL | INPCK));
+    EXPECT_EQ(0U, raw.c_oflag & OPOST);
+    EXPECT_EQ(0U, raw.c_lflag & (ICANON | ECHO | ECHOE | ISIG));
+    EXPECT_EQ(1, raw.c_cc[VMIN]);
+    EXPECT_EQ(7, raw.c_cc[VTIME]);
+
+    char text[] = "a\r\nb\n\r\x11\x13\x1a";
+    EXPECT_EQ(9, port.send(text, 9));
+    EXPECT_TRUE(modem.waitForReceived(std::string(text)));
+    EXPECT_EQ(0, port.send(text, 0));
+    EXPECT_EQ(-1, port.send(text, -1));
+    close(before);
+}
+
+TEST(SerialDriver, SaysWhenItsPortDidNotOpen)
+{
+    char path[] = "/nowhere/ttyS9";
+    serialDriver port(path);
+    EXPECT_FALSE(port.getPortOpen());
+    EXPECT_EQ(-1, port.getFD());
+    char text[] = "AT\r";
+    EXPECT_EQ(-1, port.send(text, 3));
+}
+
+TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
+{
+    for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
+        for (const std::string end : {"\r\n", "\r\r\n", "\r", "\n"}) {
+            Engine& engine = Engine::make({}, chunk);
+            auto& command = *new Immediate(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
+                                                             "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
+            engine.modem.say("boot chatter" + end); // unread before the first command
+            engine.handler.execute(&command);
+            EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
+            EXPECT_THAT(command.lines(),
+                        ElementsAre("boot chatter", "AT+CPIN?", "+CPIN: READY", "> +CMGS: 7, \"x\"\t\x1a"));
+        }
+    }
+}
+
+TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
+{
+    Engine& engine = Engine::make();
+    auto& command = *new Recorder;
+    std::thread caller([&] { engine.handler.execute(&command); });
+    const std::string rest = "\r\nnext\r\n";
+    engine.modem.say(std::string(255, 'a') + rest + std::string(256, 'b') + rest + std::string(100000, 'c') + rest +
+                     std::string("\0nul", 4) + rest + "high \xff\x80" + rest + "OK\r\n");
+    EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
+    caller.join();
+    EXPECT_THAT(command.lines(), ElementsAre(std::string(255, 'a'), "next", std::string(255, 'b'), "next",
+                                             std::string(255, 'c'), "next", "next", "high \xff\x80", "next"));
+}
+
+TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
+{
+    Engine& engine = Engine::make();
+    auto& command = *new Command(nullptr);
+    EXPECT_EQ(nullptr, engine.handler.getCurrCmd());
+    const auto start = Clock::now();
+    engine.handler.execute(&command);
+    EXPECT_GE(Clock::now() - start, 2s);
+    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
+    EXPECT_EQ("AT\r", engine.modem.received());
+    EXPECT_EQ(&command, engine.handler.getCurrCmd());
+    EXPECT_EQ(&engine.port, engine.handler.getSerial());
+}
+
+TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
+{
+    Engine& engine = Engine::make();
+    auto& command = *new Immediate(engine.modem, "+CSQ: 20,0\r\n");
+    engine.handler.execute(&command);
+    EXPECT_FALSE(command.getIsOk());
+    engine.modem.say("OK\r\n");
+    EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
+    // Two seconds of silence later the status is lost, the success is not.
+    EXPECT_TRUE(eventually([&] { return command.getErrStat() == ErrStat::TIMEOUT; }));
+    EXPECT_TRUE(command.getIsOk());
+}
+
+TEST(CmdHandler, KeepsAPartialLineWhenTheModemFallsSilent)
+{
+    Engine& engine = Engine::make({{"AT\r", "> "}});
+    auto& command = *new Recorder;
+    engine.handler.execute(&command);
+    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
+    engine.modem.say("+CMS ERROR: 1\r\n");
+    EXPECT_TRUE(eventually([&] { return !command.lines().empty(); }));
+    EXPECT_THAT(command.lines(), ElementsAre("> +CMS ERROR: 1"));
+}
+
+TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
+{
+    class Second : public Command {
+    public:
+        explicit Second(Command& first) : Command(nullptr), m_first(first) {}
+        char* getATstring() override
+        {
+            m_firstWasBusy = m_first.isBusy();
+            return Command::getATstring();
+        }
+        std::atomic<bool> m_firstWasBusy{true};
+
+    private:
+        Command& m_first;
+    };
+    Engine& engine = Engine::make();
+    auto& first = *new Command(nullptr);
+    auto& second = *new Second(first);
+    std::thread one([&] { engine.handler.execute(&first); });
+    ASSERT_TRUE(engine.modem.waitForReceived("AT\r"));
+    std::thread two([&] { engine.handler.execute(&second); });
+    one.join();
+    two.join();
+    EXPECT_FALSE(second.m_firstWasBusy);
+    EXPECT_EQ("AT\rAT\r", engine.modem.received());
+}
+
+TEST(CmdHandler, TimesOutOnAPortThatHungUpAtNoCost)
+{
+    Engine& engine = Engine::make();
+    auto& first = *new Immediate(engine.modem, "OK\r\nhalf a line");
+    engine.handler.execute(&first);
+    engine.modem.hangUp();
+
+    auto& command = *new Recorder;
+    const double cpu = cpuSeconds();
+    const auto start = Clock::now();
+    engine.handler.execute(&command);
+    EXPECT_GE(Clock::now() - start, 2s);
+    EXPECT_LT(cpuSeconds() - cpu, 1.0); // one that spins takes 2 s and more
+    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
+    EXPECT_THAT(command.lines(), ElementsAre());
+}
+
+TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 2048);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    int last = 0;
+    while (last >= 0 && last < FD_SETSIZE)
+        last = dup(0);
+    if (last < 0)
+        GTEST_SKIP() << "this process may not have that many descriptors";
+    Engine& engine = Engine::make({{"AT\r", "OK\r\n"}});
+    ASSERT_GE(engine.port.getFD(), FD_SETSIZE);
+    auto& command = *new Command(nullptr);
+    engine.handler.execute(&command);
+    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
+}
+
+TEST(CmdHandler, CountsNoSignalAsSilence)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often = {{0, 20000}, {0, 20000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+
+    Engine& engine = Engine::make();
+    auto& command = *new Command(nullptr);
+    const auto start = Clock::now();
+    engine.handler.execute(&command);
+    const auto took = Clock::now() - start;
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
+    EXPECT_GE(took, 2s);
+}
+
+// Every command is freed as soon as the engine says so, while reports keep coming.
+TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
+{
+    char nowhere[] = "/nowhere/ttyS9";
+    char pin[] = "";
+    auto& gsm = *new Gsm;
+    ASSERT_FALSE(gsm.initialiseGsm(nowhere, pin)); // for its event thread
+    auto& modem = *new Modem(&gsm);
+    Engine& engine = Engine::make();
+    std::atomic<bool> stop{false};
+    std::thread reporter([&] {
+        while (!stop) {
+            engine.modem.say("+CMTI: \"SM\",1\r\n");
+            std::this_thread::sleep_for(1ms);
+        }
+    });
+    std::vector<std::unique_ptr<Command>> made;
+    std::size_t most = 0;
+    for (int i = 0; i < 10000; ++i) {
+        made.push_back(
+            std::make_unique<Immediate>(engine.modem, i % 2 == 0 ? "+CSQ: 20,0\r\nOK\r\n" : "ERROR\r\n", &modem));
+        engine.handler.execute(made.back().get());
+        made.erase(std::remove_if(made.begin(), made.end(),
+                                  [&](const auto& command) { return !engine.handler.isInUse(command.get()); }),
+                   made.end());
+        most = std::max(most, made.size());
+    }
+    EXPECT_LE(most, 2U);
+    stop = true;
+    reporter.join();
+    for (auto& command : made)
+        (void)command.release(); // the engine's for as long as the process lives
+}
