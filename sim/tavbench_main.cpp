@@ -114,9 +114,11 @@ int play(const std::string& file, const Wishes& wishes)
         fprintf(stderr, "%s:%zu: %s\n", file.c_str(), number, failure.what());
         if (number > 0 && number <= lines.size())
             fprintf(stderr, "    %s\n", lines[number - 1].c_str());
-        const std::vector<std::string> log = card.daemon().lines(false, 0);
+        std::vector<std::string> log = card.daemon().lines(true, 0);
+        const std::vector<std::string> errors = card.daemon().lines(false, 0);
+        log.insert(log.end(), errors.begin(), errors.end());
         const size_t shown = std::min<size_t>(log.size(), 40);
-        fprintf(stderr, "The last %zu lines of the daemon's log:\n", shown);
+        fprintf(stderr, "The last %zu lines that the daemon printed:\n", shown);
         for (size_t i = log.size() - shown; i < log.size(); ++i)
             fprintf(stderr, "    %s\n", log[i].c_str());
         return 1;

@@ -2,12 +2,12 @@
 #include "CmdHandler.h"
 
 #include "scopedLock.h"
+#include "sleepWhole.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <ctime>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -21,14 +21,6 @@ using std::chrono::seconds;
 constexpr std::size_t kLineBytes = 256; // a line's 255 characters and a NUL
 constexpr seconds kPoll(1);             // between two looks at `busy`
 constexpr milliseconds kDeadPause(100); // between two looks at a port that hung up
-
-// A signal does not shorten the wait.
-void waitWhole(microseconds time)
-{
-    timespec left = {static_cast<time_t>(time.count() / 1000000), static_cast<long>(time.count() % 1000000 * 1000)};
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
-}
 
 enum class Waited { Byte, Silence, Interrupted, Dead };
 
@@ -136,7 +128,7 @@ void CmdHandler::execute(Command* cmd)
     debug("Sending AT command:%s\n", text);
     (void)serial->send(text, static_cast<int>(strlen(text)));
     while (currCmd.load()->isBusy())
-        waitWhole(kPoll);
+        sleepWhole(kPoll);
 }
 
 Command* CmdHandler::getCurrCmd()
@@ -195,7 +187,7 @@ void CmdHandler::receive()
                 error("The modem's port is dead: %s\n", errno == 0 ? "end of file" : strerror(errno));
             }
             alive = false;
-            waitWhole(std::min<microseconds>(kDeadPause, silence.left()));
+            sleepWhole(std::min<microseconds>(kDeadPause, silence.left()));
             waited = silence.left() == microseconds(0) ? Waited::Silence : Waited::Interrupted;
         } else if (waited == Waited::Interrupted) {
             debug("Listen thread error\n");

@@ -3,6 +3,7 @@
 
 #include "gsmIOpairs.h"
 #include "scopedLock.h"
+#include "sleepWhole.h"
 #include "velio.h"
 
 #include <cerrno>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr int kSetupAttempts = 6;
 constexpr useconds_t kPollMicroseconds = 1010;
-constexpr timespec kPulse = {1, 500000000};
+constexpr std::chrono::milliseconds kPulse(1500);
 constexpr char kPowerPin[] = "GSM_PWR";
 constexpr int kMaxPins = 4096; // far more than any card has; a driver that claims more is not believed
 
@@ -59,13 +60,6 @@ void setLevel(int device, uint16_t pin, uint16_t level, cWlog* logger)
     if (written != static_cast<ssize_t>(sizeof status))
         logger->error("%s: level %d of pin %d could not be set: %s", VEL_IO_DEVICE, level, pin,
                       written < 0 ? strerror(errno) : "short write");
-}
-
-// A signal does not shorten the pulse.
-void sleepWhole(timespec time)
-{
-    while (nanosleep(&time, &time) != 0 && errno == EINTR) {
-    }
 }
 
 } // namespace

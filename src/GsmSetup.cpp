@@ -1,20 +1,13 @@
 // One pass of the modem's set-up: identity, SIM, PIN, signal, operator, text mode, and the summary.
 #include "GSM.h"
+#include "sleepWhole.h"
 
 #include <string>
-#include <unistd.h>
 
 namespace {
 
 constexpr float kNoValue = 99.0f; // of signal strength and bit error rate
-constexpr unsigned kRegistrationSeconds = 3;
-
-// A signal does not shorten the wait.
-void sleepWhole(unsigned seconds)
-{
-    while (seconds > 0)
-        seconds = sleep(seconds);
-}
+constexpr std::chrono::seconds kRegistrationTime(3);
 
 } // namespace
 
@@ -53,7 +46,7 @@ bool Gsm::setupModem()
     if (errorHandle(mdm->qSignalStr(&found.rssi, &found.ber)) == ErrStat::OK)
         debug("RSSI:%fdBm\tBER:%f\n\n", static_cast<double>(found.rssi), static_cast<double>(found.ber));
 
-    sleepWhole(kRegistrationSeconds);
+    sleepWhole(kRegistrationTime);
     found.opObtained = errorHandle(mdm->qNetOperator(found.netOperator)) == ErrStat::OK;
     if (found.opObtained)
         logOperator(found.netOperator);

@@ -79,6 +79,7 @@ public:
     bool serverRuns() const { return m_serverRuns; }
     /// @throws Failure before the modem is there
     ModemSim& modem();
+    size_t commandCount() const { return m_modem ? m_modem->commands().size() : 0; }
     size_t sentCount() const { return m_modem ? m_modem->sent().size() : 0; }
     Daemon& daemon() { return m_daemon; }
     bool started() const { return m_started; }

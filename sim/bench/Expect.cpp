@@ -66,7 +66,9 @@ void Player::expect(Words& words)
     else if (what == "commands") {
         const std::string prefix = words.next("a command's beginning");
         expectCount(words, "such commands", [this, prefix] { return static_cast<long>(m_card.modem().count(prefix)); });
-    } else if (what == "cpu")
+    } else if (what == "pass")
+        expectPass(words);
+    else if (what == "cpu")
         expectCpu(words);
     else if (what == "nothing")
         expectNothing(words);
@@ -109,12 +111,13 @@ void Player::expectText(Words& words, bool standardOutput, bool wanted)
         times = words.number("a number", 1, 1000000);
         words.take("times");
     }
-    const size_t from = standardOutput ? m_markOut : m_markLog;
-    const auto count = [&] {
-        const std::vector<std::string> lines = m_card.daemon().lines(standardOutput, from);
+    const auto countIn = [&](bool out) {
+        const std::vector<std::string> lines = m_card.daemon().lines(out, out ? m_markOut : m_markLog);
         return std::count_if(lines.begin(), lines.end(),
                              [&](const std::string& line) { return line.find(text) != std::string::npos; });
     };
+    // The log goes to standard error or, with a console appender, to standard output.
+    const auto count = [&] { return countIn(true) + (standardOutput ? 0 : countIn(false)); };
     const char* where = standardOutput ? "standard output" : "the log";
     if (wanted)
         until(
@@ -201,6 +204,22 @@ void Player::expectCount(Words& words, const char* what, const std::function<lon
         throughout(*forTime, holds, otherwise);
     else
         until(within.value_or(kUsualLimit), holds, otherwise);
+}
+
+// pass: since the mark, an SMS pass has begun and ended. A message that comes during a pass may be deleted unread.
+void Player::expectPass(Words& words)
+{
+    const auto within = words.takeTime("within");
+    const auto passed = [&] {
+        const std::vector<std::string> commands = m_card.modem().commands();
+        const auto from = commands.begin() + static_cast<long>(std::min(m_markCommands, commands.size()));
+        const auto begins = [](const char* with) {
+            return [with](const std::string& command) { return command.rfind(with, 0) == 0; };
+        };
+        const auto listing = std::find_if(from, commands.end(), begins("AT+CMGL"));
+        return std::any_of(listing, commands.end(), begins("AT+CMGD=10"));
+    };
+    until(within.value_or(kUsualLimit), passed, [] { return std::string("no SMS pass has begun and ended"); });
 }
 
 // cpu below PERCENT for TIME: of one core, in real time

@@ -31,7 +31,8 @@ const std::vector<Verb>& Player::verbs()
         {"note", &Player::note, false, "note TEXT"},
         {"wait", &Player::wait, false, "wait TIME"},
         {"expect", &Player::expect, false,
-         "expect [no] output|log|stdout|reply|places|pulses|writes|pin|commands|cpu|nothing|daemon|server ..."},
+         "expect [no] output|log|stdout|reply|places|pulses|writes|pin|puk|commands|pass|cpu|nothing|daemon|server "
+         "..."},
     };
     return table;
 }
@@ -84,7 +85,8 @@ void Player::mark()
     m_markLog = m_card.daemon().count(false);
     m_markWrites = m_card.server().writes().size();
     m_markPulses = m_card.pulses().size();
-    m_markSent = m_card.started() ? m_card.sentCount() : 0;
+    m_markSent = m_card.sentCount();
+    m_markCommands = m_card.commandCount();
 }
 
 std::string Player::file(const std::string& name) const

@@ -72,6 +72,7 @@ private:
     void expectPlaces(Words& words);
     void expectPulses(Words& words);
     void expectCount(Words& words, const char* what, const std::function<long()>& count);
+    void expectPass(Words& words);
     void expectCpu(Words& words);
     void expectNothing(Words& words);
     void expectDaemon(Words& words);
@@ -90,7 +91,7 @@ private:
     std::string m_folder;
     std::function<void(const std::string&)> m_note;
     bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
-    size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0;
+    size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
     std::atomic<bool> m_signalling{false};
     std::thread m_signaller;
 };
