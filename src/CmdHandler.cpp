@@ -1,6 +1,7 @@
 // The AT command engine: one exchange at a time on the modem's serial port.
 #include "CmdHandler.h"
 
+#include "replyLine.h"
 #include "scopedLock.h"
 #include "sleepWhole.h"
 
@@ -18,7 +19,6 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr std::size_t kLineBytes = 256; // a line's 255 characters and a NUL
 constexpr seconds kPoll(1);             // between two looks at `busy`
 constexpr milliseconds kDeadPause(100); // between two looks at a port that hung up
 
@@ -80,26 +80,6 @@ private:
     Clock::time_point m_since;
     seconds m_limit{0};
     bool m_goesOn = false;
-};
-
-// The line under construction; what it has over 255 characters is dropped.
-class Line {
-public:
-    void add(unsigned char byte)
-    {
-        if (pos < kLineBytes - 1)
-            buff[pos++] = byte;
-    }
-    unsigned char* text() { return buff; }
-    void clear()
-    {
-        memset(buff, 0, sizeof buff);
-        pos = 0;
-    }
-
-private:
-    unsigned char buff[kLineBytes] = {};
-    std::size_t pos = 0;
 };
 
 } // namespace
@@ -169,7 +149,7 @@ void* CmdHandler::rx_thread(void* arg)
 void CmdHandler::receive()
 {
     const Port port(serial->getFD());
-    Line line;
+    ReplyLine line;
     Silence silence;
     bool alive = true;
     for (;;) {
@@ -200,11 +180,8 @@ void CmdHandler::receive()
         } else if (waited == Waited::Silence) {
             cmd->setTimeOut();
             cmd->setDone();
-        } else if (byte == '\r' || byte == '\n') {
-            cmd->parseData(line.text());
-            line.clear();
         } else {
-            line.add(byte);
+            line.take(byte, *cmd);
         }
     }
 }

@@ -1,0 +1,269 @@
+// The GSM service on the simulated modem: set-up, PIN and PUK, SMS, reports.
+#include "FakeModem.h"
+#include "GSM.h"
+#include "modem/ModemSim.h"
+
+#include <gmock/gmock.h>
+#include <memory>
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using Reaction = ModemSim::Reaction;
+
+/// A service on a simulated modem. Its threads never end, so neither does it.
+struct Card {
+    ModemSim modem;
+    Gsm gsm;
+    bool initialised;
+
+    static Card& make(const ModemSim::Options& options = {}, const std::string& pin = "1357")
+    {
+        static auto* all = new std::vector<Card*>;
+        all->push_back(new Card(options, pin));
+        return *all->back();
+    }
+    /// One pass of set-up; returns what it logged.
+    std::string setUp(bool& usable)
+    {
+        cWlog::init(cWlog::DEBUG);
+        testing::internal::CaptureStderr();
+        usable = gsm.setupModem();
+        return testing::internal::GetCapturedStderr();
+    }
+
+private:
+    Card(const ModemSim::Options& options, const std::string& pin) : modem(options)
+    {
+        std::string port = modem.path();
+        std::string code = pin;
+        initialised = gsm.initialiseGsm(port.data(), code.data());
+    }
+};
+
+ModemSim::Options lockedWith(const std::string& pin)
+{
+    ModemSim::Options options;
+    options.pin = pin;
+    return options;
+}
+
+std::size_t countOf(const std::string& part, const std::string& text)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+class Counter : public EventNotifier {
+public:
+    void EventOccured(ModemEvent& event) override
+    {
+        if (event.getEventType() == ModemEvent::SMS)
+            ++m_sms;
+    }
+    void EventOccured(smsSendRequestEvent& /*event*/) override {}
+    std::atomic<int> m_sms{0};
+};
+
+/// Gives the process a console that holds @p input and then ends.
+void typeOnConsole(const std::string& input)
+{
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    ASSERT_EQ(static_cast<ssize_t>(input.size()), write(ends[1], input.data(), input.size()));
+    close(ends[1]);
+    dup2(ends[0], STDIN_FILENO);
+    close(ends[0]);
+}
+
+} // namespace
+
+TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
+{
+    EXPECT_EQ("", oneOfThree([]() -> std::string {
+                  Card& card = Card::make();
+                  card.modem.react("AT+CMGF=1", Reaction::line("ERROR")); // text mode does not count
+                  bool usable = false;
+                  const std::string log = card.setUp(usable);
+                  if (!usable)
+                      return log;
+                  EXPECT_THAT(log,
+                              AllOf(HasSubstr("Baud Rate set"), HasSubstr("Modem ID: TAV-SIM GSM 1.0"),
+                                    HasSubstr("SIM card is inserted"), HasSubstr("SIM card is ready"),
+                                    HasSubstr("RSSI:-45.320000dBm\\tBER:0.000000"),
+                                    HasSubstr("Net operator:\"TAV NET\""), HasSubstr("Sms text mode error"),
+                                    HasSubstr("Initialization summary"), HasSubstr("Modem ID: TAV-SIM GSM 1.0 deleted"),
+                                    HasSubstr("SIM card status is READY")));
+                  EXPECT_THAT(log, AllOf(Not(HasSubstr("Attempt")), Not(HasSubstr("Error with modem setup"))));
+                  EXPECT_EQ(0, card.modem.pinEntries());
+                  EXPECT_EQ((std::vector<std::string>{"AT+IPR=115200", "ATI", "AT+CSMINS?", "AT+CPIN?", "AT+CSQ",
+                                                      "AT+COPS?", "AT+CMGF=1"}),
+                            card.modem.commands());
+                  return "";
+              }));
+}
+
+TEST(GsmSetup, EntersTheRightPinOnce)
+{
+    EXPECT_EQ("", oneOfThree([]() -> std::string {
+                  Card& card = Card::make(lockedWith("1357"));
+                  bool usable = false;
+                  const std::string log = card.setUp(usable);
+                  if (!usable)
+                      return log;
+                  EXPECT_THAT(log, AllOf(HasSubstr("Attempt 1"), Not(HasSubstr("Attempt 2")),
+                                         HasSubstr("Pin entered successfully"), HasSubstr("SIM card is ready")));
+                  EXPECT_EQ(1, card.modem.pinEntries());
+                  return "";
+              }));
+}
+
+TEST(GsmSetup, EntersAWrongPinOnceAndSaysWhatIsMissing)
+{
+    Card& card = Card::make(lockedWith("2468"));
+    bool usable = true;
+    const std::string log = card.setUp(usable);
+    EXPECT_FALSE(usable);
+    EXPECT_THAT(log, AllOf(HasSubstr("Error with modem setup"), HasSubstr("Modem set-up failed: "),
+                           Not(HasSubstr("Pin entered successfully")), Not(HasSubstr("SIM card status is READY"))));
+    EXPECT_LE(card.modem.pinEntries(), 1);
+}
+
+// The state cannot be read after the PIN was sent: the second round finds the SIM locked still, and sends it nothing.
+TEST(GsmSetup, EntersNoPinTwiceInAPass)
+{
+    EXPECT_EQ("", oneOfThree([]() -> std::string {
+                  Card& card = Card::make(lockedWith("2468"));
+                  for (int i = 0; i < 2; ++i)
+                      card.modem.react("AT+CPIN?", Reaction::line("+CPIN: SIM PIN\r\n\r\nOK"));
+                  card.modem.react("AT+CPIN?", Reaction::line("ERROR"));
+                  bool usable = true;
+                  const std::string log = card.setUp(usable);
+                  EXPECT_FALSE(usable);
+                  EXPECT_LE(card.modem.pinEntries(), 1);
+                  return countOf("Attempt 2", log) == 1 && card.modem.pinEntries() == 1 ? "" : log;
+              }));
+}
+
+TEST(GsmSetup, EntersNothingWhileTheStateCannotBeRead)
+{
+    EXPECT_EQ("", oneOfThree([]() -> std::string {
+                  Card& card = Card::make(lockedWith("1357"));
+                  card.modem.react("AT+CPIN?", Reaction::line("ERROR"), ModemSim::kForEver);
+                  card.modem.setSignal(99, 99);
+                  card.modem.react("AT+COPS?", Reaction::line("+COPS: 0,0,0\r\n\r\nOK"));
+                  bool usable = true;
+                  const std::string log = card.setUp(usable);
+                  EXPECT_FALSE(usable);
+                  EXPECT_EQ(0, card.modem.pinEntries());
+                  EXPECT_EQ(1U, countOf("Attempt 1", log));
+                  EXPECT_EQ(1U, countOf("Attempt 2", log));
+                  EXPECT_EQ(0U, countOf("Attempt 3", log));
+                  EXPECT_THAT(log, HasSubstr("Could not obtain signal strength"));
+                  return countOf("No registered operator is detected", log) == 2 ? "" : log;
+              }));
+}
+
+TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
+{
+    Card& card = Card::make();
+    card.modem.react("AT", Reaction::line("ERROR"), ModemSim::kForEver);
+    bool usable = true;
+    const std::string log = card.setUp(usable);
+    EXPECT_FALSE(usable);
+    EXPECT_THAT(log, AllOf(HasSubstr("Modem returned error"), HasSubstr("Could not obtain modem ID"),
+                           HasSubstr("SIM card is NOT inserted"), HasSubstr("Could not obtain signal strength"),
+                           HasSubstr("Could not obtain Net operator"), HasSubstr("Error with modem setup")));
+}
+
+TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
+{
+    Card& card = Card::make(lockedWith("1357"));
+    card.modem.setSimState(ModemSim::SimState::NeedsPuk);
+    for (const char* console : {"", "\n\n", "letters\nletters\n", "12345678\n", "12345678\nletters\n",
+                                "99999999999999999999\n1357\n", "-5\n1357\n"}) {
+        typeOnConsole(console);
+        card.gsm.enterPuk();
+        EXPECT_EQ(0, card.modem.pukEntries()) << console;
+    }
+}
+
+TEST(GsmPuk, UnlocksTheSimFromTheConsole)
+{
+    Card& card = Card::make(lockedWith("1357"));
+    card.modem.setSimState(ModemSim::SimState::NeedsPuk);
+    typeOnConsole("12345678\n2468\n");
+    testing::internal::CaptureStdout();
+    card.gsm.enterPuk();
+    EXPECT_EQ("Puk required\nEnter Puk:Enter new pin:", testing::internal::GetCapturedStdout());
+    EXPECT_EQ(1, card.modem.pukEntries());
+    EXPECT_EQ("2468", card.modem.pin());
+}
+
+TEST(Gsm, SendsReadsAndDeletesSms)
+{
+    EXPECT_EQ("", oneOfThree([]() -> std::string {
+                  Card& card = Card::make();
+                  card.modem.store({1, ModemSim::SmsStatus::RecUnread, "+49151", "PUMP ON", ""});
+                  card.modem.store({3, ModemSim::SmsStatus::RecUnread, "0170", "PUMP QUERY", ""});
+                  std::string number = "0151123456";
+                  std::string text = "PUMP STATE:HIGH";
+                  if (!card.gsm.sendSMS(number.data(), text.data()))
+                      return "sending failed";
+                  EXPECT_TRUE(card.modem.waitForSent(number, text));
+
+                  card.modem.react("AT+CSCS", Reaction::line("ERROR"));
+                  EXPECT_FALSE(card.gsm.sendSMS(number.data(), text.data()));
+                  EXPECT_EQ(1U, card.modem.count("AT+CMGS"));
+
+                  const std::unique_ptr<cEnumeratedList<Sms>> list(card.gsm.readSms());
+                  if (list == nullptr)
+                      return "reading failed";
+                  std::string found;
+                  for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
+                      found += std::string(sms->getId()) + sms->getNumber() + sms->getMessage() + ";";
+                      delete sms;
+                  }
+                  EXPECT_EQ("3\"0170\"PUMP QUERY;1\"+49151\"PUMP ON;", found);
+                  if (!card.gsm.deleteSms(3))
+                      return "deleting failed";
+                  EXPECT_EQ(1U, card.modem.stored().size());
+                  return "";
+              }));
+}
+
+TEST(Gsm, DeliversEachReportAtLeastOnce)
+{
+    Card& card = Card::make();
+    auto& early = *new Counter; // the event thread's for as long as the process lives
+    card.gsm.subscribe(&early);
+    (void)card.gsm.deleteSms(1); // until there is a command, the port is not read
+    for (int i = 1; i <= 3; ++i) {
+        card.modem.sms("0151", "hello");
+        EXPECT_TRUE(eventually([&] { return early.m_sms >= i; })) << i;
+    }
+    auto& late = *new Counter;
+    card.gsm.subscribe(&late);
+    card.modem.sms("0151", "hello");
+    EXPECT_TRUE(eventually([&] { return late.m_sms >= 4; })); // what came before it subscribed, too
+}
+
+TEST(Gsm, IsDeadWithoutItsPort)
+{
+    auto& gsm = *new Gsm;
+    char nowhere[] = "/nowhere/ttyS9";
+    char pin[] = "1357";
+    cWlog::init(cWlog::DEBUG);
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(gsm.initialiseGsm(nowhere, pin));
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                AllOf(HasSubstr("Failed to open serial connection"), HasSubstr("Modem could not be initialized"),
+                      HasSubstr("/nowhere/ttyS9")));
+    EXPECT_EQ(ErrStat::UNKNOWN, gsm.errorHandle(ErrStat::WRONG));
+    EXPECT_EQ(ErrStat::MDMERR, gsm.errorHandle(ErrStat::MDMERR));
+}
