@@ -44,14 +44,12 @@ char* get_state_string(uint8_t val, cWlog* mainlog);
 ///
 /// Threads: main (constructor, run), the object client's delivery thread (handleObjectAction), the GSM handler
 /// thread (create_gsm_handler and what it calls), the two dispatch threads (EventOccured).
-/// Locks, in the order in which they are taken:
-///   mEvaluationMutex  one evaluation, refresh or GSM command's walk at a time; guards the cursors of the connection
-///   and
-///                     trigger lists, and every port object got from getInputs and getOutputs while it is in use. It is
-///                     let go while the modem is talked to.
-///   mPortListMutex    mTriggerPorts and mOutputPorts: the pointers, the lists, their cursors, the inputs' alarm
+/// Locks, none of them recursive, in the order in which they are taken:
+/// - mEvaluationMutex: one evaluation, refresh or GSM command's walk at a time. It guards the cursors of the connection
+///   and trigger lists, and every port object got from getInputs and getOutputs while it is in use. It is let go while
+///   the modem is talked to.
+/// - mPortListMutex: mTriggerPorts and mOutputPorts, that is the pointers, the lists, their cursors, the inputs' alarm
 ///   states.
-/// Neither is recursive.
 class GSMIOmanager : public cWlog, public cObjectListener, public EventNotifier {
 public:
     /// The state of a trigger; OFFLINE gives no state, so that nothing is done. INVERSE is never produced.
@@ -64,7 +62,9 @@ public:
     GSMIOmanager();
 
     /// A manager that starts nothing: no file is read, no client, no thread. For those who fill its lists themselves
-    /// and ask for its verdicts: the configuration checker and tests.
+    /// and ask for its verdicts (the configuration checker, tests): they derive from it, put their connections into
+    /// mConnLst and their ports into mTriggerPorts and mOutputPorts (null until then), and call what they need on one
+    /// thread. Without a client a refresh finds no port, and a driven output changes in mOutputPorts alone.
     explicit GSMIOmanager(const property_values& configuration);
 
     /// The run loop: GSM handler thread on the TAVLite card, label lists, and a refresh and an evaluation every 120 s
@@ -118,7 +118,7 @@ public:
     void handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                     cWlog* logger);
     /// The GSM variant of the action step: sends alarm texts, or switches an output. Takes the evaluation mutex itself
-    /// for an output, and none while it sends.
+    /// and lets it go while it sends.
     void setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                         Gsm* gsmObj);
 
@@ -165,11 +165,12 @@ private:
     void answerQuery(cgsmMessageInfo* record, const char* number, Gsm* gsmObj, cWlog* logger);
     void obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                    cIOpairs* gsm_connection, cWlog* logger);
+    void command(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
     pthread_mutex_t mEvaluationMutex;
     int mWakeFd;                     // eventfd that ends the poll loop's wait early
-    std::atomic<bool> mPassUnderWay; // an SMS pass reads or obeys; written by the GSM handler thread
+    std::atomic<bool> mPassUnderWay; // an SMS pass reads, obeys or deletes; written by the GSM handler thread
 };
 
 #endif

@@ -151,6 +151,7 @@ void GSMIOmanager::driveOutput(eTrigState state, tavTrigger* action, bool comman
     if (target != cObject::OBJ_IO_STATE_UNKNOWN)
         output->setOutputState(target);
     output->setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
-    (void)mObjectClient->set(output); // a lost write shows at the next refresh
+    if (mObjectClient != nullptr)
+        (void)mObjectClient->set(output); // a lost write shows at the next refresh
     info("Setting %s, state: %s", label, target == cObject::OBJ_IO_STATE_SET ? "SET" : "CLEAR");
 }

@@ -62,6 +62,8 @@ template <typename Port> Port* findPort(WList* ports, const char* label, cWlog* 
 
 void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
 {
+    if (t == nullptr)
+        return;
     if (WList* children = t->getTriggerLst()) {
         children->reset();
         while (auto* child = static_cast<tavTrigger*>(children->get())) {
@@ -118,7 +120,7 @@ void GSMIOmanager::refreshPorts(WList*& ports, WList* labels, bool outputs)
         request.add(label->copy());
         labels->step();
     }
-    cObjectList* answer = mObjectClient->get(&request);
+    cObjectList* answer = mObjectClient != nullptr ? mObjectClient->get(&request) : nullptr;
     request.deleteObjects();
     if (answer == nullptr)
         return;

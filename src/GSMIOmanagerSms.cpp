@@ -5,6 +5,7 @@
 #include "sms.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -104,6 +105,8 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         list = new cEnumeratedList<Sms>();
     }
     for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
+        if (sms->getId() != nullptr && atoi(sms->getId()) > kLastPlace)
+            logger->warn("A message lies in storage place %s, which is never emptied: the SIM fills up", sms->getId());
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
@@ -112,10 +115,10 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         sms->setRead(true);
     }
     m_Sms = false;
-    mPassUnderWay = false;
     releaseMessages(list);
     for (int place = 1; place <= kLastPlace; ++place)
         gsmObj->deleteSms(place);
+    mPassUnderWay = false;
 }
 
 // Tries every record against one message.
@@ -171,30 +174,42 @@ void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
         record->set_state(on ? 1 : 0); // commanded, though nothing can be driven
         return;
     }
-    connections->reset();
-    while (auto* connection = static_cast<tavConnection*>(connections->get())) {
-        WList* children = connection->getTrigger()->getTriggerLst();
-        children->reset();
-        while (auto* child = static_cast<tavTrigger*>(children->get())) {
-            if (strcmp(child->getLabel(), record->get_label()) == 0) {
-                if (on)
-                    logger->debug("Message said turn ON\n");
-                else
-                    logger->debug("Message said turn OFF\n");
-                record->set_state(on ? 1 : 0);
-                gsmInfoList->set_point();
-                setActionState(on ? SET : RESET, connection->getAction(), gsmInfoList, gsmObj);
-                gsmInfoList->restore_point();
+    {
+        ScopedLock evaluation(mEvaluationMutex);
+        connections->reset();
+        while (auto* connection = static_cast<tavConnection*>(connections->get())) {
+            WList* children = connection->getTrigger()->getTriggerLst();
+            children->reset();
+            while (auto* child = static_cast<tavTrigger*>(children->get())) {
+                if (strcmp(child->getLabel(), record->get_label()) == 0) {
+                    if (on)
+                        logger->debug("Message said turn ON\n");
+                    else
+                        logger->debug("Message said turn OFF\n");
+                    record->set_state(on ? 1 : 0);
+                    gsmInfoList->set_point();
+                    command(on ? SET : RESET, connection->getAction(), gsmInfoList, gsmObj);
+                    gsmInfoList->restore_point();
+                }
+                children->step();
             }
-            children->step();
+            connections->step();
         }
-        connections->step();
     }
     releaseConnections(connections);
 }
 
 void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                                   Gsm* gsmObj)
+{
+    ScopedLock evaluation(mEvaluationMutex);
+    command(state, action, gsmInfoList, gsmObj);
+}
+
+// Called with the evaluation mutex held, which is let go while alarms are sent: each text takes seconds, and meanwhile
+// inputs drive outputs. The lists that are being walked belong to this thread.
+void GSMIOmanager::command(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
+                           Gsm* gsmObj)
 {
     debug("inside crazy GSM set action state\n");
     debug("Action Operation is: %d", action->getOperation());
@@ -206,15 +221,16 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumera
         return;
 
     if (action->getType() == kGsmDevice) {
-        if (gsmInfoList != nullptr && gsmObj != nullptr)
+        if (gsmInfoList != nullptr && gsmObj != nullptr) {
+            ScopedUnlock talking(mEvaluationMutex);
             sendAlarms(action->getLabel(), gsmInfoList, gsmObj);
+        }
         return;
     }
-    ScopedLock evaluation(mEvaluationMutex);
     driveOutput(state, action, true);
 }
 
-// The alarm of every record with this label that is not off already. No lock is held: each text takes seconds.
+// The alarm of every record with this label that is not off already. A text that fails does not stop those after it.
 void GSMIOmanager::sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj)
 {
     for (cgsmMessageInfo* record = gsmInfoList->first(); record != nullptr; record = gsmInfoList->getNext()) {
@@ -228,7 +244,9 @@ void GSMIOmanager::sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo
         for (int j = 0; j < record->get_numCount(); ++j) {
             char* number = record->get_numList(j);
             printf("number:|%s| \t message:|%s|\t j:|%d|\n", number, alarm, j);
-            if (!gsmObj->sendSMS(number, alarm))
+            if (gsmObj->sendSMS(number, alarm))
+                info("Alarm for %s sent to %s", label, masked(number).c_str());
+            else
                 error("The alarm for %s was not sent to %s", label, masked(number).c_str());
         }
     }

@@ -1,0 +1,279 @@
+// Trigger trees, output actions, port lists and events, on lists that the tests fill.
+#include "ManagerBench.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+using M = GSMIOmanager;
+constexpr auto kAlarm = cObject::OBJ_STATUS_ALARM_SET;
+constexpr auto kCalm = cObject::OBJ_STATUS_ALARM_CLEAR;
+constexpr auto kUnknown = cObject::OBJ_IO_STATE_UNKNOWN;
+constexpr auto kSet = cObject::OBJ_IO_STATE_SET;
+constexpr auto kClear = cObject::OBJ_IO_STATE_CLEAR;
+
+size_t timesIn(const std::string& text, const std::string& what)
+{
+    size_t times = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++times;
+    return times;
+}
+
+// Lines logged from construction to the call of text().
+class LogLines {
+public:
+    explicit LogLines(cWlog::WlogPiority priority)
+    {
+        testing::internal::CaptureStderr();
+        cWlog::init(priority);
+    }
+    std::string text()
+    {
+        std::string lines = testing::internal::GetCapturedStderr();
+        cWlog::init(cWlog::ERROR);
+        return lines;
+    }
+};
+
+class Evaluation : public testing::Test {
+protected:
+    ManagerBench& manager = ManagerBench::forEver();
+};
+
+TEST_F(Evaluation, TreeGivesTheStateOfItsDecidingOrLastChild)
+{
+    manager.addInput("on", 1, kAlarm);
+    manager.addInput("off", 2, kCalm);
+    manager.addInput("warn", 3, cObject::OBJ_STATUS_ALARM_WARN);
+    manager.addInput("none", 4, cObject::OBJ_STATUS_ALARM_UNKNOWN);
+    using T = tavTrigger;
+    const struct {
+        const char* name;
+        tavTrigger* tree;
+        M::eTrigState state;
+    } rows[] = {
+        {"set", leaf("on"), M::SET},
+        {"set, inverted", leaf("on", true), M::RESET},
+        {"clear", leaf("off"), M::RESET},
+        {"warn is not active", leaf("warn"), M::RESET},
+        {"warn, inverted, is", leaf("warn", true), M::SET},
+        {"unknown, inverted", leaf("none", true), M::SET},
+        {"no such input", leaf("ON"), M::OFFLINE},
+        {"prefix of a label", leaf("o"), M::OFFLINE},
+        {"no such input, inverted", leaf("gone", true), M::OFFLINE},
+        {"no label", leaf(""), M::OFFLINE},
+        {"OR: any", composite(T::OR, {leaf("off"), leaf("on"), leaf("gone")}), M::SET},
+        {"OR: last offline", composite(T::OR, {leaf("off"), leaf("gone")}), M::OFFLINE},
+        {"OR: first offline", composite(T::OR, {leaf("gone"), leaf("off")}), M::RESET},
+        {"AND: all", composite(T::AND, {leaf("on"), leaf("off", true)}), M::SET},
+        {"AND: one missing", composite(T::AND, {leaf("on"), leaf("off"), leaf("gone")}), M::RESET},
+        {"AND: last offline", composite(T::AND, {leaf("on"), leaf("gone")}), M::OFFLINE},
+        {"AND: first offline", composite(T::AND, {leaf("gone"), leaf("on")}), M::SET},
+        {"nulls are passed over", composite(T::AND, {nullptr, leaf("on"), nullptr}), M::SET},
+        {"only nulls", composite(T::OR, {nullptr, nullptr}), M::OFFLINE},
+        {"empty", composite(T::OR, {}), M::OFFLINE},
+        {"INVERSE composite", composite(T::INVERSE, {leaf("on")}), M::OFFLINE},
+        {"nested",
+         composite(T::AND, {composite(T::OR, {leaf("off"), leaf("on")}), composite(T::AND, {leaf("on"), leaf("on")})}),
+         M::SET},
+        {"nested offline last", composite(T::OR, {leaf("off"), composite(T::INVERSE, {leaf("on")})}), M::OFFLINE},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(manager.getTriggerState(row.tree), row.state) << row.name;
+        EXPECT_EQ(manager.getTriggerState(row.tree), row.state) << row.name << ", again";
+        delete row.tree;
+    }
+}
+
+TEST_F(Evaluation, ActiveTriggerDrivesAwayFromTheDefaultAndInactiveBackToIt)
+{
+    const struct {
+        M::eTrigState state;
+        tavTrigger::eOperation operation;
+        cObject::eObjectIOState byDefault, now, then;
+        bool written;
+    } rows[] = {
+        {M::SET, tavTrigger::OR, kClear, kClear, kSet, true},
+        {M::SET, tavTrigger::AND, kSet, kSet, kClear, true},
+        {M::RESET, tavTrigger::OR, kClear, kSet, kClear, true},
+        {M::RESET, tavTrigger::OR, kSet, kUnknown, kSet, true},
+        {M::SET, tavTrigger::OR, kClear, kSet, kSet, false},
+        {M::RESET, tavTrigger::OR, kClear, kClear, kClear, false},
+        {M::SET, tavTrigger::INVERSE, kClear, kSet, kClear, true},
+        {M::RESET, tavTrigger::INVERSE, kClear, kClear, kSet, true},
+        {M::OFFLINE, tavTrigger::INVERSE, kClear, kSet, kSet, false},
+        {M::SET, tavTrigger::OR, kUnknown, kSet, kSet, true},
+        {M::RESET, tavTrigger::OR, kUnknown, kUnknown, kUnknown, false},
+    };
+    cObjectDOutput* output = manager.addOutput("OUT", kClear, kClear);
+    int number = 0;
+    for (const auto& row : rows) {
+        for (const bool commanded : {false, true}) { // the evaluation's step and that of an SMS command
+            output->setDefaultState(row.byDefault);
+            output->setOutputState(row.now);
+            output->setPortToggled(cObjectPort::PORT_TOGGLED_WEBSITE);
+            const std::unique_ptr<tavTrigger> step(action("OUT", row.operation));
+            if (commanded)
+                manager.setActionState(row.state, step.get(), nullptr, nullptr);
+            else
+                manager.setActionState(row.state, step.get(), nullptr);
+            EXPECT_EQ(output->getOutputState(), row.then) << number << commanded;
+            EXPECT_EQ(output->getPortToggled(),
+                      row.written ? cObjectPort::PORT_TOGGLED_IODRIVER : cObjectPort::PORT_TOGGLED_WEBSITE)
+                << number << commanded;
+        }
+        ++number;
+    }
+}
+
+TEST_F(Evaluation, UnknownDefaultIsWrittenUnchangedAndToldAsClear)
+{
+    manager.addInput("IN", 1, kAlarm);
+    cObjectDOutput* output = manager.addOutput("OUT", kUnknown, kSet);
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT"));
+    LogLines log(cWlog::DEBUG);
+    manager.check_trigger_values();
+    output->setOutputState(kUnknown);
+    manager.check_trigger_values();
+    const std::string lines = log.text();
+    EXPECT_EQ(timesIn(lines, "Setting OUT, state: CLEAR"), 1u) << lines;
+    EXPECT_EQ(timesIn(lines, "Port OUT Already Good"), 1u) << lines;
+}
+
+TEST_F(Evaluation, OfflineTriggersMissingOutputsAndHalfConnectionsDriveNothing)
+{
+    cObjectDOutput* output = manager.addOutput("OUT", kClear, kSet);
+    manager.check_trigger_values(); // neither inputs nor connections yet
+    manager.addConnection(nullptr, action("OUT"));
+    manager.addConnection(composite(tavTrigger::OR, {leaf("GONE")}), action("OUT"));
+    manager.mConnLst->add(nullptr);
+    manager.addInput("IN", 1, kAlarm);
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), nullptr);
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("out"));
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT", tavTrigger::OR, 9));
+    manager.check_trigger_values();
+    EXPECT_EQ(output->getPortToggled(), cObjectPort::PORT_TOGGLED_UNKNOWN);
+    EXPECT_EQ(output->getOutputState(), kSet);
+}
+
+TEST_F(Evaluation, GsmActionPostsARequestWhereAQueueIsAttached)
+{
+    manager.addInput("IN", 1, kCalm);
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("ALARM", tavTrigger::OR, 9));
+    auto* queue = new cGsmQManager(); // its thread lives as long as the process
+    queue->subscribe(&manager);
+    manager.mSmsQHandler = queue;
+    manager.m_RequestSmsSend = false;
+    manager.check_trigger_values();
+    for (const auto end = std::chrono::steady_clock::now() + 30s;
+         !manager.m_RequestSmsSend && std::chrono::steady_clock::now() < end;)
+        std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(manager.m_RequestSmsSend);
+}
+
+TEST_F(Evaluation, LabelListsHoldEachLabelOnce)
+{
+    using T = tavTrigger;
+    manager.addConnection(composite(T::OR, {leaf("A"), composite(T::AND, {leaf("B"), composite(T::OR, {leaf("C")})})}),
+                          action("X"));
+    manager.addConnection(composite(T::INVERSE, {leaf("A"), leaf("X"), leaf("a")}), action("X"));
+    manager.addConnection(composite(T::OR, {leaf("B")}), action("SMS", T::OR, 9));
+    manager.collectLabels();
+    const auto labels = [](WList* list) {
+        std::string all;
+        list->reset();
+        while (auto* port = static_cast<cObjectPort*>(list->get())) {
+            all += std::string(port->getPortLabel()) + ' ';
+            list->step();
+        }
+        return all;
+    };
+    EXPECT_EQ(labels(manager.mTriggerPortLabels), "A B C X a ");
+    EXPECT_EQ(labels(manager.mOutputPortLabels), "X SMS ");
+}
+
+class Events : public Evaluation {
+protected:
+    void SetUp() override
+    {
+        input = manager.addInput("IN", 7, kCalm);
+        output = manager.addOutput("OUT", kClear, kClear);
+        manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT"));
+    }
+    static cObjectEvent* event(int id, int type, cObject::eObjectStatus status,
+                               cObjectEvent::eEventType kind = cObjectEvent::EVENT_PORT)
+    {
+        auto* made = new cObjectEvent();
+        made->setEventType(kind);
+        made->setDeviceSerial(0x10);
+        made->setPortId(id);
+        made->setObjectType(type);
+        made->setStatus(status);
+        return made;
+    }
+    void deliver(std::initializer_list<cObject*> objects, uint8_t type = 3)
+    {
+        cObjectList message;
+        message.setMsgType(type);
+        for (cObject* object : objects)
+            message.add(object);
+        manager.handleObjectAction(&message);
+        message.deleteObjects();
+    }
+    cObjectPort* input = nullptr;
+    cObjectDOutput* output = nullptr;
+};
+
+TEST_F(Events, OnlyThePortWithSerialIdAndTypeIsUpdated)
+{
+    deliver({event(7, 3, kAlarm), event(8, 2, kAlarm), event(7, 2, kAlarm, cObjectEvent::EVENT_DEVICE),
+             event(7, 2, kAlarm, cObjectEvent::EVENT_PORT_ANALOG)});
+    cObjectEvent* elsewhere = event(7, 2, kAlarm);
+    elsewhere->setDeviceSerial(0x11);
+    deliver({elsewhere});
+    deliver({event(7, 2, kAlarm)}, 0);
+    deliver({event(7, 2, kAlarm)}, 1);
+    deliver({event(7, 2, kAlarm)}, 2);
+    EXPECT_EQ(input->getPortStatus(), kCalm);
+    EXPECT_EQ(output->getOutputState(), kClear);
+    deliver({new cObjectDOutput(), event(7, 2, kAlarm)});
+    EXPECT_EQ(input->getPortStatus(), kAlarm);
+    EXPECT_EQ(output->getOutputState(), kSet);
+}
+
+TEST_F(Events, EveryPortEventOfAMessageHasItsOwnEvaluation)
+{
+    LogLines log(cWlog::DEBUG);
+    deliver({event(7, 2, kAlarm), event(7, 2, kCalm), event(99, 2, kAlarm), event(7, 2, kAlarm)});
+    const std::string lines = log.text();
+    EXPECT_EQ(timesIn(lines, "Setting OUT, state: "), 3u) << lines;
+    EXPECT_EQ(timesIn(lines, "Port OUT Already Good"), 1u) << "the strange port's event evaluates too\n" << lines;
+    EXPECT_EQ(timesIn(lines, "Updating Trigger: Serial=0x00000010,port=7,port_type=2,almstat=SET"), 2u) << lines;
+}
+
+TEST(EventsBeforeTheFirstRefresh, ChangeNothing)
+{
+    auto& manager = ManagerBench::forEver();
+    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT"));
+    cObjectList message;
+    message.setMsgType(3);
+    auto* made = new cObjectEvent();
+    made->setEventType(cObjectEvent::EVENT_PORT);
+    message.add(made);
+    manager.handleObjectAction(&message);
+    message.deleteObjects();
+    EXPECT_EQ(manager.mTriggerPorts, nullptr);
+    EXPECT_EQ(manager.getInputs("IN", 0), nullptr);
+    EXPECT_EQ(manager.getOutputs("OUT", 0), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,148 @@
+// The manager and the simulated object server over TCP: refreshes, events, outages, and all threads at once.
+#include "ManagerBench.h"
+#include "tavd/Tavd.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kLimit = 30s; // far more than anything here takes
+constexpr uint32_t kSet = 1;
+constexpr uint32_t kClear = 2;
+
+sim::Port port(bool output, const std::string& label, uint32_t id)
+{
+    sim::Port made;
+    made.output = output;
+    made.label = label;
+    made.id = id;
+    made.type = output ? 3 : 2;
+    return made;
+}
+
+// A manager lives for the whole process, and its server with it.
+class ManagerAndServer : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9), port(true, "OUT2", 10)});
+        manager.addConnection(composite(tavTrigger::OR, {leaf("IN1")}), action("OUT1"));
+        manager.addConnection(composite(tavTrigger::AND, {leaf("IN1"), leaf("IN2", true)}),
+                              action("OUT2", tavTrigger::INVERSE));
+    }
+    void start()
+    {
+        ASSERT_TRUE(server.start("127.0.0.1", 0));
+        manager.connectTo(server.port());
+    }
+    // Refreshes until the server has answered; what came while the connection was being made may fail.
+    void refresh()
+    {
+        for (const auto end = std::chrono::steady_clock::now() + kLimit; std::chrono::steady_clock::now() < end;) {
+            manager.update_lists();
+            if (manager.getInputs("IN1", 0) != nullptr)
+                return;
+            std::this_thread::sleep_for(10ms);
+        }
+        FAIL() << "no answer from the server";
+    }
+    bool outputsStand(uint32_t first, uint32_t second)
+    {
+        return server.waitForOutput("OUT1", first, kLimit) && server.waitForOutput("OUT2", second, kLimit);
+    }
+
+    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    ManagerBench& manager = ManagerBench::forEver();
+};
+
+TEST_F(ManagerAndServer, RunLoopRepairsOutputsAsSoonAsTheServerIsBack)
+{
+    server.setInput("IN1", kSet);
+    start();
+    std::thread([&running = manager] { running.run(); }).detach();
+    ASSERT_TRUE(outputsStand(kSet, kClear)) << "driven by the first refresh";
+    for (const sim::Tavd::Write& write : server.writes())
+        EXPECT_EQ(write.toggled, 4u);
+
+    server.setInput("IN1", kClear);
+    ASSERT_TRUE(outputsStand(kClear, kSet)) << "driven by an event";
+
+    server.stop();
+    server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9), port(true, "OUT2", 10)});
+    server.setInput("IN1", kSet);
+    server.setInput("IN2", kSet);
+    ASSERT_TRUE(server.start("127.0.0.1", server.port()));
+    EXPECT_TRUE(outputsStand(kSet, kSet)) << "driven after the return, long before the next poll";
+
+    server.stop();
+    server.setOutput("OUT1", kClear, 2);
+    ASSERT_TRUE(server.start("127.0.0.1", server.port()));
+    EXPECT_TRUE(outputsStand(kSet, kSet)) << "an output that was lost in an outage is driven again";
+}
+
+TEST_F(ManagerAndServer, OutageEmptiesTheListsAndDrivesNothing)
+{
+    start();
+    manager.collectLabels();
+    refresh();
+    manager.check_trigger_values();
+    ASSERT_TRUE(outputsStand(kClear, kSet));
+    server.stop();
+    const size_t writes = server.writes().size();
+    manager.update_lists();
+    EXPECT_EQ(manager.getInputs("IN1", 0), nullptr) << "no answer leaves the lists empty";
+    EXPECT_EQ(manager.mOutputPorts->size(), 0);
+    manager.check_trigger_values();
+    ASSERT_TRUE(server.start("127.0.0.1", server.port()));
+    refresh();
+    manager.check_trigger_values();
+    refresh(); // answered after everything that was written before
+    EXPECT_EQ(server.writes().size(), writes);
+}
+
+// Events, refreshes and commands at once; every one of them walks the same lists.
+TEST_F(ManagerAndServer, ThreadsThatEvaluateAtOnceLeaveTheRightStates)
+{
+    start();
+    manager.collectLabels();
+    refresh();
+    std::atomic<bool> done{false};
+    std::thread poll([&] {
+        while (!done) {
+            manager.update_lists();
+            manager.check_trigger_values();
+            std::this_thread::sleep_for(2ms);
+        }
+    });
+    std::thread commands([&] {
+        tavTrigger* first = action("OUT1");
+        tavTrigger* second = action("OUT2");
+        for (int i = 0; !done; ++i) {
+            manager.setActionState(i % 2 == 0 ? GSMIOmanager::SET : GSMIOmanager::RESET, i % 3 == 0 ? first : second,
+                                   nullptr, nullptr);
+            std::this_thread::sleep_for(1ms);
+        }
+        delete first;
+        delete second;
+    });
+    for (int i = 0; i < 3000; ++i)
+        server.setInputs({{"IN1", i % 2 == 0 ? kSet : kClear}, {"IN2", i % 3 == 0 ? kSet : kClear}});
+    std::this_thread::sleep_for(100ms);
+    done = true;
+    poll.join();
+    commands.join();
+    server.setInputs({{"IN1", kSet}, {"IN2", kClear}});
+    refresh();
+    manager.check_trigger_values();
+    EXPECT_TRUE(outputsStand(kSet, kClear));
+}
+
+} // namespace
