@@ -103,6 +103,7 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
     std::string pin = "1357";
     Gsm& gsm = ManagerBench::kept<Gsm>();
     ASSERT_TRUE(gsm.initialiseGsm(&path[0], &pin[0]));
+    ASSERT_TRUE(gsm.setupModem());
     cIOpairs connections(pairs.c_str());
     cWlog logger("gsm_handler_tread");
     manager.handle_sms(&gsm, &records, &connections, &logger);
