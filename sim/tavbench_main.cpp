@@ -19,7 +19,7 @@ namespace {
 struct Wishes {
     std::string config, daemon;
     double speed = 1;
-    bool trace = false, log = false;
+    bool trace = false, log = false, narrate = false, stay = false;
 };
 
 std::string folderOf(const std::string& path)
@@ -105,11 +105,22 @@ int play(const std::string& file, const Wishes& wishes)
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
         bench::Player player(card, folder);
-        player.onNote([](const std::string& text) { printf("%s\n", text.c_str()); });
+        player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
+        if (wishes.narrate)
+            player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
         for (number = 1; number <= lines.size(); ++number)
             bench::Player::checkVerb(lines[number - 1]);
-        for (number = 1; number <= lines.size(); ++number)
-            player.obey(lines[number - 1]);
+        for (number = 1; number <= lines.size(); ++number) {
+            const std::string& line = lines[number - 1];
+            if (wishes.narrate && !line.empty() && line[0] != '#' && line.rfind("expect", 0) != 0 &&
+                line.rfind("note", 0) != 0)
+                printf("  %s\n", line.c_str());
+            player.obey(line);
+        }
+        if (wishes.stay) {
+            traceTo(card, wishes);
+            bench::prompt(player);
+        }
     } catch (const bench::Failure& failure) {
         fprintf(stderr, "%s:%zu: %s\n", file.c_str(), number, failure.what());
         if (number > 0 && number <= lines.size())
@@ -163,6 +174,8 @@ int main(int argc, char* argv[])
     app.add_option("--speed", wishes.speed, "how many of the daemon's seconds pass in a real one")
         ->check(CLI::Range(1.0, 60.0));
     app.add_flag("--trace", wishes.trace, "print ports, SMS and AT traffic as they happen");
+    app.add_flag("--narrate", wishes.narrate, "print what is done, what followed, and after how long");
+    app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
     CLI11_PARSE(app, argc, argv);
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

@@ -1,5 +1,6 @@
 #include "bench/Daemon.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -59,6 +60,7 @@ std::string Daemon::start(const Settings& settings)
     arguments.push_back(nullptr);
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
+    const int highest = static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 65536));
     if (settings.descriptors > 0)
         limit.rlim_cur = static_cast<rlim_t>(settings.descriptors);
 
@@ -73,6 +75,8 @@ std::string Daemon::start(const Settings& settings)
         dup2(input.ends[0], 0);
         dup2(out.ends[1], 1);
         dup2(log.ends[1], 2);
+        for (int inherited = 3; inherited < highest; ++inherited)
+            close(inherited); // the simulators' sockets and terminals
         setrlimit(RLIMIT_NOFILE, &limit);
         execve(arguments[0], arguments.data(), variables.data());
         _exit(127);

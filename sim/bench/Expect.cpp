@@ -2,6 +2,7 @@
 #include "bench/Player.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace bench {
 
@@ -37,6 +38,15 @@ void Player::throughout(Milliseconds time, const std::function<bool()>& holds,
             throw Failure(otherwise());
         std::this_thread::sleep_for(Milliseconds(5));
     } while (std::chrono::steady_clock::now() < end);
+}
+
+void Player::met(const std::string& what, std::chrono::steady_clock::time_point when) const
+{
+    if (!m_met)
+        return;
+    char took[40];
+    snprintf(took, sizeof took, "%.1f ms", std::chrono::duration<double, std::milli>(when - m_markTime).count());
+    m_met(what + ", after " + took);
 }
 
 void Player::expect(Words& words)
@@ -96,9 +106,13 @@ void Player::expectOutput(Words& words)
                sim::stateWord(state);
     };
     if (forTime)
-        throughout(*forTime, holds, otherwise);
-    else
-        until(within.value_or(kUsualLimit), holds, otherwise);
+        return throughout(*forTime, holds, otherwise);
+    until(within.value_or(kUsualLimit), holds, otherwise);
+    const std::vector<sim::Tavd::Write> writes = m_card.server().writes();
+    const auto last = std::find_if(writes.rbegin(), writes.rend(),
+                                   [&](const sim::Tavd::Write& write) { return write.label == label; });
+    if (last != writes.rend() && last->time >= m_markTime)
+        met("output " + label + ' ' + sim::stateWord(state), last->time);
 }
 
 // log|stdout "TEXT" [COUNT times] [within TIME]; no log "TEXT" [for TIME]
@@ -148,11 +162,11 @@ void Player::expectSent(Words& words, bool wanted)
             all += ' ' + sms.number + ' ' + quoted(sms.text);
         return all;
     };
-    if (wanted)
-        until(within.value_or(kUsualLimit), found, [&] { return "no such reply; " + list(); });
-    else
-        throughout(
+    if (!wanted)
+        return throughout(
             forTime.value_or(Milliseconds(0)), [&] { return !found(); }, list);
+    until(within.value_or(kUsualLimit), found, [&] { return "no such reply; " + list(); });
+    met("SMS to " + number + ' ' + quoted(text), std::chrono::steady_clock::now());
 }
 
 // places empty | places N [N...] (those that hold a message) [within TIME]

@@ -87,6 +87,7 @@ void Player::mark()
     m_markPulses = m_card.pulses().size();
     m_markSent = m_card.sentCount();
     m_markCommands = m_card.commandCount();
+    m_markTime = std::chrono::steady_clock::now();
 }
 
 std::string Player::file(const std::string& name) const

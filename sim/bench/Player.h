@@ -34,6 +34,8 @@ public:
     static void checkVerb(const std::string& line);
     /// Called with each `note`.
     void onNote(std::function<void(const std::string&)> listener) { m_note = std::move(listener); }
+    /// Called with each expectation about an output or an SMS that was met, and how long it took since the mark.
+    void onMet(std::function<void(const std::string&)> listener) { m_met = std::move(listener); }
 
 private:
     friend struct Verb;
@@ -79,6 +81,7 @@ private:
     void expectServer(Words& words);
 
     void mark();
+    void met(const std::string& what, std::chrono::steady_clock::time_point when) const;
     void stopSignals();
     std::string file(const std::string& name) const;
     /// Waits for @p holds; @throws Failure with @p otherwise when the deadline (of the daemon's time) passes.
@@ -89,7 +92,8 @@ private:
 
     Card& m_card;
     std::string m_folder;
-    std::function<void(const std::string&)> m_note;
+    std::function<void(const std::string&)> m_note, m_met;
+    std::chrono::steady_clock::time_point m_markTime;
     bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
     size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
     std::atomic<bool> m_signalling{false};
