@@ -291,7 +291,7 @@ public:
 
 private:
     char ATstring[256];
-    char response[16]; ///< stays empty
+    [[maybe_unused]] char response[16]; ///< stays empty
 };
 
 class CmdUsdCmd : public Command {
