@@ -1,0 +1,230 @@
+#include "cWlog.h"
+#include "scratchFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <log4cpp/Category.hh>
+
+#include <algorithm>
+#include <atomic>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// A configuration that writes "PRIORITY CATEGORY: text" to @p file.
+std::string fileAppender(const std::string& file, const std::string& root)
+{
+    return "log4cpp.rootCategory=" + root +
+           ", A\nlog4cpp.appender.A=FileAppender\nlog4cpp.appender.A.fileName=" + file +
+           "\nlog4cpp.appender.A.layout=PatternLayout\nlog4cpp.appender.A.layout.ConversionPattern=%p %c: %m%n\n";
+}
+
+class Logger : public testing::Test {
+protected:
+    ~Logger() override { cWlog::init(cWlog::INFO); } // closes the appenders on the folder
+
+    void configure(const std::string& text) { cWlog::init(mFolder.write("conf", text).c_str()); }
+    std::string log() const { return mFolder.read("log"); }
+
+    ScratchFolder mFolder;
+    cWlog mLogger{"Gsm"};
+};
+
+TEST_F(Logger, FollowsTheLogLinesAmongTheDaemonsOwn)
+{
+    configure("host=127.0.0.1\n=\nno equals sign ${\nlog4j.rootCategory=LOUD\nappender.B=None\n# log4cpp.x\n" +
+              fileAppender(mFolder.path("log"), "INFO") + "log4cpp.category.Gsm=DEBUG\r\nsimPin=1357 # a comment\n");
+    cWlog modem("Modem");
+    mLogger.debug("a %d", 1);
+    modem.debug("b");
+    modem.info("c %s\n", "d");
+    modem.error("e");
+    EXPECT_EQ(log(), "DEBUG Gsm: a 1\nINFO Modem: c d\nERROR Modem: e\n");
+    EXPECT_TRUE(mLogger.debugEnabled());
+    EXPECT_FALSE(modem.debugEnabled());
+
+    modem.setLogName("Gsm");
+    EXPECT_TRUE(modem.debugEnabled());
+}
+
+TEST_F(Logger, DoesNotFormatALineThatIsOff)
+{
+    configure(fileAppender(mFolder.path("log"), "WARN"));
+    const char* const unreadable = reinterpret_cast<const char*>(1);
+    mLogger.debug("%s", unreadable);
+    mLogger.info("%s", unreadable);
+    EXPECT_EQ(log(), "");
+}
+
+TEST_F(Logger, ShowsControlCharactersAndBrokenTextOnOneLine)
+{
+    const struct {
+        const char* text;
+        const char* line;
+    } rows[] = {
+        {"plain\n", "plain"},
+        {"two\n\n", "two\\n"},
+        {"a\nERROR Gsm: forged\r\tb", "a\\nERROR Gsm: forged\\r\\tb"},
+        {"\x1b[2J\x7f", "\\x1b[2J\\x7f"},
+        {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},
+        {"\xc2\x9b"
+         "31m",
+         "\\xc2\\x9b"
+         "31m"},
+        {"\xe4 \xc0\x8a \xed\xa0\x80 \xe2\x82", "\\xe4 \\xc0\\x8a \\xed\\xa0\\x80 \\xe2\\x82"},
+        {"%s%n%1000000d", "%s%n%1000000d"},
+    };
+    std::string expected;
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    for (const auto& row : rows) {
+        mLogger.info("%s", row.text);
+        expected += std::string("INFO Gsm: ") + row.line + "\n";
+    }
+    EXPECT_EQ(log(), expected);
+}
+
+TEST_F(Logger, CutsALineAt1023Bytes)
+{
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    mLogger.info("%s", std::string(5000, 'x').c_str());
+    EXPECT_EQ(log(), "INFO Gsm: " + std::string(1023, 'x') + "\n");
+}
+
+TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
+{
+    const std::string layout = "log4cpp.appender.A.layout=BasicLayout\n";
+    const struct {
+        const char* name;
+        std::string text;
+        const char* trouble;
+    } rows[] = {
+        {"priority", "host=x\nlog4cpp.rootCategory=LOUD\n", "conf:2: "},
+        {"unset root", "log4cpp.rootCategory=\n", "conf:1: "},
+        {"appender", "log4cpp.rootCategory=INFO, A\n\nlog4cpp.appender.A=Nonsense\n", "conf:3: "},
+        {"no appender", "log4cpp.rootCategory=INFO, A\n", "conf:1: "},
+        {"no layout", "log4cpp.rootCategory=INFO, A\nlog4cpp.appender.A=ConsoleAppender\n", "conf:2: "},
+        {"folder",
+         "log4cpp.rootCategory=INFO, A\nlog4cpp.appender.A=FileAppender\nlog4cpp.appender.A.fileName=/no/where\n" +
+             layout,
+         "conf:2: appender 'A': No such file or directory"},
+        {"no value", "log4cpp.category.Gsm\n", "conf:1: "},
+    };
+    for (const auto& row : rows) {
+        const std::string file = mFolder.write("conf", row.text);
+        const std::string first = standardErrorOf([&] {
+            cWlog::init(file.c_str());
+            mLogger.info("still here");
+            mLogger.debug("not shown");
+        });
+        EXPECT_THAT(first, HasSubstr(row.trouble)) << row.name;
+        EXPECT_THAT(first, EndsWith("INFO Gsm: still here\n")) << row.name;
+        EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 2) << first;
+        EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }), IsEmpty()) << row.name;
+    }
+    for (const char* unreadable : {"/no/where", "/"}) {
+        EXPECT_THAT(standardErrorOf([&] { cWlog::init(unreadable); }), HasSubstr(" ERROR cWlog: ")) << unreadable;
+    }
+}
+
+TEST_F(Logger, NeedsNoLogLineAtAll)
+{
+    const std::string lines = standardErrorOf([&] {
+        configure("host=127.0.0.1\n");
+        mLogger.info("i");
+        mLogger.debug("d");
+        configure("log4cpp.category.Gsm=DEBUG\n");
+        mLogger.debug("own priority");
+        configure("");
+        mLogger.debug("gone again");
+    });
+    EXPECT_THAT(lines, HasSubstr("INFO Gsm: i\n"));
+    EXPECT_THAT(lines, EndsWith("DEBUG Gsm: own priority\n"));
+    EXPECT_THAT(lines, Not(HasSubstr("cWlog")));
+}
+
+TEST_F(Logger, OutlivesAFullDisk)
+{
+    configure(fileAppender("/dev/full", "INFO"));
+    for (int i = 0; i < 100; ++i) {
+        mLogger.error("lost %d", i);
+    }
+    configure(fileAppender(mFolder.path("log"), "INFO"));
+    mLogger.info("back");
+    EXPECT_EQ(log(), "INFO Gsm: back\n");
+}
+
+TEST_F(Logger, IsConfiguredAnewWhileThreadsLog)
+{
+    const auto openFiles = [] {
+        const std::filesystem::directory_iterator files("/proc/self/fd");
+        return std::distance(begin(files), end(files));
+    };
+    const std::string file = mFolder.write("conf", fileAppender(mFolder.path("log"), "INFO"));
+    cWlog::init(file.c_str());
+    const auto before = openFiles();
+    std::atomic<bool> stop{false};
+    std::atomic<int> written{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            while (!stop) {
+                mLogger.info("one whole line %d of the log", written.fetch_add(1));
+            }
+        });
+    }
+    for (int i = 0; i < 50 || written < 500; ++i) {
+        cWlog::init(file.c_str());
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(openFiles(), before);
+
+    std::istringstream lines(log());
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        ASSERT_THAT(line, testing::MatchesRegex("INFO Gsm: one whole line [0-9]+ of the log"));
+    }
+    EXPECT_EQ(count, written);
+}
+
+TEST_F(Logger, LeavesAppendersOfOthersAlone)
+{
+    log4cpp::Category& category = mLogger.getLog("Gsm");
+    EXPECT_EQ(&category, &log4cpp::Category::getInstance("Gsm"));
+    category.setPriority(log4cpp::Priority::DEBUG);
+    EXPECT_TRUE(mLogger.debugEnabled());
+}
+
+TEST(LoggerDeathTest, ThreadsMayLogUntilTheProcessIsGone)
+{
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            std::atomic<int> written{0};
+            std::freopen("/dev/null", "w", stderr);
+            cWlog::init(cWlog::INFO);
+            for (int i = 0; i < 4; ++i) {
+                std::thread([&written] {
+                    for (;;) {
+                        cWlog("Gsm").info("line %d", ++written);
+                    }
+                }).detach();
+            }
+            while (written < 1000) {
+                std::this_thread::yield();
+            }
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
