@@ -52,7 +52,7 @@ public:
     cEnumeratedList<ModemEvent>* getEvents();
     /// An empty list; what was read is what readSms() returned.
     cEnumeratedList<Sms>* get_list();
-    /// @param evt  handed over; destroyed some time after its delivery, when 32 newer ones were delivered
+    /// @param evt  handed over; destroyed some time after its delivery, when 3 newer ones were delivered
     void iInsertEvent(ModemEvent* evt);
     /// Waits once on binary_sem, which costs event_thread one pass.
     void makeWait();

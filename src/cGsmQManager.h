@@ -16,7 +16,7 @@
 /// Threads: subscribe and iInsertEvent may be called by any thread at any time; the listeners are called on
 /// event2_thread.
 /// Lock: one private mutex guards the two lists; it is never held while a listener runs.
-/// Memory: a request belongs to the queue once it is posted; delivered ones but the newest 32 are destroyed. The queue
+/// Memory: a request belongs to the queue once it is posted; delivered ones but the newest 3 are destroyed. The queue
 /// lives to the end of the process, since its thread does.
 class cGsmQManager {
 public:

@@ -18,7 +18,8 @@
 /// listener runs, so that a listener may insert and subscribe.
 namespace eventDispatch {
 
-constexpr size_t kKept = 32; ///< delivered events that stay in a list, for listeners that subscribe late
+/// Delivered events that stay in a list. Each pass delivers them again, and each delivery is a line of the log: few.
+constexpr size_t kKept = 3;
 
 /// Waits until @p wakeUps can be counted down; an interrupted wait is no wake-up.
 inline void wait(sem_t& wakeUps)
