@@ -10,7 +10,10 @@
 using xmlFile::forEachAttribute;
 using xmlFile::isElement;
 
-cgsmIOpairs::cgsmIOpairs() : cWlog("cgsmIOpairs"), mGsmInfoList(new cEnumeratedList<cgsmMessageInfo>) {}
+cgsmIOpairs::cgsmIOpairs()
+    : cWlog("cgsmIOpairs"), mGsmInfoList(new cEnumeratedList<cgsmMessageInfo>), mNoneRead(mGsmInfoList)
+{
+}
 
 cgsmIOpairs::~cgsmIOpairs() = default;
 

@@ -8,13 +8,15 @@
 
 #include <libxml/tree.h>
 
+#include <memory>
+
 /// Threads: no lock. libxml2's global state is used, so no other file may be read at the same time.
 class cgsmIOpairs : public cWlog {
 public:
     static constexpr unsigned kMaxRecords = 65535; ///< "Label" elements of one file; the rest is ignored
 
     cgsmIOpairs();
-    /// Releases nothing, in particular not the list.
+    /// Releases no list that was handed out.
     virtual ~cgsmIOpairs();
 
     /// Reads @p filename.
@@ -26,7 +28,8 @@ public:
 private:
     cgsmMessageInfo* getRecord(xmlNodePtr label, const char* filename);
 
-    cEnumeratedList<cgsmMessageInfo>* mGsmInfoList; ///< of the latest read; owned by whoever got it
+    cEnumeratedList<cgsmMessageInfo>* mGsmInfoList;              ///< of the latest read; owned by whoever got it
+    std::unique_ptr<cEnumeratedList<cgsmMessageInfo>> mNoneRead; ///< what stands there before the first read
 };
 
 #endif
