@@ -1,0 +1,8 @@
+#include "VelIdentifier.h"
+
+VelIdentifier::VelIdentifier(cWlog*) {}
+
+int VelIdentifier::getHardwareNumber()
+{
+    return 0;
+}
