@@ -124,6 +124,9 @@ public:
 
 protected:
     void handle_event(cObjectList* rx_msg);
+    /// Tries every record against one message, which is only read.
+    void obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
+              cWlog* logger);
 
     property_values mConfig_struct;
     static GSMIOmanager* mInstance;
@@ -160,8 +163,6 @@ private:
     bool setupWithPulses(Gsm* gsmObj, cWlog* logger);
     void serveSendRequest(cWlog* logger);
 
-    void obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
-              cWlog* logger);
     void answerQuery(cgsmMessageInfo* record, const char* number, Gsm* gsmObj, cWlog* logger);
     void obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                    cIOpairs* gsm_connection, cWlog* logger);

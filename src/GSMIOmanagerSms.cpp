@@ -121,7 +121,6 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
     mPassUnderWay = false;
 }
 
-// Tries every record against one message.
 void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                         cWlog* logger)
 {

@@ -30,6 +30,7 @@ public:
     using GSMIOmanager::mSmsQHandler;
     using GSMIOmanager::mTriggerPortLabels;
     using GSMIOmanager::mTriggerPorts;
+    using GSMIOmanager::obey;
 
     /// Starts a client of the server on this port; events are delivered from now on.
     void connectTo(uint16_t port)

@@ -1,0 +1,147 @@
+// A listing of stored messages and the obeying of each: whoever is not listed for a record changes nothing of it, moves
+// no output that belongs to it, and has nothing sent.
+#include "ManagerBench.h"
+#include "Modem.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+struct Row {
+    const char* message;
+    const char* label;
+    const char* output;
+    std::vector<std::string> numbers;
+};
+
+const Row kRows[] = {{"PUMP", "PL", "OUT1", {"+491511234", "0151123456"}},
+                     {"PUMP2", "P2", "OUT2", {"0222"}},
+                     {"", "EL", "OUT3", {"0333", ""}},
+                     {"F\xC3\x9C", "FL", "OUT4", {"0222", "\"", "0444,\""}}};
+
+const std::string& pairsFile()
+{
+    static const std::string path = [] {
+        std::string name = "/tmp/sms_pass_fuzzer_" + std::to_string(getpid());
+        std::ofstream file(name);
+        file << "<io_connections>";
+        for (const Row& row : kRows) {
+            for (const char* kind : {"IO", "GSM"})
+                file << "<connection><trigger><detail dev_type=\"IO\" io_label=\"" << row.label
+                     << "\"/></trigger><action><detail dev_type=\"" << kind << "\" io_label=\""
+                     << (kind[0] == 'I' ? row.output : row.label) << "\"/></action></connection>";
+        }
+        file << "</io_connections>";
+        file.close();
+        std::atexit([] { unlink(pairsFile().c_str()); });
+        return name;
+    }();
+    return path;
+}
+
+// Built once; record i and output i belong to row i.
+struct Card {
+    Card() : connections(pairsFile().c_str())
+    {
+        for (const Row& row : kRows) {
+            auto* record = new cgsmMessageInfo();
+            record->set_message(row.message);
+            record->set_label(row.label);
+            for (const std::string& number : row.numbers)
+                record->add_number(number.c_str());
+            records.push_back(record);
+            list.insertBack(record);
+            outputs.push_back(manager.addOutput(row.output, cObject::OBJ_IO_STATE_CLEAR, cObject::OBJ_IO_STATE_CLEAR));
+        }
+    }
+    void reset()
+    {
+        for (cgsmMessageInfo* record : records)
+            record->set_state(77);
+        for (cObjectDOutput* output : outputs) {
+            output->setOutputState(cObject::OBJ_IO_STATE_UNKNOWN);
+            output->setPortToggled(cObjectPort::PORT_TOGGLED_WEBSITE);
+        }
+    }
+    bool untouched(size_t i) const
+    {
+        return records[i]->get_state() == 77 && outputs[i]->getPortToggled() == cObjectPort::PORT_TOGGLED_WEBSITE;
+    }
+
+    ManagerBench manager;
+    cIOpairs connections;
+    cEnumeratedList<cgsmMessageInfo> list;
+    std::vector<cgsmMessageInfo*> records;
+    std::vector<cObjectDOutput*> outputs;
+    cWlog logger{"gsm_handler_tread"};
+};
+
+bool listed(const Row& row, const std::string& quoted)
+{
+    for (const std::string& number : row.numbers) {
+        if ('"' + number + '"' == quoted)
+            return true;
+    }
+    return false;
+}
+
+// There is no modem behind this call, so that a text which is sent ends the fuzzer.
+void obeyOne(Card& card, Sms* sms)
+{
+    const std::string text = sms->getMessage() != nullptr ? sms->getMessage() : "";
+    const std::string number = sms->getNumber() != nullptr ? sms->getNumber() : "";
+    bool known = false;
+    for (const Row& row : kRows)
+        known = known || (listed(row, number) && text.compare(0, std::string(row.message).size(), row.message) == 0);
+    if (known && get_onoff(text.c_str()) == Query)
+        return; // an answer is sent to this one
+    card.reset();
+    card.manager.obey(sms, nullptr, &card.list, &card.connections, &card.logger);
+    for (size_t i = 0; i < card.records.size(); ++i) {
+        const std::string message = kRows[i].message;
+        const bool may = listed(kRows[i], number) && text.compare(0, message.size(), message) == 0;
+        if (card.untouched(i) == may)
+            abort();
+        if (may && card.records[i]->get_state() != (get_onoff(text.c_str()) == ON ? 1 : 0))
+            abort();
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    cWlog::init(cWlog::FATAL);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static auto& card = *new Card();
+    static Modem modem(nullptr); // takes the events and destroys them
+    CmdReadSms listing(&modem);
+    std::string line;
+    for (size_t i = 0; i <= size; ++i) {
+        if (i < size && data[i] != '\n') {
+            if (data[i] != '\0' && line.size() < 255)
+                line += static_cast<char>(data[i]);
+            continue;
+        }
+        listing.parseData(reinterpret_cast<unsigned char*>(line.data()));
+        line.clear();
+    }
+    cEnumeratedList<Sms>* messages = listing.handOverSmsList();
+    int obeyed = 0;
+    for (Sms* sms = messages->first(); sms != nullptr; sms = messages->getNext()) {
+        if (!sms->getRead() && ++obeyed <= 8) // each command reads the pair file again
+            obeyOne(card, sms);
+        delete sms;
+    }
+    delete messages;
+    return 0;
+}
