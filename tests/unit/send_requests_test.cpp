@@ -18,6 +18,7 @@
 namespace {
 
 constexpr auto kDeadline = std::chrono::seconds(30);
+constexpr int kKept = eventDispatch::kKept;
 
 /// A request that can be told from others, and counts how many there are.
 class Numbered : public smsSendRequestEvent {
@@ -161,7 +162,7 @@ TEST_F(SendRequests, ConcurrentPostsAreAllDeliveredAndTheListStaysShort)
         thread.join();
     }
     EXPECT_TRUE(mRecord.waitForEach(all));
-    EXPECT_TRUE(waitUntil([this] { return mAlive == 32; })) << mAlive;
+    EXPECT_TRUE(waitUntil([this] { return mAlive == kKept; })) << mAlive;
 }
 
 TEST_F(SendRequests, NothingIsDroppedBeforeItIsDelivered)
@@ -175,7 +176,7 @@ TEST_F(SendRequests, NothingIsDroppedBeforeItIsDelivered)
     mQueue.subscribe(listener("late"));
     post(100);
     EXPECT_TRUE(mRecord.waitForEach(all));
-    EXPECT_TRUE(waitUntil([this] { return mAlive == 32; })) << mAlive;
+    EXPECT_TRUE(waitUntil([this] { return mAlive == kKept; })) << mAlive;
 }
 
 TEST(EventDispatch, ASignalIsNoWakeUp)
