@@ -18,6 +18,12 @@ std::string masked(const char* number)
     return text;
 }
 
+// The caller's buffer is as wide as the command's field.
+void copyOut(char* to, const char* from)
+{
+    memcpy(to, from, strlen(from) + 1);
+}
+
 } // namespace
 
 Modem::Modem(Gsm* gsm) : cWlog("Modem"), currCmd(nullptr), m_gsm(gsm), cmdHandler(nullptr), sms_list(nullptr), pin{} {}
@@ -114,7 +120,7 @@ ErrStat::eErrStat Modem::qMdmID(char* id)
     const ErrStat::eErrStat status = run(cmd);
     std::lock_guard<std::mutex> lock(cmd->lineLock());
     if (status == ErrStat::OK)
-        strcpy(id, cmd->getID());
+        copyOut(id, cmd->getID());
     return status;
 }
 
@@ -156,7 +162,7 @@ ErrStat::eErrStat Modem::qNetOperator(char* netOperator)
     const ErrStat::eErrStat status = run(cmd);
     std::lock_guard<std::mutex> lock(cmd->lineLock());
     if (status == ErrStat::OK)
-        strcpy(netOperator, cmd->getNetOperator());
+        copyOut(netOperator, cmd->getNetOperator());
     return status;
 }
 

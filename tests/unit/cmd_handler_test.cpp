@@ -79,6 +79,15 @@ private:
     const std::string m_reply;
 };
 
+/// The engine may touch a command for as long as the process lives.
+template <class Cmd, class... Args> Cmd& kept(Args&&... args)
+{
+    static auto* all = new std::vector<Command*>;
+    auto* command = new Cmd(std::forward<Args>(args)...);
+    all->push_back(command);
+    return *command;
+}
+
 double cpuSeconds()
 {
     timespec time = {};
@@ -138,8 +147,8 @@ TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
     for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
         for (const std::string end : {"\r\n", "\r\r\n", "\r", "\n"}) {
             Engine& engine = Engine::make({}, chunk);
-            auto& command = *new Immediate(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
-                                                             "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
+            auto& command = kept<Immediate>(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
+                                                              "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
             engine.modem.say("boot chatter" + end); // unread before the first command
             engine.handler.execute(&command);
             EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
@@ -152,7 +161,7 @@ TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
 TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
 {
     Engine& engine = Engine::make();
-    auto& command = *new Recorder;
+    auto& command = kept<Recorder>();
     std::thread caller([&] { engine.handler.execute(&command); });
     const std::string rest = "\r\nnext\r\n";
     engine.modem.say(std::string(255, 'a') + rest + std::string(256, 'b') + rest + std::string(100000, 'c') + rest +
@@ -166,7 +175,7 @@ TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
 TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
 {
     Engine& engine = Engine::make();
-    auto& command = *new Command(nullptr);
+    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
     EXPECT_EQ(nullptr, engine.handler.getCurrCmd());
     const auto start = Clock::now();
     engine.handler.execute(&command);
@@ -180,7 +189,7 @@ TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
 TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
 {
     Engine& engine = Engine::make();
-    auto& command = *new Immediate(engine.modem, "+CSQ: 20,0\r\n");
+    auto& command = kept<Immediate>(engine.modem, "+CSQ: 20,0\r\n");
     engine.handler.execute(&command);
     EXPECT_FALSE(command.getIsOk());
     engine.modem.say("OK\r\n");
@@ -193,7 +202,7 @@ TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
 TEST(CmdHandler, KeepsAPartialLineWhenTheModemFallsSilent)
 {
     Engine& engine = Engine::make({{"AT\r", "> "}});
-    auto& command = *new Recorder;
+    auto& command = kept<Recorder>();
     engine.handler.execute(&command);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
     engine.modem.say("+CMS ERROR: 1\r\n");
@@ -217,8 +226,8 @@ TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
         Command& m_first;
     };
     Engine& engine = Engine::make();
-    auto& first = *new Command(nullptr);
-    auto& second = *new Second(first);
+    auto& first = kept<Command>(static_cast<Modem*>(nullptr));
+    auto& second = kept<Second>(first);
     std::thread one([&] { engine.handler.execute(&first); });
     ASSERT_TRUE(engine.modem.waitForReceived("AT\r"));
     std::thread two([&] { engine.handler.execute(&second); });
@@ -231,11 +240,11 @@ TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
 TEST(CmdHandler, TimesOutOnAPortThatHungUpAtNoCost)
 {
     Engine& engine = Engine::make();
-    auto& first = *new Immediate(engine.modem, "OK\r\nhalf a line");
+    auto& first = kept<Immediate>(engine.modem, "OK\r\nhalf a line");
     engine.handler.execute(&first);
     engine.modem.hangUp();
 
-    auto& command = *new Recorder;
+    auto& command = kept<Recorder>();
     const double cpu = cpuSeconds();
     const auto start = Clock::now();
     engine.handler.execute(&command);
@@ -258,7 +267,7 @@ TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
         GTEST_SKIP() << "this process may not have that many descriptors";
     Engine& engine = Engine::make({{"AT\r", "OK\r\n"}});
     ASSERT_GE(engine.port.getFD(), FD_SETSIZE);
-    auto& command = *new Command(nullptr);
+    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
     engine.handler.execute(&command);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
 }
@@ -272,7 +281,7 @@ TEST(CmdHandler, CountsNoSignalAsSilence)
     setitimer(ITIMER_REAL, &often, nullptr);
 
     Engine& engine = Engine::make();
-    auto& command = *new Command(nullptr);
+    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
     const auto start = Clock::now();
     engine.handler.execute(&command);
     const auto took = Clock::now() - start;
@@ -312,6 +321,6 @@ TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
     EXPECT_LE(most, 2U);
     stop = true;
     reporter.join();
-    for (auto& command : made)
-        (void)command.release(); // the engine's for as long as the process lives
+    static auto* left = new std::vector<std::unique_ptr<Command>>; // the engine's, like kept() ones
+    *left = std::move(made);
 }

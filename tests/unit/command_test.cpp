@@ -30,8 +30,18 @@ void feed(Command& command, const std::vector<std::string>& lines)
         command.parseData(Line(line));
 }
 
+// A listing's list is its taker's.
+struct Destroy {
+    void operator()(Command* command) const
+    {
+        if (auto* listing = dynamic_cast<CmdReadSms*>(command))
+            delete listing->handOverSmsList();
+        delete command;
+    }
+};
+
 struct Row {
-    std::unique_ptr<Command> command;
+    std::unique_ptr<Command, Destroy> command;
     std::string writes;
     int silence;
 };
@@ -40,7 +50,7 @@ std::vector<Row> allCommands()
 {
     std::vector<Row> rows;
     const auto add = [&rows](Command* command, const std::string& writes, int silence) {
-        rows.push_back({std::unique_ptr<Command>(command), writes, silence});
+        rows.push_back({std::unique_ptr<Command, Destroy>(command), writes, silence});
     };
     add(new Command(nullptr), "AT\r", 2);
     add(new CmdMdmID(nullptr), "ATI\r", 2);
