@@ -42,12 +42,13 @@ template <typename Port> Port* findPort(WList* ports, const char* label, cWlog* 
 {
     if (ports == nullptr)
         return nullptr;
+    const bool traced = trace != nullptr && trace->debugEnabled(); // asked once: this is the daemon's longest walk
     ports->reset();
     for (uint16_t i = ports->size(); i > 0; --i) {
         auto* port = static_cast<Port*>(ports->get());
         if (port != nullptr) {
             const char* held = port->getPortLabel();
-            if (trace != nullptr)
+            if (traced)
                 trace->debug("Checking Output %p,%p,%p", static_cast<void*>(port), static_cast<const void*>(held),
                              static_cast<const void*>(label));
             if (held != nullptr && strcmp(held, label) == 0)

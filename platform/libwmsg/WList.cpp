@@ -23,29 +23,6 @@ void WList::add(void* data)
     ++mNodeCount;
 }
 
-void WList::reset()
-{
-    mCurrent = mStart;
-}
-
-void* WList::get()
-{
-    return mCurrent != nullptr ? mCurrent->mData : nullptr;
-}
-
-bool WList::step()
-{
-    if (mCurrent != nullptr) {
-        mCurrent = mCurrent->mNext;
-    }
-    return mCurrent != nullptr;
-}
-
-uint16_t WList::size()
-{
-    return mNodeCount;
-}
-
 void* WList::getfirst()
 {
     reset();

@@ -25,13 +25,18 @@ public:
     /// Appends @p data; the cursor does not move. A list of 65535 entries takes no more: an error line, nothing added.
     void add(void* data);
     /// Puts the cursor on the first cell. A new list's cursor stands nowhere until then.
-    void reset();
+    void reset() { mCurrent = mStart; }
     /// @return the entry at the cursor; null past the last cell, on an empty list and before the first reset
-    void* get();
+    void* get() { return mCurrent != nullptr ? mCurrent->mData : nullptr; }
     /// Moves the cursor to the next cell. @return whether it stands on a cell now
-    bool step();
+    bool step()
+    {
+        if (mCurrent != nullptr)
+            mCurrent = mCurrent->mNext;
+        return mCurrent != nullptr;
+    }
     /// @return the number of entries
-    uint16_t size();
+    uint16_t size() { return mNodeCount; }
     /// reset(), then get().
     void* getfirst();
     /// Takes the first entry out of the list; a cursor that stood on it moves to the next. @return it; null when empty

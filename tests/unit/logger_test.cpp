@@ -210,7 +210,7 @@ TEST(LoggerDeathTest, ThreadsMayLogUntilTheProcessIsGone)
     EXPECT_EXIT(
         {
             std::atomic<int> written{0};
-            std::freopen("/dev/null", "w", stderr);
+            (void)!std::freopen("/dev/null", "w", stderr);
             cWlog::init(cWlog::INFO);
             for (int i = 0; i < 4; ++i) {
                 std::thread([&written] {

@@ -22,6 +22,7 @@ public:
 
     explicit cWlog(const char* name) : mCatName(name) {}
     static void init(const char* file);
+    bool debugEnabled() { return false; }
     void debug(const char* format, ...);
     void info(const char* format, ...);
     void warn(const char* format, ...);

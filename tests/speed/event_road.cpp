@@ -1,0 +1,179 @@
+// Prints how long an event takes from the object server through the daemon and back as a driven output.
+#include "daemonBench.h"
+
+#include <atomic>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <random>
+#include <sys/socket.h>
+
+namespace {
+
+// A message of an event's size over loopback TCP to a thread that hands it to another, which sends it back.
+class PingPong {
+public:
+    PingPong()
+    {
+        const int listener = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        auto* name = reinterpret_cast<sockaddr*>(&address);
+        m_near = socket(AF_INET, SOCK_STREAM, 0);
+        if (bind(listener, name, length) != 0 || listen(listener, 1) != 0 ||
+            getsockname(listener, name, &length) != 0 || connect(m_near, name, length) != 0)
+            DaemonBench::check("no loopback connection");
+        m_far = accept(listener, nullptr, nullptr);
+        close(listener);
+        const int on = 1;
+        setsockopt(m_near, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        setsockopt(m_far, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        m_reader = std::thread([this] { read(); });
+        m_writer = std::thread([this] { answer(); });
+    }
+    ~PingPong()
+    {
+        shutdown(m_near, SHUT_RDWR);
+        m_reader.join();
+        m_writer.join();
+        close(m_near);
+        close(m_far);
+    }
+    double once()
+    {
+        char message[32] = "";
+        const auto start = figures::Clock::now();
+        if (send(m_near, message, sizeof message, 0) < 0 || recv(m_near, message, sizeof message, MSG_WAITALL) < 0)
+            DaemonBench::check("the loopback connection broke");
+        return figures::microseconds(figures::Clock::now() - start);
+    }
+
+private:
+    void read()
+    {
+        char message[32];
+        bool more = true;
+        while (more) {
+            more = recv(m_far, message, sizeof message, MSG_WAITALL) > 0;
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            ++m_waiting;
+            m_end = !more;
+            m_arrived.notify_one();
+        }
+    }
+    void answer()
+    {
+        const char message[32] = "";
+        std::unique_lock<std::mutex> lock(m_mutex);
+        for (;;) {
+            m_arrived.wait(lock, [this] { return m_waiting > 0; });
+            if (m_end)
+                return;
+            --m_waiting;
+            lock.unlock();
+            (void)send(m_far, message, sizeof message, MSG_NOSIGNAL);
+            lock.lock();
+        }
+    }
+
+    int m_near = -1, m_far = -1;
+    std::mutex m_mutex;
+    std::condition_variable m_arrived;
+    int m_waiting = 0;
+    bool m_end = false;
+    std::thread m_reader, m_writer;
+};
+
+// Ten thousand events a second of an input that is evaluated and drives nothing.
+class Noise {
+public:
+    explicit Noise(sim::Tavd& server) : m_start(figures::Clock::now())
+    {
+        m_thread = std::thread([this, &server] {
+            auto next = m_start;
+            while (!m_end) {
+                for (int i = 0; i < 10; ++i)
+                    server.setInput("NOISE", (m_events++ % 2) + 1);
+                next += std::chrono::milliseconds(1);
+                std::this_thread::sleep_until(next);
+            }
+        });
+    }
+    ~Noise()
+    {
+        m_end = true;
+        m_thread.join();
+    }
+    double rate() const
+    {
+        return static_cast<double>(m_events) * 1e6 / figures::microseconds(figures::Clock::now() - m_start);
+    }
+
+private:
+    std::atomic<bool> m_end{false};
+    std::atomic<uint32_t> m_events{0};
+    figures::Clock::time_point m_start;
+    std::thread m_thread;
+};
+
+void measure(DaemonBench& bench, int connections, int samples)
+{
+    PingPong pingPong;
+    std::mt19937 random(1);
+    std::vector<bool> states(static_cast<size_t>(connections));
+    std::vector<double> roads, floors;
+    int lost = 0;
+    for (int i = 0; i < samples; ++i) {
+        const auto which = random() % static_cast<unsigned>(connections);
+        states[which] = !states[which];
+        const double time = bench.road(static_cast<int>(which), states[which]);
+        if (time < 0)
+            ++lost;
+        else
+            roads.push_back(time);
+        floors.push_back(pingPong.once());
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+    const double middle = figures::median(roads), late = figures::percentile(roads, 99);
+    const double floor = figures::median(floors), lateFloor = figures::percentile(floors, 99);
+    printf("%5d connections: median %8.1f us (ping-pong %6.1f, ratio %5.2f)   p99 %8.1f us (%6.1f, ratio %5.2f)   "
+           "%zu samples, %d lost\n",
+           connections, middle, floor, middle / floor, late, lateFloor, late / lateFloor, roads.size(), lost);
+}
+
+} // namespace
+
+// event_road rest|events|gsm CONNECTIONS [SAMPLES]
+int main(int argc, char* argv[])
+{
+    const std::string mode = argc > 1 ? argv[1] : "";
+    const int connections = argc > 2 ? atoi(argv[2]) : 0;
+    const int samples = argc > 3 ? atoi(argv[3]) : 2000;
+    if ((mode != "rest" && mode != "events" && mode != "gsm") || connections < 1 || samples < 1) {
+        fprintf(stderr, "usage: %s rest|events|gsm CONNECTIONS [SAMPLES]\n", argv[0]);
+        return 2;
+    }
+    DaemonBench bench;
+    bench.configure(connections, mode == "gsm");
+    bench.startServer();
+    bench.startDaemon();
+    bench.waitUntilReady();
+    std::unique_ptr<Noise> noise;
+    if (mode == "events")
+        noise = std::make_unique<Noise>(bench.server);
+    if (mode == "gsm") {
+        bench.modem->sms("111", "AL ON");
+        if (!bench.modem->waitForCommand("AT+CMGS", 1, std::chrono::seconds(60)))
+            DaemonBench::check("no alarm is sent");
+    }
+    printf("%-6s ", mode.c_str());
+    measure(bench, connections, samples);
+    if (noise)
+        printf("       beside %.0f other events a second\n", noise->rate());
+    if (bench.modem)
+        printf("       during an alarm to ten numbers, of which %zu had been sent at the end\n",
+               bench.modem->sent().size());
+    return 0;
+}

@@ -1,0 +1,48 @@
+// Times, medians and percentiles for the programs that print figures.
+#ifndef FIGURES_H
+#define FIGURES_H
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+namespace figures {
+
+using Clock = std::chrono::steady_clock;
+
+inline double microseconds(Clock::duration time)
+{
+    return std::chrono::duration<double, std::micro>(time).count();
+}
+
+inline double percentile(std::vector<double> values, double percent)
+{
+    if (values.empty())
+        return 0;
+    std::sort(values.begin(), values.end());
+    const auto at = static_cast<size_t>(percent / 100 * static_cast<double>(values.size() - 1) + 0.5);
+    return values[at];
+}
+
+inline double median(const std::vector<double>& values)
+{
+    return percentile(values, 50);
+}
+
+/// Nanoseconds of one call, the median of eleven runs of @p calls calls.
+template <typename Work> double nanosecondsPerCall(long calls, Work work)
+{
+    std::vector<double> runs;
+    for (int run = 0; run < 11; ++run) {
+        const Clock::time_point start = Clock::now();
+        for (long i = 0; i < calls; ++i)
+            work();
+        runs.push_back(1000 * microseconds(Clock::now() - start) / static_cast<double>(calls));
+    }
+    return median(runs);
+}
+
+} // namespace figures
+
+#endif
