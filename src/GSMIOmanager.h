@@ -66,6 +66,8 @@ public:
     /// mConnLst and their ports into mTriggerPorts and mOutputPorts (null until then), and call what they need on one
     /// thread. Without a client a refresh finds no port, and a driven output changes in mOutputPorts alone.
     explicit GSMIOmanager(const property_values& configuration);
+    GSMIOmanager(const GSMIOmanager&) = delete;
+    GSMIOmanager& operator=(const GSMIOmanager&) = delete;
 
     /// The run loop: GSM handler thread on the TAVLite card, label lists, and a refresh and an evaluation every 120 s
     /// or as soon as the object server says that it is new. Never returns.

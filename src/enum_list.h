@@ -26,6 +26,8 @@ public:
     /// Puts @p obj in front, here and in the linked lists; moves no cursor. @return 0
     int insert(T* obj)
     {
+        // The old head is kept as the new one's successor.
+        // cppcheck-suppress publicAllocationError
         mHead = new cListNode<T>{obj, mHead};
         if (mLinkedList != nullptr) {
             mLinkedList->insert(obj);

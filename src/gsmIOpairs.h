@@ -18,6 +18,8 @@ public:
     cgsmIOpairs();
     /// Releases no list that was handed out.
     virtual ~cgsmIOpairs();
+    cgsmIOpairs(const cgsmIOpairs&) = delete;
+    cgsmIOpairs& operator=(const cgsmIOpairs&) = delete;
 
     /// Reads @p filename.
     /// @return a new list, never null, with one record for each "Label" element, the last of the file first; empty when

@@ -29,7 +29,7 @@ void cgsmMessageInfo::add_number(const char* number)
         error("Label \"%s\": number refused, it has more than %zu characters: %s", mLabel, kNumberBytes - 1, number);
         return;
     }
-    std::strcpy(mNumList[mNumCount], number);
+    std::memcpy(mNumList[mNumCount], number, std::strlen(number) + 1);
     ++mNumCount;
 }
 

@@ -79,7 +79,7 @@ private:
     void readContent(size_t length);
     void receive(size_t length);
     void handOver(std::unique_ptr<tavcodec::Incoming> message);
-    bool queue(std::string key, std::string frame);
+    bool queue(const std::string& key, std::string frame);
     void sendNext();
 
     asio::io_context m_context;
@@ -165,14 +165,14 @@ cObjectList* cObjectClient::Connection::get(cObjectList* request)
 
 int cObjectClient::Connection::set(const cObject& object)
 {
-    std::string key = tavcodec::setKey(object);
+    const std::string key = tavcodec::setKey(object);
     std::lock_guard<std::mutex> lock(m_mutex);
     std::string frame = tavcodec::encodeSet(m_nextId++, object);
-    return !frame.empty() && queue(std::move(key), std::move(frame)) ? 0 : -1;
+    return !frame.empty() && queue(key, std::move(frame)) ? 0 : -1;
 }
 
 // Called with m_mutex held. False without a connection, or when too much is unsent.
-bool cObjectClient::Connection::queue(std::string key, std::string frame)
+bool cObjectClient::Connection::queue(const std::string& key, std::string frame)
 {
     if (!m_connected)
         return false;

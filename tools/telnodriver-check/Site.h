@@ -1,0 +1,43 @@
+// The three files of a card as the checks see them.
+#ifndef CHECK_SITE_H
+#define CHECK_SITE_H
+
+#include "Report.h"
+
+#include <string>
+#include <vector>
+
+/// A label with the place where it stands.
+struct Place {
+    std::string label;
+    long line;
+};
+
+struct Record {
+    std::string label, message;
+    std::vector<std::string> numbers;
+    long line;
+};
+
+/// What one check has read and another needs.
+struct Site {
+    std::string properties, pairs, messages, host; ///< paths; the object server's host
+    std::vector<Place> inputs;                     ///< labels of all triggers' details
+    std::vector<Place> commanded;                  ///< labels of the outermost triggers' own details
+    std::vector<Place> outputs;                    ///< labels of actions that drive an output
+    std::vector<Place> alarms;                     ///< labels of GSM actions
+    std::vector<Record> records;
+};
+
+void checkProperties(Site& site, Report& report);
+void checkPairs(Site& site, Report& report);
+void checkMessages(Site& site, Report& report);
+/// What only two files together show.
+void checkTogether(const Site& site, Report& report);
+/// Which labels the object server at @p host ("HOST" or "HOST:PORT") does not know.
+void checkServer(const Site& site, const std::string& host, Report& report);
+
+/// The shortest of @p known that is at most two letters away from @p word; empty if none is.
+std::string likely(const std::string& word, const std::vector<std::string>& known);
+
+#endif

@@ -1,0 +1,69 @@
+// telnodriver-check: finds the mistakes in the daemon's three files, and explains what the daemon makes of them.
+#include "Explain.h"
+#include "Report.h"
+#include "Site.h"
+
+#include "cWlog.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+namespace {
+
+// The readers say on standard output that a file cannot be opened; the report says it better.
+Site readSite(const std::string& properties, Report& report)
+{
+    Site site;
+    site.properties = properties;
+    checkProperties(site, report);
+    return site;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    CLI::App app("Finds the mistakes in the files of telnodriver, and explains what the daemon makes of them.\n"
+                 "Exit status: 0 nothing found, 1 warnings, 2 errors");
+    std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, table;
+    std::vector<std::string> values;
+    bool strict = false, live = false;
+    app.add_option("PROPERTIES-FILE", properties, "the properties file, which names the other two")
+        ->capture_default_str();
+    app.add_flag("--strict", strict, "take warnings for errors");
+    app.add_option("--format", format, "text or json")->check(CLI::IsMember({"text", "json"}))->capture_default_str();
+    app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows");
+    CLI::App* explaining =
+        app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
+    explaining->add_option("VALUES", values,
+                           "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
+    explaining->add_flag("--live", live, "take the values from the object server");
+    explaining->add_option("--table", table, "print the truth table of this output");
+    CLI11_PARSE(app, argc, argv);
+    cWlog::init("/dev/null");
+
+    Report report;
+    Site site = readSite(properties, report);
+    if (explaining->parsed()) {
+        std::map<std::string, std::string> states;
+        for (const std::string& value : values) {
+            const size_t equals = value.find('=');
+            if (equals == std::string::npos) {
+                fprintf(stderr, "telnodriver-check: a value is LABEL=STATUS, not %s\n", value.c_str());
+                return 2;
+            }
+            states[value.substr(0, equals)] = value.substr(equals + 1);
+        }
+        if (!table.empty())
+            return explainTable(site.pairs, table);
+        return live ? explainLive(site.pairs, server.empty() ? site.host : server) : explain(site.pairs, states);
+    }
+    checkPairs(site, report);
+    checkMessages(site, report);
+    checkTogether(site, report);
+    if (!server.empty())
+        checkServer(site, server, report);
+    format == "json" ? report.printJson() : report.print();
+    return report.exitStatus(strict);
+}

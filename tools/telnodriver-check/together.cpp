@@ -1,0 +1,144 @@
+// What only two places together show: labels, messages and numbers that do not fit, and cards that answer each other.
+#include "Site.h"
+
+#include "cObjectClient.h"
+#include "cObjectList.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <set>
+#include <strings.h>
+#include <thread>
+
+namespace {
+
+bool begins(const std::string& text, const std::string& with)
+{
+    return text.rfind(with, 0) == 0;
+}
+
+bool holds(const std::vector<Place>& places, const std::string& label)
+{
+    return std::any_of(places.begin(), places.end(), [&](const Place& place) { return place.label == label; });
+}
+
+void checkOutputs(const Site& site, Report& report)
+{
+    std::map<std::string, long> driven;
+    for (const Place& output : site.outputs) {
+        const auto other = driven.emplace(output.label, output.line);
+        if (!other.second)
+            report.warning(site.pairs, output.line,
+                           "the output " + output.label + " is driven by the connection of line " +
+                               std::to_string(other.first->second) +
+                               " too: the last one evaluated wins; join their triggers");
+    }
+}
+
+void checkCase(const Site& site, Report& report)
+{
+    std::map<std::string, std::pair<std::string, long>> seen;
+    std::vector<Place> all = site.inputs;
+    all.insert(all.end(), site.outputs.begin(), site.outputs.end());
+    for (const Place& place : all) {
+        std::string lower = place.label;
+        std::transform(lower.begin(), lower.end(), lower.begin(),
+                       [](unsigned char c) { return static_cast<char>(tolower(c)); });
+        const auto other = seen.emplace(lower, std::make_pair(place.label, place.line)).first->second;
+        if (other.first != place.label)
+            report.warning(site.pairs, place.line,
+                           "the label " + place.label + " differs only in case from " + other.first + " of line " +
+                               std::to_string(other.second) + ": labels are compared exactly");
+    }
+}
+
+void checkRecords(const Site& site, Report& report)
+{
+    for (const Record& record : site.records) {
+        if (!record.label.empty() && !holds(site.commanded, record.label) && !holds(site.alarms, record.label))
+            report.warning(site.messages, record.line,
+                           "no outermost trigger has a detail labelled " + record.label +
+                               " and no GSM action bears it: ON and OFF do nothing");
+        for (const Record& other : site.records) {
+            if (&other == &record || record.message.empty() || !begins(other.message, record.message))
+                continue;
+            report.error(site.messages, record.line,
+                         "the message \"" + record.message + "\" begins that of line " + std::to_string(other.line) +
+                             ": one SMS would command both");
+        }
+        // A card that is sent "MESSAGE STATE:HIGH" or "MESSAGE LOW" by another one takes it for a command when its own
+        // record begins so and lists that card's number.
+        for (const Record& other : site.records) {
+            for (const char* sent : {" STATE:", " LOW"}) {
+                if (!record.message.empty() && begins(other.message + sent, record.message) &&
+                    record.message.size() > other.message.size())
+                    report.warning(site.messages, record.line,
+                                   "another card's \"" + other.message + sent +
+                                       "\" would be a command for this record, if cards list each other's numbers");
+            }
+        }
+    }
+    for (const Place& alarm : site.alarms) {
+        const bool found = std::any_of(site.records.begin(), site.records.end(),
+                                       [&](const Record& record) { return record.label == alarm.label; });
+        if (!found)
+            report.error(site.pairs, alarm.line,
+                         "no record of " + site.messages + " is named " + alarm.label + ": this action sends nothing");
+    }
+}
+
+} // namespace
+
+void checkTogether(const Site& site, Report& report)
+{
+    checkOutputs(site, report);
+    checkCase(site, report);
+    checkRecords(site, report);
+}
+
+void checkServer(const Site& site, const std::string& host, Report& report)
+{
+    const size_t colon = host.rfind(':');
+    const int port = colon == std::string::npos ? 60000 : atoi(host.c_str() + colon + 1);
+    cObjectClient client;
+    client.start(host.substr(0, colon).c_str(), port);
+
+    const auto ask = [&](const std::vector<Place>& places, bool outputs) {
+        cObjectList request;
+        std::set<std::string> asked;
+        for (const Place& place : places) {
+            if (!asked.insert(place.label).second)
+                continue;
+            cObjectPort* wanted = outputs ? new cObjectDOutput() : new cObjectPort();
+            wanted->setPortLabel(place.label.c_str());
+            request.add(wanted);
+        }
+        std::unique_ptr<cObjectList> answer;
+        for (int attempt = 0; attempt < 30 && !answer; ++attempt) {
+            answer.reset(client.get(&request));
+            if (!answer)
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        request.deleteObjects();
+        if (!answer)
+            return false;
+        std::set<std::string> known;
+        for (cObject* object = answer->first(); object != nullptr; object = answer->next()) {
+            if (const auto* found = dynamic_cast<cObjectPort*>(object))
+                known.insert(found->getPortLabel());
+        }
+        answer->deleteObjects();
+        for (const Place& place : places) {
+            if (known.count(place.label) == 0)
+                report.warning(site.pairs, place.line,
+                               std::string("the object server has no ") + (outputs ? "output " : "input ") +
+                                   place.label);
+        }
+        return true;
+    };
+    if (!ask(site.inputs, false) || !ask(site.outputs, true))
+        report.error(site.properties, 0, "the object server at " + host + " does not answer");
+}
