@@ -145,4 +145,36 @@ TEST_F(ManagerAndServer, ThreadsThatEvaluateAtOnceLeaveTheRightStates)
     EXPECT_TRUE(outputsStand(kSet, kClear));
 }
 
+#ifdef NDEBUG
+constexpr int kFlood = 200000; // events
+#else
+constexpr int kFlood = 20000; // sanitizers are slow
+#endif
+
+// What the server said last counts, whatever crossed it.
+TEST_F(ManagerAndServer, AFloodOfEventsBesideRefreshesLeavesTheRightStates)
+{
+    start();
+    manager.collectLabels();
+    refresh();
+    std::atomic<bool> flooding{true};
+    std::thread flood([&] {
+        std::vector<std::pair<std::string, uint32_t>> changes;
+        for (int i = 0; i < 50; ++i)
+            changes.emplace_back(i % 3 == 0 ? "IN2" : "IN1", i % 2 == 0 ? kSet : kClear);
+        for (int sent = 0; sent < kFlood; sent += static_cast<int>(changes.size()))
+            server.setInputs(changes);
+        flooding = false;
+    });
+    while (flooding) {
+        manager.update_lists();
+        std::this_thread::sleep_for(10ms);
+    }
+    flood.join();
+    server.setInputs({{"IN1", kSet}, {"IN2", kClear}});
+    EXPECT_TRUE(outputsStand(kSet, kClear));
+    server.setInputs({{"IN1", kClear}});
+    EXPECT_TRUE(outputsStand(kClear, kSet));
+}
+
 } // namespace
