@@ -64,6 +64,9 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
 {
     m_modemOptions.pin = "1357";
     m_modemOptions.link = kModemLink;
+    // The daemon looks at an exchange when it has sent the command and once a second from then on. An answer that
+    // begins a fifth into its second has come whole when it looks, though the threads on both sides be slow.
+    m_modemOptions.delay = real(Milliseconds(200));
     m_settings.program = m_tools.daemon;
     m_server.onChange([this](const sim::Port& port) {
         if (port.output)
