@@ -162,6 +162,13 @@ private:
     cIOpairs m_reader;
 };
 
+// Like the daemon's manager, it lives as long as the process; a run of the checker needs one.
+Card& cardOf(const std::string& pairs)
+{
+    static Card* const card = new Card(pairs);
+    return *card;
+}
+
 bool read(Card& card, const std::string& pairs)
 {
     if (card.empty())
@@ -192,7 +199,7 @@ std::unique_ptr<cObjectList> fetch(cObjectClient& client, const std::vector<std:
 
 int explain(const std::string& pairs, const std::map<std::string, std::string>& values)
 {
-    Card card(pairs);
+    Card& card = cardOf(pairs);
     if (!read(card, pairs))
         return 2;
     const std::vector<std::string> labels = card.inputLabels();
@@ -220,7 +227,7 @@ int explain(const std::string& pairs, const std::map<std::string, std::string>& 
 
 int explainLive(const std::string& pairs, const std::string& host)
 {
-    Card card(pairs);
+    Card& card = cardOf(pairs);
     if (!read(card, pairs))
         return 2;
     const size_t colon = host.rfind(':');
@@ -247,7 +254,7 @@ int explainLive(const std::string& pairs, const std::string& host)
 
 int explainTable(const std::string& pairs, const std::string& output)
 {
-    Card card(pairs);
+    Card& card = cardOf(pairs);
     if (!read(card, pairs))
         return 2;
     const std::vector<tavConnection*> connections = card.driving(output);

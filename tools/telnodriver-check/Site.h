@@ -23,6 +23,7 @@ struct Record {
 struct Site {
     std::string properties, pairs, messages, host; ///< paths; the object server's host
     std::vector<Place> inputs;                     ///< labels of all triggers' details
+    std::vector<Place> last;                       ///< inputs that are the last child of an AND or OR of several
     std::vector<Place> commanded;                  ///< labels of the outermost triggers' own details
     std::vector<Place> outputs;                    ///< labels of actions that drive an output
     std::vector<Place> alarms;                     ///< labels of GSM actions
@@ -36,6 +37,10 @@ void checkMessages(Site& site, Report& report);
 void checkTogether(const Site& site, Report& report);
 /// Which labels the object server at @p host ("HOST" or "HOST:PORT") does not know.
 void checkServer(const Site& site, const std::string& host, Report& report);
+
+/// Reports that @p file cannot be used, at the line that stands in the reader's own words for it.
+void reportUnusable(const std::string& file, const std::string& trouble, const std::string& consequence,
+                    Report& report);
 
 /// The shortest of @p known that is at most two letters away from @p word; empty if none is.
 std::string likely(const std::string& word, const std::vector<std::string>& known);

@@ -36,12 +36,13 @@ int main(int argc, char* argv[])
     app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows");
     CLI::App* explaining =
         app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
+    explaining->fallthrough(); // --server may stand behind "explain" too
     explaining->add_option("VALUES", values,
                            "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
     explaining->add_flag("--live", live, "take the values from the object server");
     explaining->add_option("--table", table, "print the truth table of this output");
     CLI11_PARSE(app, argc, argv);
-    cWlog::init("/dev/null");
+    cWlog::init(cWlog::ERROR); // what the readers say beside the report; no word of outputs being set
 
     Report report;
     Site site = readSite(properties, report);

@@ -18,6 +18,17 @@ std::string attribute(xmlNode* node, const char* name)
     return value;
 }
 
+void checkAttributes(xmlNode* node, const std::string& known, const Site& site, Report& report)
+{
+    for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+        const std::string name(reinterpret_cast<const char*>(attribute->name));
+        if (name != known)
+            report.warning(site.messages, xmlGetLineNo(node),
+                           "the attribute " + name + " of " + xmlFile::nameOf(node) + " is not read: " + known +
+                               " may be meant");
+    }
+}
+
 void checkNumber(const std::string& number, long line, Record& record, const Site& site, Report& report)
 {
     if (number.size() > kLongestNumber)
@@ -36,12 +47,15 @@ void checkNumber(const std::string& number, long line, Record& record, const Sit
 
 Record readRecord(xmlNode* label, const Site& site, Report& report)
 {
+    checkAttributes(label, "name", site, report);
     Record record{attribute(label, "name"), "", {}, xmlGetLineNo(label)};
     for (xmlNode* node = label->children; node != nullptr; node = node->next) {
         if (node->type != XML_ELEMENT_NODE)
             continue;
         const long line = xmlGetLineNo(node);
         const std::string name = xmlFile::nameOf(node), value = attribute(node, "value");
+        if (name == "message" || name == "number")
+            checkAttributes(node, "value", site, report);
         if (name == "message") {
             if (!record.message.empty())
                 report.warning(site.messages, line, "a second message: only the last one counts");
@@ -84,7 +98,7 @@ void checkMessages(Site& site, Report& report)
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlFile::open(site.messages.c_str(), trouble),
                                                               xmlFreeDoc);
     if (!document) {
-        report.error(site.messages, 0, "cannot be used, and no SMS is obeyed: " + trouble);
+        reportUnusable(site.messages, trouble, "no SMS is obeyed", report);
         return;
     }
     xmlNode* root = xmlDocGetRootElement(document.get());

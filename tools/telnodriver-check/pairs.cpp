@@ -4,8 +4,11 @@
 #include "xmlFile.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <map>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace {
 
@@ -116,9 +119,14 @@ private:
         if (word == "INV" || word == "INVERSE")
             error(trigger, "a trigger whose operation is INVERSE never acts: use OR or AND, and io_invert on a detail");
         int children = 0;
+        Place last{"", 0};
+        std::map<std::string, std::set<bool>> senses;
         forEachElement(trigger, {"detail", "trigger"}, [&](xmlNode* child) {
             if (xmlFile::isElement(child, "trigger")) {
-                children += checkTrigger(child, false) ? 1 : 0;
+                if (checkTrigger(child, false)) {
+                    ++children;
+                    last.label.clear();
+                }
                 return;
             }
             const std::string text = label(child);
@@ -127,10 +135,20 @@ private:
                 return;
             }
             ++children;
+            last = {text, xmlGetLineNo(child)};
+            senses[text].insert(attribute(child, "io_invert").value_or("") == "true");
             m_site.inputs.push_back({text, xmlGetLineNo(child)});
             if (outermost)
                 m_site.commanded.push_back({text, xmlGetLineNo(child)});
         });
+        if (children > 1 && !last.label.empty())
+            m_site.last.push_back(last);
+        for (const auto& sense : senses) {
+            if (sense.second.size() == 2 && word == "AND")
+                error(trigger, "an AND over " + sense.first + " and its inverse never acts: take one of them away");
+            else if (sense.second.size() == 2)
+                warning(trigger, "an OR over " + sense.first + " and its inverse always acts: take one of them away");
+        }
         return children > 0;
     }
 
@@ -165,12 +183,28 @@ private:
 
 } // namespace
 
+void reportUnusable(const std::string& file, const std::string& trouble, const std::string& consequence, Report& report)
+{
+    std::string why = trouble;
+    long line = 0;
+    if (why.rfind(file + ':', 0) == 0) {
+        why.erase(0, file.size() + 1);
+        const size_t digits = why.find_first_not_of("0123456789");
+        if (digits != 0 && digits != std::string::npos && why[digits] == ':') {
+            line = strtol(why.c_str(), nullptr, 10);
+            why.erase(0, digits + 1);
+        }
+        why.erase(0, why.find_first_not_of(' '));
+    }
+    report.error(file, line, "cannot be used, and " + consequence + ": " + why);
+}
+
 void checkPairs(Site& site, Report& report)
 {
     std::string trouble;
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlFile::open(site.pairs.c_str(), trouble), xmlFreeDoc);
     if (!document) {
-        report.error(site.pairs, 0, "cannot be used, and no output is driven: " + trouble);
+        reportUnusable(site.pairs, trouble, "no output is driven", report);
         return;
     }
     xmlNode* root = xmlDocGetRootElement(document.get());

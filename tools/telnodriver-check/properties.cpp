@@ -112,7 +112,7 @@ std::string likely(const std::string& word, const std::vector<std::string>& know
 void checkProperties(Site& site, Report& report)
 {
     std::ifstream file(site.properties, std::ios::binary);
-    if (!file) {
+    if (!file || (file.peek() == std::ifstream::traits_type::eof() && file.bad())) {
         report.error(site.properties, 0, "cannot be read: every key takes its default");
     } else {
         bool crlf = false;

@@ -25,6 +25,14 @@ bool holds(const std::vector<Place>& places, const std::string& label)
     return std::any_of(places.begin(), places.end(), [&](const Place& place) { return place.label == label; });
 }
 
+// One SMS has one sender: records without a common number cannot be commanded together.
+bool shareNumber(const Record& one, const Record& other)
+{
+    return std::any_of(one.numbers.begin(), one.numbers.end(), [&](const std::string& number) {
+        return std::find(other.numbers.begin(), other.numbers.end(), number) != other.numbers.end();
+    });
+}
+
 void checkOutputs(const Site& site, Report& report)
 {
     std::map<std::string, long> driven;
@@ -43,16 +51,28 @@ void checkCase(const Site& site, Report& report)
     std::map<std::string, std::pair<std::string, long>> seen;
     std::vector<Place> all = site.inputs;
     all.insert(all.end(), site.outputs.begin(), site.outputs.end());
-    for (const Place& place : all) {
+    all.insert(all.end(), site.alarms.begin(), site.alarms.end());
+    const size_t ofPairs = all.size();
+    for (const Record& record : site.records)
+        all.push_back({record.label, record.line});
+    for (size_t i = 0; i < all.size(); ++i) {
+        const Place& place = all[i];
         std::string lower = place.label;
         std::transform(lower.begin(), lower.end(), lower.begin(),
                        [](unsigned char c) { return static_cast<char>(tolower(c)); });
         const auto other = seen.emplace(lower, std::make_pair(place.label, place.line)).first->second;
         if (other.first != place.label)
-            report.warning(site.pairs, place.line,
+            report.warning(i < ofPairs ? site.pairs : site.messages, place.line,
                            "the label " + place.label + " differs only in case from " + other.first + " of line " +
                                std::to_string(other.second) + ": labels are compared exactly");
     }
+}
+
+// Whether an input is the last child of an AND or OR: while it is offline and no earlier child decides, it does.
+bool decides(const Site& site, const Place& input)
+{
+    return std::any_of(site.last.begin(), site.last.end(),
+                       [&](const Place& last) { return last.label == input.label && last.line == input.line; });
 }
 
 void checkRecords(const Site& site, Report& report)
@@ -63,7 +83,8 @@ void checkRecords(const Site& site, Report& report)
                            "no outermost trigger has a detail labelled " + record.label +
                                " and no GSM action bears it: ON and OFF do nothing");
         for (const Record& other : site.records) {
-            if (&other == &record || record.message.empty() || !begins(other.message, record.message))
+            if (&other == &record || record.message.empty() || !begins(other.message, record.message) ||
+                !shareNumber(record, other))
                 continue;
             report.error(site.messages, record.line,
                          "the message \"" + record.message + "\" begins that of line " + std::to_string(other.line) +
@@ -132,7 +153,12 @@ void checkServer(const Site& site, const std::string& host, Report& report)
         }
         answer->deleteObjects();
         for (const Place& place : places) {
-            if (known.count(place.label) == 0)
+            if (known.count(place.label) == 0 && !outputs && decides(site, place))
+                report.warning(site.pairs, place.line,
+                               "the object server has no input " + place.label +
+                                   ", and as the last child it leaves its trigger without a state: put a known "
+                                   "input last, or take it away");
+            else if (known.count(place.label) == 0)
                 report.warning(site.pairs, place.line,
                                std::string("the object server has no ") + (outputs ? "output " : "input ") +
                                    place.label);
