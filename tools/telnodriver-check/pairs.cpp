@@ -145,7 +145,7 @@ private:
             m_site.last.push_back(last);
         for (const auto& sense : senses) {
             if (sense.second.size() == 2 && word == "AND")
-                error(trigger, "an AND over " + sense.first + " and its inverse never acts: take one of them away");
+                warning(trigger, "an AND over " + sense.first + " and its inverse never acts: take one of them away");
             else if (sense.second.size() == 2)
                 warning(trigger, "an OR over " + sense.first + " and its inverse always acts: take one of them away");
         }
