@@ -14,7 +14,14 @@ int main(int argc, char* argv[])
     app.add_option("--ports", file, "XML file of the ports")->required();
     app.add_option("--listen", address, "address to listen on")->capture_default_str();
     app.add_option("--port", port, "TCP port to listen on; 0 for a free one")->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& wrong) {
+        if (wrong.get_exit_code() == 0)
+            return app.exit(wrong); // help was asked for
+        fprintf(stderr, "tavd-sim: %s\n", wrong.what());
+        return 1;
+    }
 
     // Blocked before the server's thread exists, so that only sigwait below gets them.
     sigset_t ends;

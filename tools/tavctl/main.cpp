@@ -23,7 +23,14 @@ int main(int argc, char* argv[])
         ->check(CLI::IsMember({"unknown", "set", "clear", "warn"}));
     drive->add_option("LABEL", label)->required();
     drive->add_option("STATE", word, "set or clear")->required()->check(CLI::IsMember({"set", "clear"}));
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& wrong) {
+        if (wrong.get_exit_code() == 0)
+            return app.exit(wrong); // help was asked for
+        fprintf(stderr, "tavctl: %s\n", wrong.what());
+        return 1;
+    }
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 
     Server server(host, port);
