@@ -37,8 +37,9 @@ bool parseNumber(const std::string& text, uint32_t& number)
     if (text.empty())
         return true;
     char* end = nullptr;
-    number = static_cast<uint32_t>(strtoul(text.c_str(), &end, 0));
-    return *end == '\0';
+    const unsigned long long value = strtoull(text.c_str(), &end, 0);
+    number = static_cast<uint32_t>(value);
+    return *end == '\0' && value <= UINT32_MAX && text.find('-') == std::string::npos;
 }
 
 // Reads one <input> or <output>; gives what is wrong with it, or nothing.
@@ -117,6 +118,10 @@ bool readPorts(const std::string& file, std::vector<Port>& ports, std::string& e
         const std::string wrong = readPort(node, port);
         if (!wrong.empty())
             return fail(xmlGetLineNo(node), wrong);
+        for (const Port& other : read) {
+            if (other.output == port.output && other.label == port.label)
+                return fail(xmlGetLineNo(node), "a second " + name + " is labelled " + port.label);
+        }
         read.push_back(port);
     }
     ports = std::move(read);
