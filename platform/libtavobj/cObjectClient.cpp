@@ -29,7 +29,8 @@ constexpr auto kAnswerLimit = 5s;
 constexpr auto kConnectLimit = 5s;
 constexpr auto kFirstPause = 100ms;
 constexpr auto kLongestPause = 500ms;
-constexpr size_t kUnsentLimit = 4096;
+constexpr auto kRemarkPause = 1s; // between two warnings of objects left out: a server must not fill the log with them
+constexpr size_t kUnsentLimit = 20000; // above kMaxObjects: every output that an answer can hold may be unsent
 
 // A peer that has gone without a word is noticed within about 11 s, sooner while something is unsent.
 void watchPeer(tcp::socket& socket)
@@ -87,6 +88,8 @@ private:
     tcp::socket m_ioSocket{m_context};
     asio::steady_timer m_ioTimer{m_context};
     std::chrono::milliseconds m_ioPause{kFirstPause};
+    bool m_ioConnecting = false;
+    std::chrono::steady_clock::time_point m_ioNextRemark{};
     std::array<unsigned char, tavcodec::kHeader> m_ioHeader{};
     std::string m_ioContent;
     std::string m_ioSending; // the frame being written; empty when none is
@@ -104,13 +107,15 @@ private:
 
     std::string m_host, m_port, m_peer; // not changed once the io thread runs
     Delivery m_delivery;
+    bool m_started = false; // of start()'s thread
     std::thread m_thread;
 };
 
 bool cObjectClient::Connection::start(const char* host, int port)
 {
-    if (m_thread.joinable())
+    if (m_started)
         return false;
+    m_started = true;
     m_host = host;
     m_port = std::to_string(port);
     m_peer = m_host + ':' + m_port;
@@ -147,6 +152,10 @@ cObjectList* cObjectClient::Connection::get(cObjectList* request)
 {
     if (request->size() == 0)
         return new cObjectList();
+    if (request->size() > tavcodec::kMaxObjects) { // no message could hold the answer
+        error("A request for %zu objects is too long: at most %zu", request->size(), tavcodec::kMaxObjects);
+        return nullptr;
+    }
 
     Answer answer;
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -181,8 +190,10 @@ bool cObjectClient::Connection::queue(const std::string& key, std::string frame)
         unsent->second->frame = std::move(frame);
         return true;
     }
-    if (m_unsent.size() >= kUnsentLimit)
+    if (m_unsent.size() >= kUnsentLimit) {
+        asio::post(m_context, [this] { lose("it does not read what it is sent"); });
         return false;
+    }
     m_unsent.push_back({key, std::move(frame)});
     if (!key.empty())
         m_unsentSets[key] = std::prev(m_unsent.end());
@@ -203,13 +214,15 @@ void cObjectClient::Connection::connect()
 
 void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& endpoints)
 {
+    m_ioConnecting = true;
     m_ioTimer.expires_after(kConnectLimit);
     m_ioTimer.async_wait([this](const asio::error_code& cancelled) {
         asio::error_code ignored;
-        if (!cancelled)
-            m_ioSocket.close(ignored); // ends the attempt
+        if (!cancelled && m_ioConnecting) // it may have ended while this was on its way
+            m_ioSocket.close(ignored);    // ends the attempt
     });
     asio::async_connect(m_ioSocket, endpoints, [this](const asio::error_code& failure, const tcp::endpoint&) {
+        m_ioConnecting = false;
         m_ioTimer.cancel();
         if (failure)
             retry("cannot be reached", failure);
@@ -309,8 +322,11 @@ void cObjectClient::Connection::receive(size_t length)
         std::string().swap(m_ioContent); // one large message does not keep its memory
     if (!message)
         return lose("it sent " + problem);
-    if (!message->remark.empty())
+    const auto now = std::chrono::steady_clock::now();
+    if (!message->remark.empty() && now >= m_ioNextRemark) {
+        m_ioNextRemark = now + kRemarkPause;
         warn("The object server at %s sent %s: left out", m_peer.c_str(), message->remark.c_str());
+    }
     m_ioHeard = true;
     handOver(std::move(message));
 }

@@ -98,11 +98,15 @@ size_t frameLength(const unsigned char (&header)[kHeader])
 std::unique_ptr<Incoming> decode(const char* content, size_t length, std::string& error)
 {
     tavobj::Message message;
+    if (length == 0) {
+        error = "an empty message";
+        return nullptr;
+    }
     if (length > kMaxFrame || !message.ParseFromArray(content, static_cast<int>(length))) {
         error = "not a message";
         return nullptr;
     }
-    if (message.objects_size() > kMaxObjects) {
+    if (static_cast<size_t>(message.objects_size()) > kMaxObjects) {
         error = "a message of " + std::to_string(message.objects_size()) + " objects";
         return nullptr;
     }

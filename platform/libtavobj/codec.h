@@ -13,7 +13,7 @@ namespace tavcodec {
 
 constexpr size_t kMaxFrame = 1 << 20; ///< bytes of a frame's content
 constexpr size_t kHeader = 4;         ///< bytes of its length, big-endian
-constexpr int kMaxObjects = 16384;    ///< in one message
+constexpr size_t kMaxObjects = 16384; ///< in one message
 constexpr size_t kMaxLabel = 31;      ///< characters
 
 enum eMsgType : uint8_t { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };

@@ -23,10 +23,13 @@ bool Delivery::push(std::unique_ptr<tavcodec::Incoming> message)
     std::deque<std::unique_ptr<tavcodec::Incoming>> dropped;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_queue.size() >= kLimit) {
+        const size_t objects = message->list->size();
+        if (m_queue.size() >= kLimit || m_objects + objects > kObjectLimit) {
             dropped.swap(m_queue);
+            m_objects = 0;
             return false;
         }
+        m_objects += objects;
         m_queue.push_back(std::move(message));
     }
     m_arrived.notify_one();
@@ -42,6 +45,7 @@ void Delivery::deliver()
             return;
         std::unique_ptr<tavcodec::Incoming> message = std::move(m_queue.front());
         m_queue.pop_front();
+        m_objects -= message->list->size();
         lock.unlock();
         for (cObjectListener* listener : m_listeners)
             listener->handleObjectAction(message->list.get());

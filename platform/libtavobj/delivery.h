@@ -16,7 +16,8 @@ class cObjectListener;
 /// Calls the listeners with one message after the other, on a thread of its own.
 class Delivery {
 public:
-    static constexpr size_t kLimit = 65536; ///< undelivered messages
+    static constexpr size_t kLimit = 65536;        ///< undelivered messages
+    static constexpr size_t kObjectLimit = 262144; ///< objects in them: some tens of MB
 
     ~Delivery() { stop(); }
 
@@ -36,6 +37,7 @@ private:
     std::mutex m_mutex;                        // guards the queue and m_stop; not held while a listener runs
     std::condition_variable m_arrived;
     std::deque<std::unique_ptr<tavcodec::Incoming>> m_queue;
+    size_t m_objects = 0; // in the queue's messages
     bool m_stop = false;
     std::thread m_thread;
 };

@@ -170,7 +170,7 @@ public:
     std::vector<Port> ports;
     std::vector<Write> writes;
     std::string forgedAnswer;
-    size_t gets = 0, clients = 0;
+    size_t gets = 0, clients = 0, connections = 0;
     uint16_t listening = 0;
     std::function<void(const Port&)> listener; // not changed while the server runs
 
@@ -295,6 +295,7 @@ void Tavd::Server::greet(const std::shared_ptr<Session>& session)
                 addEvent(input, message);
         }
         m_sessions.insert(session);
+        ++connections;
         clients = m_sessions.size();
         session->send(framed(message));
     }
@@ -361,7 +362,7 @@ void Tavd::Server::obey(const std::shared_ptr<Session>& session, const tavobj::M
             now = *port;
         }
         const std::string frame = framed(news);
-        for (const auto& other : m_sessions) {
+        for (const auto& other : std::set<std::shared_ptr<Session>>(m_sessions)) { // one that is full ends
             if (other != session || !output)
                 other->send(frame);
         }
@@ -504,6 +505,12 @@ size_t Tavd::clients() const
 {
     std::lock_guard<std::mutex> lock(m_server->mutex);
     return m_server->clients;
+}
+
+size_t Tavd::connections() const
+{
+    std::lock_guard<std::mutex> lock(m_server->mutex);
+    return m_server->connections;
 }
 
 void Tavd::sendRaw(const std::string& bytes)

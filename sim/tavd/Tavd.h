@@ -59,6 +59,8 @@ public:
     std::vector<Write> writes() const;
     size_t gets() const;
     size_t clients() const;
+    /// How many clients have connected so far.
+    size_t connections() const;
 
     /// Sends these bytes to every client as they are.
     void sendRaw(const std::string& bytes);

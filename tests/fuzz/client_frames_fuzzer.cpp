@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (dynamic_cast<const cObjectPort*>(object) != nullptr && tavcodec::encodeSet(1, *object).empty())
             abort(); // what was read can be written
     }
-    if (objects > static_cast<size_t>(tavcodec::kMaxObjects))
+    if (objects > tavcodec::kMaxObjects)
         abort();
     return 0;
 }

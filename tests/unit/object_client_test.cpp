@@ -233,9 +233,10 @@ TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
     tavobj::Message strange;
     strange.set_type(300);
     int greetings = 1;
-    for (const std::string& bytes : {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random,
-                                     sim::Tavd::frame("\xff\xff\xff"), sim::Tavd::frame(many.SerializeAsString()),
-                                     sim::Tavd::frame(strange.SerializeAsString())}) {
+    for (const std::string& bytes :
+         {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random, std::string(4, '\0'),
+          sim::Tavd::frame("\xff\xff\xff"), sim::Tavd::frame(many.SerializeAsString()),
+          sim::Tavd::frame(strange.SerializeAsString())}) {
         server.sendRaw(bytes);
         ASSERT_TRUE(comesBack(++greetings));
         ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
@@ -266,9 +267,42 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects[0]).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
 
     server.answerGetsWith("");
-    server.sendRaw(std::string(4, '\0')); // an empty message: an answer that nobody waits for
+    message.set_id(4711); // of no request: an answer that nobody waits for
+    server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
     EXPECT_EQ(listener.greetings, 1) << "the connection was never given up";
+}
+
+// A few large messages hold as much as very many small ones.
+TEST_F(ObjectClient, WhatAStuckListenerLeavesUndeliveredIsBounded)
+{
+    connect();
+    tavobj::Message large;
+    large.set_type(3);
+    for (int i = 0; i < 16000; ++i)
+        large.add_objects()->set_kind(10);
+    std::string frames;
+    for (int i = 0; i < 20; ++i)
+        frames += sim::Tavd::frame(large.SerializeAsString());
+    {
+        std::lock_guard<std::mutex> stuck(listener.mutex);
+        server.sendRaw(frames);
+        ASSERT_TRUE(server.waitUntil([this] { return server.connections() == 2; }, kLimit));
+    }
+    ASSERT_TRUE(comesBack(2));
+    EXPECT_LT(listener.types.size(), 5u) << "what was undelivered is dropped with its connection";
+}
+
+TEST_F(ObjectClient, ARequestThatNoAnswerCouldHoldIsRefusedAtOnce)
+{
+    connect();
+    cObjectList request;
+    for (int i = 0; i < 16385; ++i)
+        request.add(new cObjectPort());
+    EXPECT_EQ(client->get(&request), nullptr);
+    request.deleteObjects();
+    EXPECT_EQ(server.gets(), 0u);
+    EXPECT_EQ(listener.greetings, 1);
 }
 
 } // namespace
