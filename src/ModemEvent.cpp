@@ -1,18 +1,8 @@
 #include "ModemEvent.h"
 
+#include "heldText.h"
+
 #include <cstdlib>
-#include <cstring>
-
-namespace {
-
-void replace(char*& held, const char* text)
-{
-    char* const copy = text != nullptr ? strdup(text) : nullptr;
-    std::free(held);
-    held = copy;
-}
-
-} // namespace
 
 SmsEvent::SmsEvent() : m_SmsId(nullptr)
 {
@@ -26,7 +16,7 @@ SmsEvent::~SmsEvent()
 
 void SmsEvent::setSmsId(const char* SmsId)
 {
-    replace(m_SmsId, SmsId);
+    replaceText(m_SmsId, SmsId);
 }
 
 USDEvent::USDEvent() : m_USDCode(nullptr)
@@ -41,7 +31,7 @@ USDEvent::~USDEvent()
 
 void USDEvent::setUsdCode(const char* USDCode)
 {
-    replace(m_USDCode, USDCode);
+    replaceText(m_USDCode, USDCode);
 }
 
 void destroyModemEvent(ModemEvent* event)

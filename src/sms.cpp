@@ -1,18 +1,8 @@
 #include "sms.h"
 
+#include "heldText.h"
+
 #include <cstdlib>
-#include <cstring>
-
-namespace {
-
-void replace(char*& held, const char* text)
-{
-    char* const copy = text != nullptr ? strdup(text) : nullptr;
-    std::free(held);
-    held = copy;
-}
-
-} // namespace
 
 Sms::~Sms()
 {
@@ -31,15 +21,15 @@ void Sms::initialise(const char* number, const char* message, const char* id, bo
 
 void Sms::setNumber(const char* number)
 {
-    replace(m_Number, number);
+    replaceText(m_Number, number);
 }
 
 void Sms::setMessage(const char* message)
 {
-    replace(m_Message, message);
+    replaceText(m_Message, message);
 }
 
 void Sms::setId(const char* id)
 {
-    replace(m_id, id);
+    replaceText(m_id, id);
 }

@@ -330,7 +330,9 @@ void Tavd::Server::answer(const std::shared_ptr<Session>& session, const tavobj:
                 addPort(*port, message);
         }
     }
-    session->send(forged.empty() ? framed(message) : Tavd::frame(forged));
+    tavobj::Message id; // its encoding behind the forged content puts the request's id into it
+    id.set_id(request.id());
+    session->send(forged.empty() ? framed(message) : Tavd::frame(forged + id.SerializeAsString()));
     change.notify_all();
 }
 

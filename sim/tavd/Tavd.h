@@ -66,8 +66,7 @@ public:
     void sendRaw(const std::string& bytes);
     /// A frame with this content (to be sent raw).
     static std::string frame(const std::string& content);
-    /// Answers the gets to come with this content instead of the truth; empty: the truth again. The request's id is not
-    /// put into it.
+    /// Answers the gets to come with this content and the request's id instead of the truth; empty: the truth again.
     void answerGetsWith(const std::string& content);
 
     /// Waits until @p holds does, looked at after every change. @return whether it came to hold within @p limit

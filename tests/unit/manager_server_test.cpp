@@ -1,6 +1,8 @@
 // The manager and the simulated object server over TCP: refreshes, events, outages, and all threads at once.
 #include "ManagerBench.h"
+#include "simPort.h"
 #include "tavd/Tavd.h"
+#include "tavobj.pb.h"
 
 #include <gtest/gtest.h>
 
@@ -18,22 +20,13 @@ constexpr auto kLimit = 30s; // far more than anything here takes
 constexpr uint32_t kSet = 1;
 constexpr uint32_t kClear = 2;
 
-sim::Port port(bool output, const std::string& label, uint32_t id)
-{
-    sim::Port made;
-    made.output = output;
-    made.label = label;
-    made.id = id;
-    made.type = output ? 3 : 2;
-    return made;
-}
-
 // A manager lives for the whole process, and its server with it.
 class ManagerAndServer : public testing::Test {
 protected:
     void SetUp() override
     {
-        server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9), port(true, "OUT2", 10)});
+        server.setPorts(
+            {simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9), simPort(true, "OUT2", 10)});
         manager.addConnection(composite(tavTrigger::OR, {leaf("IN1")}), action("OUT1"));
         manager.addConnection(composite(tavTrigger::AND, {leaf("IN1"), leaf("IN2", true)}),
                               action("OUT2", tavTrigger::INVERSE));
@@ -76,7 +69,8 @@ TEST_F(ManagerAndServer, RunLoopRepairsOutputsAsSoonAsTheServerIsBack)
     ASSERT_TRUE(outputsStand(kClear, kSet)) << "driven by an event";
 
     server.stop();
-    server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9), port(true, "OUT2", 10)});
+    server.setPorts(
+        {simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9), simPort(true, "OUT2", 10)});
     server.setInput("IN1", kSet);
     server.setInput("IN2", kSet);
     ASSERT_TRUE(server.start("127.0.0.1", server.port()));
@@ -142,6 +136,46 @@ TEST_F(ManagerAndServer, ThreadsThatEvaluateAtOnceLeaveTheRightStates)
     server.setInputs({{"IN1", kSet}, {"IN2", kClear}});
     refresh();
     manager.check_trigger_values();
+    EXPECT_TRUE(outputsStand(kSet, kClear));
+}
+
+// A server that answers with something else costs what it concerns, and the truth is taken again.
+TEST_F(ManagerAndServer, StrangeAnswersAndMessagesDriveNothing)
+{
+    start();
+    manager.collectLabels();
+    refresh();
+    manager.check_trigger_values();
+    ASSERT_TRUE(outputsStand(kClear, kSet));
+    const size_t writes = server.writes().size();
+
+    tavobj::Message foreignFirst;
+    foreignFirst.add_objects()->set_kind(cObject::OBJ_ACCESS);
+    foreignFirst.add_objects()->set_kind(cObject::OBJ_PORT);
+    foreignFirst.mutable_objects(1)->mutable_port()->set_label("IN1");
+    server.answerGetsWith(foreignFirst.SerializeAsString());
+    manager.update_lists();
+    manager.check_trigger_values();
+    EXPECT_EQ(manager.getInputs("IN1", 0), nullptr) << "what follows a foreign object is not used";
+
+    tavobj::Message many;
+    for (int i = 0; i < 10000; ++i) {
+        many.add_objects()->set_kind(cObject::OBJ_PORT);
+        many.mutable_objects(i)->mutable_port()->set_label("X" + std::to_string(i));
+    }
+    server.answerGetsWith(many.SerializeAsString());
+    manager.update_lists();
+    manager.check_trigger_values();
+    EXPECT_NE(manager.getInputs("X9999", 0), nullptr);
+
+    tavobj::Message unknown;
+    unknown.set_type(2);
+    server.sendRaw(sim::Tavd::frame(unknown.SerializeAsString()));
+    server.answerGetsWith("");
+    refresh();
+    EXPECT_EQ(server.writes().size(), writes);
+    EXPECT_EQ(server.connections(), 1u) << "each of them was a message, and the connection stays";
+    server.setInputs({{"IN1", kSet}});
     EXPECT_TRUE(outputsStand(kSet, kClear));
 }
 

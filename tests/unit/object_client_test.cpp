@@ -2,6 +2,7 @@
 #include "cObjectClient.h"
 #include "cObjectList.h"
 #include "cObjectListener.h"
+#include "simPort.h"
 #include "tavd/Tavd.h"
 #include "tavobj.pb.h"
 
@@ -51,21 +52,11 @@ struct Listener : cObjectListener {
     int greetings = 0;
 };
 
-sim::Port port(bool output, const std::string& label, uint32_t id)
-{
-    sim::Port made;
-    made.output = output;
-    made.label = label;
-    made.id = id;
-    made.type = output ? 3 : 2;
-    return made;
-}
-
 class ObjectClient : public testing::Test {
 protected:
     void SetUp() override
     {
-        server.setPorts({port(false, "IN1", 1), port(false, "IN2", 2), port(true, "OUT1", 9)});
+        server.setPorts({simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9)});
         ASSERT_TRUE(server.start("127.0.0.1", 0));
     }
     void connect()
@@ -260,7 +251,6 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     object->set_kind(1);
     object->mutable_port()->set_label("IN1");
     object->mutable_port()->set_status(77);
-    message.set_id(1); // the id of this client's first request
     server.answerGetsWith(message.SerializeAsString());
     auto objects = ask(cObjectPort(), "IN1");
     ASSERT_EQ(objects.size(), 1u);

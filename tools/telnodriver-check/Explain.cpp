@@ -1,12 +1,11 @@
 #include "Explain.h"
 
 #include "GSMIOmanager.h"
+#include "Server.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <memory>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -176,25 +175,6 @@ bool read(Card& card, const std::string& pairs)
     return !card.empty();
 }
 
-template <typename Port>
-std::unique_ptr<cObjectList> fetch(cObjectClient& client, const std::vector<std::string>& labels)
-{
-    cObjectList request;
-    for (const std::string& label : labels) {
-        auto* wanted = new Port();
-        wanted->setPortLabel(label.c_str());
-        request.add(wanted);
-    }
-    std::unique_ptr<cObjectList> answer;
-    for (int attempt = 0; attempt < 30 && !answer; ++attempt) {
-        answer.reset(client.get(&request));
-        if (!answer)
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    request.deleteObjects();
-    return answer;
-}
-
 } // namespace
 
 int explain(const std::string& pairs, const std::map<std::string, std::string>& values)
@@ -230,11 +210,8 @@ int explainLive(const std::string& pairs, const std::string& host)
     Card& card = cardOf(pairs);
     if (!read(card, pairs))
         return 2;
-    const size_t colon = host.rfind(':');
-    cObjectClient client;
-    client.start(host.substr(0, colon).c_str(), colon == std::string::npos ? 60000 : atoi(host.c_str() + colon + 1));
-    const auto inputs = fetch<cObjectPort>(client, card.inputLabels());
-    const auto outputs = fetch<cObjectDOutput>(client, card.outputLabels());
+    Server server(host);
+    const auto inputs = server.ports(card.inputLabels(), false), outputs = server.ports(card.outputLabels(), true);
     if (!inputs || !outputs) {
         fprintf(stderr, "telnodriver-check: the object server at %s does not answer\n", host.c_str());
         return 2;

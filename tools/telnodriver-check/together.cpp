@@ -1,17 +1,11 @@
 // What only two places together show: labels, messages and numbers that do not fit, and cards that answer each other.
+#include "Server.h"
 #include "Site.h"
 
-#include "cObjectClient.h"
-#include "cObjectList.h"
-
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <set>
-#include <strings.h>
-#include <thread>
 
 namespace {
 
@@ -122,28 +116,12 @@ void checkTogether(const Site& site, Report& report)
 
 void checkServer(const Site& site, const std::string& host, Report& report)
 {
-    const size_t colon = host.rfind(':');
-    const int port = colon == std::string::npos ? 60000 : atoi(host.c_str() + colon + 1);
-    cObjectClient client;
-    client.start(host.substr(0, colon).c_str(), port);
-
+    Server server(host);
     const auto ask = [&](const std::vector<Place>& places, bool outputs) {
-        cObjectList request;
-        std::set<std::string> asked;
-        for (const Place& place : places) {
-            if (!asked.insert(place.label).second)
-                continue;
-            cObjectPort* wanted = outputs ? new cObjectDOutput() : new cObjectPort();
-            wanted->setPortLabel(place.label.c_str());
-            request.add(wanted);
-        }
-        std::unique_ptr<cObjectList> answer;
-        for (int attempt = 0; attempt < 30 && !answer; ++attempt) {
-            answer.reset(client.get(&request));
-            if (!answer)
-                std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        }
-        request.deleteObjects();
+        std::vector<std::string> labels;
+        for (const Place& place : places)
+            labels.push_back(place.label);
+        const std::unique_ptr<cObjectList> answer = server.ports(labels, outputs);
         if (!answer)
             return false;
         std::set<std::string> known;

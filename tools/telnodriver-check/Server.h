@@ -1,0 +1,25 @@
+// The object server as the checker asks it.
+#ifndef CHECK_SERVER_H
+#define CHECK_SERVER_H
+
+#include "cObjectClient.h"
+#include "cObjectList.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class Server {
+public:
+    /// @param host HOST or HOST:PORT; connects in the background
+    explicit Server(const std::string& host);
+
+    /// The server's inputs or outputs with these labels, each asked for once; its objects are the caller's.
+    /// @return null without an answer within some seconds
+    std::unique_ptr<cObjectList> ports(const std::vector<std::string>& labels, bool outputs);
+
+private:
+    cObjectClient m_client;
+};
+
+#endif
