@@ -38,19 +38,16 @@ std::vector<cObjectPort*> portsOf(WList* ports)
     return taken;
 }
 
-template <typename Port> Port* findPort(WList* ports, const char* label, cWlog* trace)
+// The daemon's longest walk: @p traced is a constant of the caller's, so that an untraced walk compares and steps only.
+template <typename Port, typename Trace> Port* findPort(WList* ports, const char* label, Trace trace)
 {
     if (ports == nullptr)
         return nullptr;
-    const bool traced = trace != nullptr && trace->debugEnabled(); // asked once: this is the daemon's longest walk
     ports->reset();
     for (uint16_t i = ports->size(); i > 0; --i) {
-        auto* port = static_cast<Port*>(ports->get());
-        if (port != nullptr) {
+        if (auto* port = static_cast<Port*>(ports->get())) {
             const char* held = port->getPortLabel();
-            if (traced)
-                trace->debug("Checking Output %p,%p,%p", static_cast<void*>(port), static_cast<const void*>(held),
-                             static_cast<const void*>(label));
+            trace(port, held);
             if (held != nullptr && strcmp(held, label) == 0)
                 return port;
         }
@@ -159,11 +156,15 @@ void GSMIOmanager::logPort(cObjectPort* port, bool output)
 cObjectPort* GSMIOmanager::getInputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    return findPort<cObjectPort>(mTriggerPorts, label, nullptr);
+    return findPort<cObjectPort>(mTriggerPorts, label, [](const void*, const char*) {});
 }
 
 cObjectDOutput* GSMIOmanager::getOutputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    return findPort<cObjectDOutput>(mOutputPorts, label, this);
+    if (!debugEnabled()) // asked once instead of at every port
+        return findPort<cObjectDOutput>(mOutputPorts, label, [](const void*, const char*) {});
+    return findPort<cObjectDOutput>(mOutputPorts, label, [&](const void* port, const char* held) {
+        debug("Checking Output %p,%p,%p", port, static_cast<const void*>(held), static_cast<const void*>(label));
+    });
 }
