@@ -31,7 +31,8 @@ int main(int argc, char* argv[])
     bench.configure(16, withModem);
     bench.startServer();
     bench.startDaemon();
-    bench.waitUntilReady();
+    bench.waitUntilObeyed();
+    bench.waitUntilModemReady();
     const double before = bench.daemon.cpuSeconds();
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     const double used = (bench.daemon.cpuSeconds() - before) / seconds;

@@ -107,8 +107,8 @@ public:
         const bool seen = m_seen.wait_for(lock, std::chrono::seconds(30), [this] { return m_awaited.empty(); });
         return seen ? figures::microseconds(m_changed - start) : -1;
     }
-    /// The daemon obeys events; the modem, if there is one, is set up and its first pass is over.
-    void waitUntilReady()
+    /// The daemon drives outputs from events.
+    void waitUntilObeyed()
     {
         server.setInput("IN0", 1);
         if (!server.waitForOutput("OUT0", 1, std::chrono::seconds(30)))
@@ -116,7 +116,11 @@ public:
         server.setInput("IN0", 2);
         if (!server.waitForOutput("OUT0", 2, std::chrono::seconds(30)))
             check("the daemon drives nothing back");
-        if (modem && !modem->waitForCommand("AT+CMGD=10", 1, std::chrono::seconds(120)))
+    }
+    /// The modem is set up and the first pass is over.
+    void waitUntilModemReady()
+    {
+        if (!modem->waitForCommand("AT+CMGD=10", 1, std::chrono::seconds(120)))
             check("the modem is not set up");
     }
 

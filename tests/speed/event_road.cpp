@@ -143,37 +143,59 @@ void measure(DaemonBench& bench, int connections, int samples)
            connections, middle, floor, middle / floor, late, lateFloor, late / lateFloor, roads.size(), lost);
 }
 
+// Brings the modem to the point where what is measured beside goes on for at least ten seconds.
+void beginModemWork(ModemSim& modem, const std::string& mode)
+{
+    using std::chrono::seconds;
+    bool begun = false;
+    if (mode == "setup") {
+        begun = modem.waitForCommand("AT", 1, seconds(60));
+    } else if (mode == "pass") {
+        modem.sms("999", "a stranger's text");
+        begun = modem.waitForCommand("AT+CMGL", 2, seconds(60));
+    } else {
+        modem.sms("111", "AL ON");
+        begun = modem.waitForCommand("AT+CMGS", 1, seconds(60));
+    }
+    if (!begun)
+        DaemonBench::check("the modem's work does not begin");
+    modem.clearRecord();
+}
+
 } // namespace
 
-// event_road rest|events|gsm CONNECTIONS [SAMPLES]
+// event_road rest|events|setup|pass|alarm CONNECTIONS [SAMPLES]
+// setup: while the modem is set up; pass: while messages are listed and their places emptied; alarm: while an alarm
+// goes to ten numbers.
 int main(int argc, char* argv[])
 {
     const std::string mode = argc > 1 ? argv[1] : "";
     const int connections = argc > 2 ? atoi(argv[2]) : 0;
     const int samples = argc > 3 ? atoi(argv[3]) : 2000;
-    if ((mode != "rest" && mode != "events" && mode != "gsm") || connections < 1 || samples < 1) {
-        fprintf(stderr, "usage: %s rest|events|gsm CONNECTIONS [SAMPLES]\n", argv[0]);
+    const bool withModem = mode == "setup" || mode == "pass" || mode == "alarm";
+    if ((!withModem && mode != "rest" && mode != "events") || connections < 1 || samples < 1) {
+        fprintf(stderr, "usage: %s rest|events|setup|pass|alarm CONNECTIONS [SAMPLES]\n", argv[0]);
         return 2;
     }
     DaemonBench bench;
-    bench.configure(connections, mode == "gsm");
+    bench.configure(connections, withModem);
     bench.startServer();
+    if (mode == "setup")
+        bench.modem->setDelay(std::chrono::milliseconds(800));
     bench.startDaemon();
-    bench.waitUntilReady();
+    bench.waitUntilObeyed();
     std::unique_ptr<Noise> noise;
     if (mode == "events")
         noise = std::make_unique<Noise>(bench.server);
-    if (mode == "gsm") {
-        bench.modem->sms("111", "AL ON");
-        if (!bench.modem->waitForCommand("AT+CMGS", 1, std::chrono::seconds(60)))
-            DaemonBench::check("no alarm is sent");
-    }
+    if (withModem && mode != "setup")
+        bench.waitUntilModemReady();
+    if (withModem)
+        beginModemWork(*bench.modem, mode);
     printf("%-6s ", mode.c_str());
     measure(bench, connections, samples);
     if (noise)
         printf("       beside %.0f other events a second\n", noise->rate());
-    if (bench.modem)
-        printf("       during an alarm to ten numbers, of which %zu had been sent at the end\n",
-               bench.modem->sent().size());
+    if (withModem)
+        printf("       meanwhile the modem was given %zu command lines and texts\n", bench.modem->commands().size());
     return 0;
 }

@@ -36,7 +36,7 @@ int main(int argc, char* argv[])
     bench.configure(16, false);
     bench.startServer();
     bench.startDaemon();
-    bench.waitUntilReady();
+    bench.waitUntilObeyed();
     print("at start", bench.daemon);
     play(bench, events / 100);
     print("after a hundredth of the events", bench.daemon);
