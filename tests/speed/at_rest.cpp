@@ -32,7 +32,8 @@ int main(int argc, char* argv[])
     bench.startServer();
     bench.startDaemon();
     bench.waitUntilObeyed();
-    bench.waitUntilModemReady();
+    if (withModem)
+        bench.waitUntilModemReady();
     const double before = bench.daemon.cpuSeconds();
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
     const double used = (bench.daemon.cpuSeconds() - before) / seconds;
