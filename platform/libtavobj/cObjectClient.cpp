@@ -29,6 +29,7 @@ constexpr auto kAnswerLimit = 5s;
 constexpr auto kConnectLimit = 5s;
 constexpr auto kFirstPause = 100ms;
 constexpr auto kLongestPause = 500ms;
+constexpr auto kSteady = 2s;      // a server that throws us out sooner, over and over, is told of once
 constexpr auto kRemarkPause = 1s; // between two warnings of objects left out: a server must not fill the log with them
 constexpr size_t kUnsentLimit = 20000; // above kMaxObjects: every output that an answer can hold may be unsent
 
@@ -94,8 +95,8 @@ private:
     std::string m_ioContent;
     std::string m_ioSending; // the frame being written; empty when none is
     bool m_ioToldFailure = false;
-    bool m_ioHeard = false;  // the connection has brought a message
-    std::string m_ioLastWhy; // why the last connection ended, if it never brought one
+    bool m_ioSteady = false; // the connection has lasted for kSteady
+    std::string m_ioLastWhy; // why the last connection ended, if it was not a steady one
 
     std::mutex m_mutex; // guards what follows; never held while a listener runs or the network is waited for
     std::condition_variable m_answered;
@@ -234,14 +235,24 @@ void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& 
 void cObjectClient::Connection::connected()
 {
     watchPeer(m_ioSocket);
-    m_ioHeard = false;
+    m_ioSteady = false;
     m_ioToldFailure = false;
-    if (m_ioLastWhy.empty()) // not again and again with a peer that is no object server
+    const bool told = m_ioLastWhy.empty();
+    if (told)
         info("Connected to the object server at %s", m_peer.c_str());
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_connected = true;
     }
+    m_ioTimer.expires_after(kSteady);
+    m_ioTimer.async_wait([this, told](const asio::error_code& cancelled) {
+        if (cancelled || !m_ioSocket.is_open()) // it may have been lost while this was on its way
+            return;
+        m_ioSteady = true;
+        m_ioPause = kFirstPause;
+        if (!told)
+            info("Connected to the object server at %s", m_peer.c_str());
+    });
     readHeader();
 }
 
@@ -276,13 +287,11 @@ void cObjectClient::Connection::lose(const std::string& why)
         m_unsent.clear();
     }
     m_answered.notify_all();
-    if (m_ioHeard || why != m_ioLastWhy)
+    if (m_ioSteady || why != m_ioLastWhy)
         error("Connection to the object server at %s lost: %s", m_peer.c_str(), why.c_str());
     m_ioToldFailure = true;
     m_ioSending.clear();
-    m_ioLastWhy = m_ioHeard ? std::string() : why;
-    if (m_ioHeard)
-        m_ioPause = kFirstPause;
+    m_ioLastWhy = m_ioSteady ? std::string() : why;
     retry("was lost", {});
 }
 
@@ -327,7 +336,6 @@ void cObjectClient::Connection::receive(size_t length)
         m_ioNextRemark = now + kRemarkPause;
         warn("The object server at %s sent %s: left out", m_peer.c_str(), message->remark.c_str());
     }
-    m_ioHeard = true;
     handOver(std::move(message));
 }
 
