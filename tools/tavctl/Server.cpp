@@ -1,5 +1,6 @@
 #include "Server.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -14,12 +15,28 @@
 
 namespace {
 
-constexpr int kPatienceMs = 5000;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kPatienceSeconds = 5;
 constexpr uint32_t kMaxFrame = 1 << 20;
 constexpr uint32_t kInput = 2, kOutput = 3, kEvent = 5;
 constexpr uint32_t kGet = 0, kSet = 1, kEventMessage = 3;
 const std::array<const char*, 4> kStatus = {"unknown", "set", "clear", "warn"};
 const std::array<const char*, 5> kToggled = {"unknown", "none", "website", "ccd", "iodriver"};
+
+Clock::time_point soon()
+{
+    return Clock::now() + std::chrono::seconds(kPatienceSeconds);
+}
+
+// As poll() wants it: -1 is for ever.
+int millisecondsUntil(Clock::time_point deadline)
+{
+    if (deadline == Clock::time_point::max())
+        return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
 
 template <size_t count> const char* word(const std::array<const char*, count>& words, uint32_t value)
 {
@@ -102,7 +119,7 @@ bool Server::connect()
     int reason = 0;
     for (addrinfo* candidate = found; candidate != nullptr && m_socket < 0; candidate = candidate->ai_next) {
         m_socket = socket(candidate->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        timeval limit = {kPatienceMs / 1000, 0};
+        timeval limit = {kPatienceSeconds, 0};
         setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
         if (m_socket >= 0 && ::connect(m_socket, candidate->ai_addr, candidate->ai_addrlen) != 0) {
             reason = errno;
@@ -131,11 +148,11 @@ bool Server::send(const tavobj::Message& message)
     return true;
 }
 
-bool Server::readExactly(void* buffer, size_t length, bool patiently)
+bool Server::readExactly(void* buffer, size_t length, Clock::time_point deadline)
 {
     for (size_t have = 0; have < length;) {
         pollfd readable = {m_socket, POLLIN, 0};
-        const int ready = poll(&readable, 1, patiently ? -1 : kPatienceMs);
+        const int ready = poll(&readable, 1, millisecondsUntil(deadline));
         if (ready == 0)
             return fail("no answer within 5 s");
         if (ready < 0 && errno == EINTR)
@@ -150,17 +167,17 @@ bool Server::readExactly(void* buffer, size_t length, bool patiently)
     return true;
 }
 
-bool Server::receive(tavobj::Message& message, bool patiently)
+bool Server::receive(tavobj::Message& message, Clock::time_point deadline)
 {
     unsigned char header[4];
-    if (!readExactly(header, sizeof header, patiently))
+    if (!readExactly(header, sizeof header, deadline))
         return false;
     const uint32_t length =
         uint32_t{header[0]} << 24 | uint32_t{header[1]} << 16 | uint32_t{header[2]} << 8 | header[3];
     if (length > kMaxFrame)
         return fail("not an object server: it announced a message of " + std::to_string(length) + " bytes");
     std::string content(length, '\0');
-    if (!readExactly(content.data(), length, false))
+    if (!readExactly(content.data(), length, std::min(deadline, soon())))
         return false;
     return message.ParseFromString(content) || fail("not an object server: it sent a malformed message");
 }
@@ -170,8 +187,9 @@ bool Server::request(tavobj::Message& message, tavobj::Message& answer)
     message.set_id(m_nextId++);
     if (!connect() || !send(message))
         return false;
+    const Clock::time_point deadline = soon(); // of the answer, whatever else the server says before it
     do {
-        if (!receive(answer, false))
+        if (!receive(answer, deadline))
             return false;
     } while (answer.type() != message.type() || answer.id() != message.id());
     return true;
@@ -208,7 +226,7 @@ bool Server::watch()
     }
     for (;;) {
         tavobj::Message news;
-        if (!receive(news, true))
+        if (!receive(news, Clock::time_point::max()))
             return false;
         for (const tavobj::Object& object : news.objects()) {
             if (news.type() == kEventMessage && object.kind() == kEvent) {

@@ -4,10 +4,11 @@
 
 #include "tavobj.pb.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
-/// One operation, with its printing, a call. Connects at the first; a server that is silent for 5 s has failed.
+/// One operation, with its printing, a call. Connects at the first; a server that does not answer in 5 s has failed.
 class Server {
 public:
     Server(std::string host, uint16_t port) : m_host(std::move(host)), m_port(port) {}
@@ -23,10 +24,12 @@ public:
     const std::string& error() const { return m_error; }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     bool connect();
     bool send(const tavobj::Message& message);
-    bool receive(tavobj::Message& message, bool patiently);
-    bool readExactly(void* buffer, size_t length, bool patiently);
+    bool receive(tavobj::Message& message, Clock::time_point deadline);
+    bool readExactly(void* buffer, size_t length, Clock::time_point deadline);
     bool request(tavobj::Message& message, tavobj::Message& answer);
     bool fetchAll(tavobj::Message& answer);
     bool change(const std::string& label, uint32_t kind, uint32_t value);
