@@ -1,6 +1,11 @@
 # Warnings, hardening and sanitizers of every target of the project.
 add_compile_options(-Wall -Wextra -Wshadow -Wformat=2 -Werror $<$<COMPILE_LANGUAGE:CXX>:-Wconversion>)
-add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+
+# No path of the build machine in the programs, absolute or, as a compiler cache makes them, relative to the build folder:
+# the same commit gives the same bytes, the build id included.
+file(RELATIVE_PATH source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=
+                    -ffile-prefix-map=${source_from_build}/=)
 
 if(TELNO_SANITIZE)
   add_compile_options(-fsanitize=${TELNO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
