@@ -3,10 +3,10 @@
 #include "bench/Player.h"
 #include "bench/Prompt.h"
 #include "bench/Sandbox.h"
+#include "bench/Tools.h"
 
 #include <CLI/CLI.hpp>
 
-#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -21,43 +21,6 @@ struct Wishes {
     double speed = 1;
     bool trace = false, log = false, narrate = false, stay = false;
 };
-
-std::string folderOf(const std::string& path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "." : path.substr(0, slash);
-}
-
-// The folder that this program stands in: the daemon and the preloaded libraries are found from there.
-std::string ownFolder()
-{
-    char path[PATH_MAX] = "";
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
-    return length > 0 ? folderOf(std::string(path, static_cast<size_t>(length))) : ".";
-}
-
-std::string absolute(const std::string& path)
-{
-    char* real = realpath(path.c_str(), nullptr);
-    std::string result = real != nullptr ? real : path;
-    free(real);
-    return result;
-}
-
-bench::Tools findTools(const Wishes& wishes)
-{
-    bench::Tools tools;
-    const std::string folder = ownFolder();
-    tools.speed = wishes.speed;
-    tools.daemon = !wishes.daemon.empty() ? absolute(wishes.daemon) : folder + "/telnodriver";
-    if (access(tools.daemon.c_str(), X_OK) != 0)
-        tools.daemon = "/usr/sbin/telnodriver";
-    for (const char* libraries : {"/../lib", "/../lib/telnodriver"}) {
-        if (access((folder + libraries + "/libveliosim.so").c_str(), R_OK) == 0)
-            tools.libraries = absolute(folder + libraries);
-    }
-    return tools;
-}
 
 const char* traceName(bench::Trace kind)
 {
@@ -91,13 +54,13 @@ int play(const std::string& file, const Wishes& wishes)
     for (std::string line; std::getline(scenario, line);)
         lines.push_back(line);
 
-    const std::string folder = absolute(folderOf(file));
+    const std::string folder = bench::absolute(bench::folderOf(file));
     const std::string wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
-    bench::Card card(findTools(wishes));
+    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
     if (wishes.trace || wishes.log)
         traceTo(card, wishes);
     size_t number = 0;
@@ -140,13 +103,13 @@ int play(const std::string& file, const Wishes& wishes)
 
 int converse(const Wishes& wishes)
 {
-    const std::string folder = absolute(".");
+    const std::string folder = bench::absolute(".");
     const std::string wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
-    bench::Card card(findTools(wishes));
+    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
     traceTo(card, wishes);
     try {
         if (!wishes.config.empty())
@@ -181,7 +144,7 @@ int main(int argc, char* argv[])
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     signal(SIGPIPE, SIG_IGN);
     if (!wishes.config.empty())
-        wishes.config = absolute(wishes.config);
+        wishes.config = bench::absolute(wishes.config);
 
     if (files.empty())
         return converse(wishes);

@@ -4,6 +4,7 @@
 
 #include "bench/Daemon.h"
 #include "bench/Scenario.h"
+#include "bench/Tools.h"
 #include "modem/ModemSim.h"
 #include "tavd/Tavd.h"
 
@@ -16,13 +17,6 @@
 #include <vector>
 
 namespace bench {
-
-/// Where the bench finds the daemon, and how fast it lets the daemon's waits run.
-struct Tools {
-    std::string daemon;
-    std::string libraries; ///< folder of libveliosim.so and libwaitshim.so
-    double speed = 1;      ///< the daemon's seconds in a real one
-};
 
 /// What a line of the trace is about.
 enum class Trace { Input, Output, SmsIn, SmsOut, ModemTalk, Power, Log, StandardOutput };

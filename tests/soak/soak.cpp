@@ -1,0 +1,374 @@
+// Lets the real daemon live through accelerated days in which everything happens that a site sees in a year, in an
+// order that a seed gives; prints what happened how often, and what the daemon's memory, threads and descriptors did.
+#include "bench/Card.h"
+#include "bench/Sandbox.h"
+#include "bench/Tools.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <random>
+#include <string>
+
+using bench::Failure;
+using bench::Milliseconds;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char kListed[] = "0151123456";
+constexpr uint32_t kSet = 1, kClear = 2;
+constexpr long kMayGrowKiB = 1024; // of resident memory, after the first tenth of the time
+
+struct Wishes {
+    double days = 30;
+    double speed = 60;
+    unsigned seed = 0;
+    std::string config;
+};
+
+class Soak {
+public:
+    explicit Soak(const Wishes& wishes)
+        : m_wishes(wishes), m_card(bench::findTools("", wishes.speed)), m_random(wishes.seed)
+    {
+    }
+    bool run();
+
+private:
+    struct Figures {
+        long residentKiB, threads, descriptors;
+    };
+
+    // What may happen; each leaves the site in order, or throws.
+    void flipInputs();
+    void storm();
+    void meddle();
+    void restartServer();
+    void hangServer();
+    void command();
+    void query();
+    void alarm();
+    void stranger();
+    void hurtModem();
+    void chatter();
+
+    void setInput(size_t which, bool set);
+    void expectOutputs(const char* after, seconds daemons);
+    /// Sends an SMS until @p obeyed holds, as a person does who sees nothing happen.
+    void persist(const std::string& number, const std::string& text, const std::function<bool()>& obeyed);
+    bool waitUntil(const std::function<bool()>& holds, Milliseconds daemons);
+    void pause(Milliseconds daemons) { std::this_thread::sleep_for(m_card.real(daemons)); }
+    size_t pick(size_t count) { return std::uniform_int_distribution<size_t>(0, count - 1)(m_random); }
+    Figures figures() const;
+    double daysSince(Clock::time_point start) const;
+    void print(const char* when, const Figures& figures) const;
+
+    Wishes m_wishes;
+    bench::Card m_card;
+    std::mt19937 m_random;
+    std::array<bool, 8> m_in{}; // the alarms of IN0 ... IN7
+    bool m_pump = false;        // as last commanded
+    std::map<std::string, long> m_count;
+};
+
+// What each output must be: set is away from its default.
+std::map<std::string, bool> truth(const std::array<bool, 8>& in, bool pump)
+{
+    return {{"EITHER", in[0] || in[1]},
+            {"BOTH", in[2] && in[3]},
+            {"LAMP", !in[4]},
+            {"NESTED", (in[5] && in[6]) || !in[7]},
+            {"PUMP", pump}};
+}
+
+void Soak::setInput(size_t which, bool set)
+{
+    m_in[which] = set;
+    m_card.server().setInput("IN" + std::to_string(which), set ? kSet : kClear);
+}
+
+// Patient in real time, too: the machine may be busy.
+bool Soak::waitUntil(const std::function<bool()>& holds, Milliseconds daemons)
+{
+    const Clock::time_point end = Clock::now() + m_card.real(daemons) + seconds(5);
+    while (!holds()) {
+        if (!m_card.daemon().running())
+            throw Failure("the daemon " + m_card.daemon().ending());
+        if (Clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return true;
+}
+
+void Soak::expectOutputs(const char* after, seconds daemons)
+{
+    std::string wrong;
+    const auto right = [&] {
+        wrong.clear();
+        for (const auto& [label, set] : truth(m_in, m_pump)) {
+            const auto port = m_card.server().output(label);
+            if (!port || port->state != (set ? kSet : kClear))
+                wrong += ' ' + label;
+        }
+        return wrong.empty();
+    };
+    if (!waitUntil(right, daemons))
+        throw Failure(std::string("wrong after ") + after + ':' + wrong);
+}
+
+void Soak::flipInputs()
+{
+    for (size_t flips = 1 + pick(4); flips > 0; --flips) {
+        const size_t which = pick(m_in.size());
+        setInput(which, !m_in[which]);
+        ++m_count["events"];
+    }
+    expectOutputs("an event", seconds(5));
+}
+
+void Soak::storm()
+{
+    for (int i = 0; i < 500; ++i) {
+        const size_t which = pick(m_in.size());
+        setInput(which, !m_in[which]);
+    }
+    m_count["events"] += 500;
+    expectOutputs("a storm of events", seconds(5));
+}
+
+// Somebody else drives an output; the poll puts it right.
+void Soak::meddle()
+{
+    const std::array<const char*, 4> labels = {"EITHER", "BOTH", "LAMP", "NESTED"};
+    const char* label = labels[pick(labels.size())];
+    m_card.server().setOutput(label, truth(m_in, m_pump)[label] ? kClear : kSet, 2);
+    expectOutputs("another's write", seconds(125));
+}
+
+void Soak::restartServer()
+{
+    m_card.stopServer();
+    pause(seconds(1 + pick(120)));
+    m_card.startServer();
+    expectOutputs("the server's return", seconds(125));
+}
+
+void Soak::hangServer()
+{
+    m_card.server().hang(true);
+    pause(seconds(1 + pick(30)));
+    m_card.server().hang(false);
+    const size_t which = pick(m_in.size());
+    setInput(which, !m_in[which]);
+    expectOutputs("a hang of the server", seconds(125));
+}
+
+void Soak::persist(const std::string& number, const std::string& text, const std::function<bool()>& obeyed)
+{
+    for (int tries = 0; tries < 20; ++tries) {
+        m_card.modem().sms(number, text);
+        ++m_count["SMS in"];
+        if (waitUntil(obeyed, seconds(90)))
+            return;
+        ++m_count["SMS sent again by their senders"];
+    }
+    throw Failure("20 times in vain: " + text);
+}
+
+void Soak::command()
+{
+    m_pump = pick(2) == 1;
+    const uint32_t wanted = m_pump ? kSet : kClear;
+    persist(kListed, m_pump ? "PUMP ON" : "PUMP OFF", [&] { return m_card.server().output("PUMP")->state == wanted; });
+}
+
+void Soak::query()
+{
+    const size_t before = m_card.sentCount();
+    persist(kListed, "PUMP QUERY", [&] { return m_card.sentCount() > before; });
+}
+
+void Soak::alarm()
+{
+    const size_t before = m_card.sentCount();
+    persist(kListed, "DOOR ON", [&] { return m_card.sentCount() > before; });
+}
+
+void Soak::stranger()
+{
+    static const std::array<const char*, 6> texts = {"PUMP ON", "PUMP OFF",   "OK",
+                                                     "ERROR",   "DOOR QUERY", "line\r\nPUMP ON"};
+    const size_t sent = m_card.sentCount();
+    std::string text = texts[pick(texts.size())];
+    if (pick(2) == 0) {
+        text.clear();
+        for (size_t length = pick(160); length > 0; --length)
+            text.push_back(static_cast<char>(' ' + pick(95)));
+    }
+    m_card.modem().sms("0171999999", text);
+    ++m_count["SMS in"];
+    pause(seconds(20));
+    expectOutputs("a stranger's SMS", seconds(1));
+    if (m_card.sentCount() != sent)
+        throw Failure("a stranger was answered: " + text);
+}
+
+// The modem fails for a while in the middle of its work; afterwards a command is obeyed again.
+void Soak::hurtModem()
+{
+    ModemSim& modem = m_card.modem();
+    static const std::array<const char*, 3> commands = {"AT+CMGL", "AT+CMGS", "AT+CMGD"};
+    switch (pick(4)) {
+    case 0:
+        modem.setSilent(true);
+        break;
+    case 1:
+        modem.react(commands[pick(commands.size())], ModemSim::Reaction::line("ERROR"), 3);
+        break;
+    case 2:
+        modem.react(commands[pick(commands.size())], ModemSim::Reaction::line("+CMS ERROR: 512"), 3);
+        break;
+    default:
+        modem.react(commands[pick(commands.size())], ModemSim::Reaction::late(m_card.real(seconds(3))), 3);
+        break;
+    }
+    modem.sms(kListed, "PUMP QUERY");
+    pause(seconds(30 + pick(120)));
+    modem.setSilent(false);
+    modem.clearReactions();
+    command();
+}
+
+void Soak::chatter()
+{
+    static const std::array<const char*, 5> lines = {"RING", "+CREG: 1", "^RSSI: 17", "+CUSD: 0,\"credit 12.50\",15",
+                                                     "OK"};
+    for (size_t count = 1 + pick(20); count > 0; --count)
+        m_card.modem().sendLine(lines[pick(lines.size())]);
+}
+
+Soak::Figures Soak::figures() const
+{
+    auto& daemon = const_cast<bench::Card&>(m_card).daemon();
+    return {daemon.residentKiB(), daemon.threads(), daemon.descriptors()};
+}
+
+double Soak::daysSince(Clock::time_point start) const
+{
+    return std::chrono::duration<double>(Clock::now() - start).count() * m_wishes.speed / 86400;
+}
+
+void Soak::print(const char* when, const Figures& figures) const
+{
+    printf("%-24s resident %ld KiB, %ld threads, %ld descriptors\n", when, figures.residentKiB, figures.threads,
+           figures.descriptors);
+}
+
+bool Soak::run()
+{
+    m_card.useConfig(m_wishes.config);
+    m_card.start();
+    const auto ready = [this] {
+        for (const std::string& line : m_card.daemon().lines(false, 0))
+            if (line.find("modem setup correctly") != std::string::npos)
+                return true;
+        return false;
+    };
+    if (!waitUntil(ready, seconds(600)))
+        throw Failure("the modem is not set up");
+    expectOutputs("the start", seconds(10));
+
+    struct Happening {
+        const char* name;
+        void (Soak::*happen)();
+        int weight; // of 100
+    };
+    static const std::array<Happening, 11> happenings = {{{"changes of inputs", &Soak::flipInputs, 50},
+                                                          {"storms of 500 events", &Soak::storm, 3},
+                                                          {"outputs driven by others", &Soak::meddle, 5},
+                                                          {"server restarts", &Soak::restartServer, 4},
+                                                          {"server hangs", &Soak::hangServer, 4},
+                                                          {"ON and OFF commands", &Soak::command, 12},
+                                                          {"queries", &Soak::query, 6},
+                                                          {"alarms", &Soak::alarm, 4},
+                                                          {"strangers", &Soak::stranger, 5},
+                                                          {"modem failures", &Soak::hurtModem, 4},
+                                                          {"unasked modem lines", &Soak::chatter, 3}}};
+    const Clock::time_point start = Clock::now();
+    Figures early = figures();
+    bool warm = false;
+    print("at start", early);
+    while (daysSince(start) < m_wishes.days) {
+        if (!warm && daysSince(start) >= m_wishes.days / 10) {
+            warm = true;
+            print("after a tenth", early = figures());
+        }
+        int at = static_cast<int>(pick(100));
+        for (const Happening& happening : happenings) {
+            at -= happening.weight;
+            if (at < 0) {
+                (this->*happening.happen)();
+                ++m_count[happening.name];
+                break;
+            }
+        }
+        pause(seconds(pick(600))); // five minutes on average
+    }
+    pause(seconds(130)); // a last poll, and whatever the modem still has to do
+    expectOutputs("everything", seconds(10));
+    const Figures late = figures();
+    print("at the end", late);
+
+    printf("\nseed %u, speed %g: %.2f days of the daemon's time in %.0f s; the final states are right\n", m_wishes.seed,
+           m_wishes.speed, daysSince(start), std::chrono::duration<double>(Clock::now() - start).count());
+    m_count["refreshes of the port lists"] = static_cast<long>(m_card.server().gets());
+    m_count["writes of outputs"] = static_cast<long>(m_card.server().writes().size());
+    m_count["AT command lines and texts"] = static_cast<long>(m_card.commandCount());
+    m_count["SMS out"] = static_cast<long>(m_card.sentCount());
+    for (const auto& [what, times] : m_count)
+        printf("%9ld %s\n", times, what.c_str());
+    const bool grown = late.residentKiB > early.residentKiB + kMayGrowKiB || late.threads != early.threads ||
+                       late.descriptors > early.descriptors;
+    printf("memory %+ld KiB, threads %+ld, descriptors %+ld since the first tenth: %s\n",
+           late.residentKiB - early.residentKiB, late.threads - early.threads, late.descriptors - early.descriptors,
+           grown ? "GROWN" : "no growth");
+    return !grown;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    CLI::App app("Accelerated days of the daemon's life, in a reproducible random order");
+    Wishes wishes;
+    wishes.seed = std::random_device()();
+    app.add_option("--days", wishes.days, "of the daemon's time")->check(CLI::PositiveNumber)->capture_default_str();
+    app.add_option("--speed", wishes.speed, "the daemon's seconds in a real one")
+        ->check(CLI::Range(1.0, 1000.0))
+        ->capture_default_str();
+    app.add_option("--seed", wishes.seed, "of the random order; default: another each time");
+    app.add_option("--config", wishes.config, "the site's three files")->required()->check(CLI::ExistingDirectory);
+    CLI11_PARSE(app, argc, argv);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    signal(SIGPIPE, SIG_IGN);
+    printf("seed %u\n", wishes.seed);
+    const std::string wrong = bench::enterSandbox();
+    if (!wrong.empty()) {
+        fprintf(stderr, "soak: %s\n", wrong.c_str());
+        return 2;
+    }
+    try {
+        return Soak(wishes).run() ? 0 : 1;
+    } catch (const Failure& failure) {
+        fprintf(stderr, "soak: %s\n", failure.what());
+        return 1;
+    }
+}
