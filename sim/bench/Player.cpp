@@ -27,7 +27,7 @@ const std::vector<Verb>& Player::verbs()
         {"console", &Player::console, true, "console TEXT | console close"},
         {"signals", &Player::signals, false, "signals on|off"},
         {"limit", &Player::limit, false, "limit descriptors N"},
-        {"flood", &Player::flood, true, "flood LABEL COUNT"},
+        {"flood", &Player::flood, true, "flood LABEL COUNT | flood sms NUMBER COUNT TEXT"},
         {"note", &Player::note, false, "note TEXT"},
         {"wait", &Player::wait, false, "wait TIME"},
         {"expect", &Player::expect, false,
@@ -312,13 +312,15 @@ void Player::modemNow(Words& words, const std::string& what)
         throw Failure("the running modem knows no " + what);
 }
 
-// react PREFIX silence | error | late TIME | "LINE" [TIMES|always]
+// react PREFIX silence | unheard | error | late TIME | "LINE" [TIMES|always]
 void Player::modemReact(Words& words)
 {
     const std::string prefix = words.next("a command's beginning");
     modemsim::Reaction reaction;
     if (words.take("silence"))
         reaction = modemsim::Reaction::silence();
+    else if (words.take("unheard"))
+        reaction = modemsim::Reaction::unheard();
     else if (words.take("error"))
         reaction = modemsim::Reaction::line("ERROR");
     else if (words.take("late"))
@@ -385,8 +387,15 @@ void Player::limit(Words& words)
 
 void Player::flood(Words& words)
 {
-    const std::string label = words.next("a label");
+    const bool texts = words.take("sms");
+    const std::string label = words.next(texts ? "a number" : "a label");
     const long count = words.number("a count", 1, 10000000);
+    if (texts) {
+        const std::string text = words.rest("a text");
+        for (long i = 0; i < count; ++i)
+            m_card.modem().sms(label, text);
+        return;
+    }
     if (!m_card.server().input(label))
         throw Failure("no input is labelled " + label);
     for (long i = 0; i < count; ++i)
