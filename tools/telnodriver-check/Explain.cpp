@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t kMostInputs = 10; // of a truth table: 1024 lines
+constexpr unsigned kMostRows = 1024; // of a truth table
 
 const char* const kStatusWords[] = {"unknown", "set", "clear", "warn"};
 
@@ -61,6 +61,11 @@ public:
         port->setPortLabel(label.c_str());
         port->setPortStatus(status);
         mTriggerPorts->add(port);
+    }
+    void forgetInputs()
+    {
+        while (auto* port = static_cast<cObjectPort*>(mTriggerPorts->pull()))
+            delete port;
     }
     void addOutput(cObjectDOutput* port) { mOutputPorts->add(port); }
 
@@ -135,8 +140,31 @@ private:
         const char* name = node->getOperation() == tavTrigger::AND  ? "AND"
                            : node->getOperation() == tavTrigger::OR ? "OR"
                                                                     : "INVERSE, which never acts";
-        printf("%s%s: %s\n", indent.c_str(), name, state);
+        printf("%s%s: %s%s\n", indent.c_str(), name, state, reason(node).c_str());
         forEach<tavTrigger>(node->getTriggerLst(), [&](tavTrigger* child) { printNode(child, depth + 1); });
+    }
+
+    static std::string nameOf(tavTrigger* node)
+    {
+        if (node->getTriggerLst() == nullptr)
+            return node->getLabel();
+        return node->getOperation() == tavTrigger::AND ? "the AND below" : "the OR below";
+    }
+
+    // Which child gave a composite its state: the first one in the deciding state, else the last.
+    std::string reason(tavTrigger* node)
+    {
+        const bool isAnd = node->getOperation() == tavTrigger::AND;
+        if ((!isAnd && node->getOperation() != tavTrigger::OR) || node->getTriggerLst()->size() < 2)
+            return "";
+        tavTrigger* decider = nullptr;
+        tavTrigger* last = nullptr;
+        forEach<tavTrigger>(node->getTriggerLst(), [&](tavTrigger* child) {
+            if (decider == nullptr && getTriggerState(child) == (isAnd ? RESET : SET))
+                decider = child;
+            last = child;
+        });
+        return decider != nullptr ? ", decided by " + nameOf(decider) : ", decided by its last child, " + nameOf(last);
     }
 
     void printAction(tavTrigger* action, eTrigState state)
@@ -229,7 +257,7 @@ int explainLive(const std::string& pairs, const std::string& host)
     return 0;
 }
 
-int explainTable(const std::string& pairs, const std::string& output)
+int explainTable(const std::string& pairs, const std::string& output, bool withOffline)
 {
     Card& card = cardOf(pairs);
     if (!read(card, pairs))
@@ -242,18 +270,26 @@ int explainTable(const std::string& pairs, const std::string& output)
     for (tavConnection* connection : connections) {
         std::vector<std::string> inputs;
         Card::inputsOf(connection->getTrigger(), inputs);
-        if (inputs.size() > kMostInputs) {
+        const unsigned values = withOffline ? 3 : 2;
+        unsigned rows = 1;
+        for (size_t i = 0; i < inputs.size() && rows <= kMostRows; ++i)
+            rows *= values;
+        if (rows > kMostRows) {
             fprintf(stderr, "telnodriver-check: %zu inputs make too long a table\n", inputs.size());
             return 2;
         }
         for (const std::string& input : inputs)
             printf("%-12s ", input.c_str());
         printf("%s\n", output.c_str());
-        for (unsigned row = 0; row < 1U << inputs.size(); ++row) {
-            for (size_t i = 0; i < inputs.size(); ++i) {
-                const bool set = (row >> i & 1) != 0;
-                card.setInput(inputs[i], set ? cObject::OBJ_STATUS_ALARM_SET : cObject::OBJ_STATUS_ALARM_CLEAR);
-                printf("%-12s ", set ? "set" : "clear");
+        for (unsigned row = 0; row < rows; ++row) {
+            card.forgetInputs();
+            unsigned left = row;
+            for (const std::string& input : inputs) {
+                const unsigned value = left % values;
+                left /= values;
+                if (value < 2)
+                    card.setInput(input, value == 1 ? cObject::OBJ_STATUS_ALARM_SET : cObject::OBJ_STATUS_ALARM_CLEAR);
+                printf("%-12s ", value == 0 ? "clear" : value == 1 ? "set" : "offline");
             }
             printf("%s\n", Card::effect(connection->getAction(), card.getTriggerState(connection->getTrigger())));
         }

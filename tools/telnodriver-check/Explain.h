@@ -14,7 +14,8 @@ int explain(const std::string& pairs, const std::map<std::string, std::string>& 
 /// The same with the values that the object server at @p host has now.
 int explainLive(const std::string& pairs, const std::string& host);
 
-/// The truth table of the connections that drive @p output; an error for more than ten inputs.
-int explainTable(const std::string& pairs, const std::string& output);
+/// The truth table of the connections that drive @p output, clear and set for each input and, if wished, offline; an
+/// error for more than 1024 rows.
+int explainTable(const std::string& pairs, const std::string& output, bool withOffline);
 
 #endif

@@ -14,12 +14,30 @@ void Report::warning(const std::string& file, long line, const std::string& text
     m_findings.push_back({file, line, Severity::Warning, text});
 }
 
+namespace {
+
+// What stands in a file goes to a terminal: no control character does, and a NUL does not end the line.
+std::string printable(const std::string& text)
+{
+    std::string shown;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        char escaped[5] = {c, '\0'};
+        if (byte < 0x20 || byte == 0x7f)
+            snprintf(escaped, sizeof escaped, "\\x%02x", byte);
+        shown += escaped;
+    }
+    return shown;
+}
+
+} // namespace
+
 void Report::print() const
 {
     for (const Finding& finding : m_findings) {
         const std::string place = finding.line > 0 ? ':' + std::to_string(finding.line) : "";
-        printf("%s%s: %s: %s\n", finding.file.c_str(), place.c_str(),
-               finding.severity == Severity::Error ? "error" : "warning", finding.text.c_str());
+        printf("%s%s: %s: %s\n", printable(finding.file).c_str(), place.c_str(),
+               finding.severity == Severity::Error ? "error" : "warning", printable(finding.text).c_str());
     }
 }
 

@@ -22,6 +22,7 @@ struct Record {
 /// What one check has read and another needs.
 struct Site {
     std::string properties, pairs, messages, host; ///< paths; the object server's host
+    bool namesMessages = false;                    ///< the properties file names the message file
     std::vector<Place> inputs;                     ///< labels of all triggers' details
     std::vector<Place> last;                       ///< inputs that are the last child of an AND or OR of several
     std::vector<Place> commanded;                  ///< labels of the outermost triggers' own details
@@ -35,6 +36,8 @@ void checkPairs(Site& site, Report& report);
 void checkMessages(Site& site, Report& report);
 /// What only two files together show.
 void checkTogether(const Site& site, Report& report);
+/// What this card would send that another one, with the message file @p peer, takes for a command, and the reverse.
+void checkPeer(const Site& site, const std::string& peer, Report& report);
 /// Which labels the object server at @p host ("HOST" or "HOST:PORT") does not know.
 void checkServer(const Site& site, const std::string& host, Report& report);
 

@@ -26,14 +26,17 @@ int main(int argc, char* argv[])
 {
     CLI::App app("Finds the mistakes in the files of telnodriver, and explains what the daemon makes of them.\n"
                  "Exit status: 0 nothing found, 1 warnings, 2 errors");
-    std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, table;
+    std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, table, peer;
     std::vector<std::string> values;
-    bool strict = false, live = false;
+    bool strict = false, live = false, withOffline = false;
     app.add_option("PROPERTIES-FILE", properties, "the properties file, which names the other two")
         ->capture_default_str();
     app.add_flag("--strict", strict, "take warnings for errors");
     app.add_option("--format", format, "text or json")->check(CLI::IsMember({"text", "json"}))->capture_default_str();
     app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows");
+    app.add_option("--peer", peer,
+                   "the GSM message file of another card that this one texts with: finds what one sends and the other "
+                   "takes for a command");
     CLI::App* explaining =
         app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
     explaining->fallthrough(); // --server may stand behind "explain" too
@@ -41,6 +44,7 @@ int main(int argc, char* argv[])
                            "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
     explaining->add_flag("--live", live, "take the values from the object server");
     explaining->add_option("--table", table, "print the truth table of this output");
+    explaining->add_flag("--offline", withOffline, "with --table: offline inputs, too");
     CLI11_PARSE(app, argc, argv);
     cWlog::init(cWlog::ERROR); // what the readers say beside the report; no word of outputs being set
 
@@ -57,12 +61,14 @@ int main(int argc, char* argv[])
             states[value.substr(0, equals)] = value.substr(equals + 1);
         }
         if (!table.empty())
-            return explainTable(site.pairs, table);
+            return explainTable(site.pairs, table, withOffline);
         return live ? explainLive(site.pairs, server.empty() ? site.host : server) : explain(site.pairs, states);
     }
     checkPairs(site, report);
     checkMessages(site, report);
     checkTogether(site, report);
+    if (!peer.empty())
+        checkPeer(site, peer, report);
     if (!server.empty())
         checkServer(site, server, report);
     format == "json" ? report.printJson() : report.print();

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
@@ -98,7 +100,12 @@ void checkMessages(Site& site, Report& report)
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlFile::open(site.messages.c_str(), trouble),
                                                               xmlFreeDoc);
     if (!document) {
-        reportUnusable(site.messages, trouble, "no SMS is obeyed", report);
+        struct stat file {};
+        if (!site.namesMessages && site.alarms.empty() && stat(site.messages.c_str(), &file) != 0 && errno == ENOENT)
+            report.warning(site.messages, 0,
+                           "there is no such file: on a TAVLite card no SMS is obeyed, a TAV card needs none");
+        else
+            reportUnusable(site.messages, trouble, "no SMS is obeyed", report);
         return;
     }
     xmlNode* root = xmlDocGetRootElement(document.get());

@@ -125,7 +125,7 @@ private:
             if (xmlFile::isElement(child, "trigger")) {
                 if (checkTrigger(child, false)) {
                     ++children;
-                    last.label.clear();
+                    last = m_last;
                 }
                 return;
             }
@@ -141,8 +141,9 @@ private:
             if (outermost)
                 m_site.commanded.push_back({text, xmlGetLineNo(child)});
         });
-        if (children > 1 && !last.label.empty())
+        if (children > 1)
             m_site.last.push_back(last);
+        m_last = last;
         for (const auto& sense : senses) {
             if (sense.second.size() == 2 && word == "AND")
                 warning(trigger, "an AND over " + sense.first + " and its inverse never acts: take one of them away");
@@ -179,6 +180,7 @@ private:
 
     Site& m_site;
     Report& m_report;
+    Place m_last{"", 0}; // the input at the end of the trigger that was checked last
 };
 
 } // namespace

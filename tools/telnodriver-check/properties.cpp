@@ -82,6 +82,22 @@ void checkKey(const std::string& key, const std::string& value, const Site& site
                    "nobody reads the key \"" + key + '"' + (meant.empty() ? "" : ": " + meant + " may be meant"));
 }
 
+bool holds(const std::vector<std::string>& keys, const std::string& key)
+{
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+void checkPriority(const std::string& key, const std::string& value, const Site& site, long line, Report& report)
+{
+    const std::string priority = trimmed(value.substr(0, value.find(',')));
+    if ((key == "log4cpp.rootCategory" || key.rfind("log4cpp.category.", 0) == 0) &&
+        (priority == "DEBUG" || priority == "NOTSET"))
+        report.warning(site.properties, line,
+                       "at " + priority +
+                           " every step and every AT command is logged, the PIN included, and the card "
+                           "is slowed down: write INFO once the card works");
+}
+
 // A log file that others can read shows every AT command at debug, the PIN included.
 void checkLogFile(const std::string& key, const std::string& value, const Site& site, long line, Report& report)
 {
@@ -140,16 +156,21 @@ void checkProperties(Site& site, Report& report)
                 continue;
             }
             const std::string key = content.substr(0, equals), value = content.substr(equals + 1);
-            if (std::find(seen.begin(), seen.end(), key) != seen.end())
+            if (holds(seen, key))
                 report.warning(site.properties, number,
                                "the key " + key + " stands above already; the first one counts");
             seen.push_back(key);
             checkKey(key, value, site, number, report);
+            checkPriority(key, value, site, number, report);
             checkLogFile(key, value, site, number, report);
         }
+        site.namesMessages = holds(seen, "gsmconfigFile");
+        if (!holds(seen, "simPin"))
+            report.warning(site.properties, 0,
+                           "no simPin: a TAVLite card sends 1357 to a SIM that asks for its PIN, and a wrong PIN costs "
+                           "a try; write the SIM's PIN");
         struct stat mode {};
-        if (stat(site.properties.c_str(), &mode) == 0 && (mode.st_mode & S_IROTH) != 0 &&
-            std::find(seen.begin(), seen.end(), "simPin") != seen.end())
+        if (stat(site.properties.c_str(), &mode) == 0 && (mode.st_mode & S_IROTH) != 0 && holds(seen, "simPin"))
             report.warning(site.properties, 0, "others can read the file, and it holds the PIN: chmod o-r");
     }
 

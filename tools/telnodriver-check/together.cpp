@@ -105,7 +105,59 @@ void checkRecords(const Site& site, Report& report)
     }
 }
 
+// A text that one card sends and the other obeys: a reply is an answer to QUERY, an alarm is sent unasked.
+struct Obeyed {
+    long sender, receiver; // lines
+    std::string text;
+    bool alarm;
+};
+
+// Both end in neither OFF nor QUERY, so they are obeyed as ON by a record whose message they begin with.
+std::vector<Obeyed> obeyed(const Site& from, const Site& at)
+{
+    std::vector<Obeyed> found;
+    for (const Record& sender : from.records) {
+        const bool alarms = from.pairs.empty() || holds(from.alarms, sender.label); // its pair file may not be known
+        for (const Record& receiver : at.records) {
+            for (const bool alarm : {false, true}) {
+                if (alarm && !alarms)
+                    continue;
+                const std::string text = sender.message + (alarm ? " LOW" : " STATE:HIGH");
+                if (begins(text, receiver.message))
+                    found.push_back({sender.line, receiver.line, text, alarm});
+            }
+        }
+    }
+    return found;
+}
+
 } // namespace
+
+void checkPeer(const Site& site, const std::string& peer, Report& report)
+{
+    Site other;
+    other.messages = peer;
+    other.namesMessages = true;
+    checkMessages(other, report);
+    const std::vector<Obeyed> here = obeyed(other, site), there = obeyed(site, other);
+    const auto alarms = [](const std::vector<Obeyed>& all) {
+        return std::any_of(all.begin(), all.end(), [](const Obeyed& one) { return one.alarm; });
+    };
+    const std::string loop = alarms(here) && alarms(there)
+                                 ? ", and both cards may so answer each other's alarms for ever: begin the messages of "
+                                   "each card differently"
+                                 : ": begin the messages of each card differently";
+    const auto tell = [&](const std::vector<Obeyed>& all, const std::string& from, const std::string& at) {
+        for (const Obeyed& one : all) {
+            const std::string text = "\"" + one.text + "\" of " + from + ':' + std::to_string(one.sender) +
+                                     " is obeyed as ON here, where its sender's number is listed" + loop;
+            one.alarm ? report.error(at, one.receiver, text) : report.warning(at, one.receiver, text);
+        }
+    };
+    tell(here, peer, site.messages);
+    if (peer != site.messages)
+        tell(there, site.messages, peer);
+}
 
 void checkTogether(const Site& site, Report& report)
 {
