@@ -5,7 +5,7 @@ add_compile_options(-Wall -Wextra -Wshadow -Wformat=2 -Werror $<$<COMPILE_LANGUA
 # the same commit gives the same bytes, the build id included.
 file(RELATIVE_PATH source_from_build ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${CMAKE_BINARY_DIR}/=
-                    -ffile-prefix-map=${source_from_build}/=)
+                    -ffile-prefix-map=${source_from_build}=)
 
 if(TELNO_SANITIZE)
   add_compile_options(-fsanitize=${TELNO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
