@@ -71,8 +71,11 @@ int play(const std::string& file, const Wishes& wishes)
         player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
         if (wishes.narrate)
             player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
-        for (number = 1; number <= lines.size(); ++number)
+        for (number = 1; number <= lines.size(); ++number) {
             bench::Player::checkVerb(lines[number - 1]);
+            if (bench::Player::makesFaults(lines[number - 1]))
+                card.useFaults();
+        }
         for (number = 1; number <= lines.size(); ++number) {
             const std::string& line = lines[number - 1];
             if (wishes.narrate && !line.empty() && line[0] != '#' && line.rfind("expect", 0) != 0 &&
@@ -84,6 +87,7 @@ int play(const std::string& file, const Wishes& wishes)
             traceTo(card, wishes);
             bench::prompt(player);
         }
+        card.checkSanitizers();
     } catch (const bench::Failure& failure) {
         fprintf(stderr, "%s:%zu: %s\n", file.c_str(), number, failure.what());
         if (number > 0 && number <= lines.size())
@@ -92,6 +96,7 @@ int play(const std::string& file, const Wishes& wishes)
         const std::vector<std::string> errors = card.daemon().lines(false, 0);
         log.insert(log.end(), errors.begin(), errors.end());
         const size_t shown = std::min<size_t>(log.size(), 40);
+        fprintf(stderr, "%s", card.daemon().sanitizerReport().c_str());
         fprintf(stderr, "The last %zu lines that the daemon printed:\n", shown);
         for (size_t i = log.size() - shown; i < log.size(); ++i)
             fprintf(stderr, "    %s\n", log[i].c_str());
@@ -111,6 +116,7 @@ int converse(const Wishes& wishes)
     }
     bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
     traceTo(card, wishes);
+    card.useFaults();
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);

@@ -3,24 +3,47 @@
 
 #include "eventDispatch.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <iostream>
+#include <istream>
 #include <limits>
 #include <pthread.h>
+#include <streambuf>
 
 namespace {
+
+// Standard input, for which a signal is no end: std::cin would give half a number for a whole one.
+class Console : public std::streambuf {
+protected:
+    int_type underflow() override
+    {
+        int character;
+        while ((character = getc(stdin)) == EOF && ferror(stdin) != 0 && errno == EINTR)
+            clearerr(stdin);
+        if (character == EOF)
+            return traits_type::eof();
+        mCharacter = static_cast<char>(character);
+        setg(&mCharacter, &mCharacter, &mCharacter + 1);
+        return traits_type::to_int_type(mCharacter);
+    }
+
+private:
+    char mCharacter = '\0';
+};
 
 // One decimal integer from the console. A wrong answer is dropped to the end of its line.
 bool readNumber(const char* prompt, int& number)
 {
+    static Console buffer; // keeps what stands behind a number on its line
+    std::istream console(&buffer);
     printf("%s", prompt);
     (void)fflush(stdout);
-    if (std::cin >> number)
+    clearerr(stdin); // the end that was seen may have been one writer's
+    if (console >> number)
         return true;
-    std::cin.clear();
-    std::cin.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    std::cin.clear();
+    console.clear();
+    console.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
     return false;
 }
 

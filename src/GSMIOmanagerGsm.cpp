@@ -85,15 +85,14 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
     logger->debug("GSM HANDLER CREATED\n");
 
     // These live as long as the process, like the thread.
-    auto* config_struct = new property_values(manager->mConfig_struct);
-    auto* gsm_connection = new cIOpairs(config_struct->ioPairFile);
-    auto* reader = new cgsmIOpairs();
-    cEnumeratedList<cgsmMessageInfo>* gsmInfoList = reader->getGsmInfoList(config_struct->gsmconfigFile);
+    property_values config_struct(manager->mConfig_struct);
+    auto* gsm_connection = new cIOpairs(config_struct.ioPairFile);
+    cEnumeratedList<cgsmMessageInfo>* gsmInfoList = cgsmIOpairs().getGsmInfoList(config_struct.gsmconfigFile);
     if (gsmInfoList == nullptr)
         gsmInfoList = new cEnumeratedList<cgsmMessageInfo>();
 
     auto* gsmObj = new Gsm();
-    const bool setupCorr = gsmObj->initialiseGsm(config_struct->serialPortName, config_struct->simPin) &&
+    const bool setupCorr = gsmObj->initialiseGsm(config_struct.serialPortName, config_struct.simPin) &&
                            manager->setupWithPulses(gsmObj, logger);
     for (;;) {
         if (setupCorr) {

@@ -89,8 +89,9 @@ bool readWhole(const char* path, std::string& content, std::string& trouble)
     } else {
         char buffer[16384];
         ssize_t length = 0;
-        while (content.size() <= xmlFile::kMaxBytes && (length = read(fd, buffer, sizeof buffer)) > 0) {
-            content.append(buffer, static_cast<size_t>(length));
+        while (content.size() <= xmlFile::kMaxBytes &&
+               ((length = read(fd, buffer, sizeof buffer)) > 0 || (length < 0 && errno == EINTR))) {
+            content.append(buffer, length > 0 ? static_cast<size_t>(length) : 0);
         }
         if (length < 0) {
             trouble = std::strerror(errno);

@@ -24,7 +24,10 @@ bool readStart(const std::string& path, std::string& content)
         return false;
     }
     char buffer[256];
-    const ssize_t length = read(fd, buffer, sizeof buffer);
+    ssize_t length;
+    do
+        length = read(fd, buffer, sizeof buffer);
+    while (length < 0 && errno == EINTR);
     const int why = errno;
     close(fd);
     errno = why;

@@ -26,8 +26,9 @@ bool readStart(const std::string& file, std::string& content)
     }
     ssize_t length = 0;
     char buffer[4096];
-    while (content.size() < kMaxFileBytes && (length = ::read(fd, buffer, sizeof buffer)) > 0) {
-        content.append(buffer, static_cast<size_t>(length));
+    while (content.size() < kMaxFileBytes &&
+           ((length = ::read(fd, buffer, sizeof buffer)) > 0 || (length < 0 && errno == EINTR))) {
+        content.append(buffer, length > 0 ? static_cast<size_t>(length) : 0);
     }
     const int why = errno;
     ::close(fd);

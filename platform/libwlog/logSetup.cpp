@@ -23,8 +23,21 @@ namespace {
 
 constexpr int kDefaultPriority = log4cpp::Priority::INFO;
 
-/// Writes each line to descriptor 2 with one write(): whatever standard error is at that moment, and whatever befell
-/// the line before (a stream would stay broken after a full disk).
+/// Writes on where a call took a part only or was interrupted. @return false with errno set when it did not take all
+bool writeWhole(int fd, const std::string& text)
+{
+    for (size_t done = 0; done < text.size();) {
+        const ssize_t written = ::write(fd, text.data() + done, text.size() - done);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    return true;
+}
+
+/// Writes each line to descriptor 2: whatever standard error is at that moment, and whatever befell the line before (a
+/// stream would stay broken after a full disk).
 class StandardError : public log4cpp::LayoutAppender {
 public:
     StandardError() : LayoutAppender("telnodriver standard error")
@@ -38,9 +51,7 @@ public:
 protected:
     void _append(const log4cpp::LoggingEvent& event) override
     {
-        const std::string line = _getLayout().format(event);
-        const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
-        (void)written;
+        (void)writeWhole(STDERR_FILENO, _getLayout().format(event));
     }
 };
 
@@ -80,7 +91,7 @@ void takeBack()
 void configure(const std::string& settings)
 {
     const int fd = memfd_create("log4cpp", MFD_CLOEXEC);
-    if (fd < 0 || ::write(fd, settings.data(), settings.size()) != static_cast<ssize_t>(settings.size())) {
+    if (fd < 0 || !writeWhole(fd, settings)) {
         const std::string why = std::strerror(errno);
         ::close(fd);
         throw std::runtime_error(why);

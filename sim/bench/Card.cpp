@@ -19,12 +19,21 @@ namespace {
 
 constexpr char kModemLink[] = "/etc/tav/modem";
 constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
+constexpr char kFaultPage[] = "/etc/tav/.fault-page";
 constexpr char kGpioReport[] = "/etc/tav/.gpio-report";
 constexpr uint16_t kServerPort = 60000;
 
 std::string configPath(const std::string& name)
 {
     return std::string(kConfigFolder) + '/' + name;
+}
+
+// The shared runtime of the sanitizer that a program was built with: its name as the loader knows it, or nothing.
+std::string sanitizerOf(const std::string& program, const char* library)
+{
+    const std::string content = readFile(program);
+    const size_t at = content.find(std::string("\0", 1) + library + ".so.");
+    return at == std::string::npos ? "" : content.c_str() + at + 1;
 }
 
 std::string attribute(xmlNode* node, const char* name)
@@ -83,7 +92,7 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
 
 Card::~Card()
 {
-    m_daemon.kill();
+    killDaemon();
     if (m_gpioHold >= 0)
         close(m_gpioHold); // the last writer: the reader sees the end
     if (m_gpioReader.joinable())
@@ -260,11 +269,22 @@ void Card::start()
     }
     std::string preload = m_tools.libraries + "/libveliosim.so";
     if (m_tools.speed != 1) {
-        preload = "/usr/$LIB/faketime/libfaketimeMT.so.1:" + m_tools.libraries + "/libwaitshim.so:" + preload;
+        preload = m_tools.libraries + "/libwaitshim.so:/usr/$LIB/faketime/libfaketimeMT.so.1:" + preload;
         std::ostringstream rate;
         rate << "FAKETIME=+0 x" << m_tools.speed;
         m_settings.environment.push_back(rate.str());
     }
+    // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
+    const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
+    m_findsLeaks = !addressSanitizer.empty();
+    if (m_findsLeaks)
+        useFaults();
+    if (m_faults.prepared()) {
+        m_settings.environment.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
+        preload = m_tools.libraries + "/libfaultshim.so:" + preload;
+    }
+    if (m_findsLeaks)
+        preload = addressSanitizer + ':' + preload;
     m_settings.environment.push_back("LD_PRELOAD=" + preload);
     const std::string wrong = m_daemon.start(m_settings);
     if (!wrong.empty())
@@ -274,7 +294,26 @@ void Card::start()
 
 void Card::killDaemon()
 {
+    m_faults.daemonEnds();
     m_daemon.kill();
+}
+
+void Card::useFaults()
+{
+    m_faults.prepare(kFaultPage);
+}
+
+void Card::setDescriptors(long most)
+{
+    m_settings.descriptors = most;
+    m_daemon.limitDescriptors(most);
+}
+
+void Card::checkSanitizers()
+{
+    const bool leaks = m_findsLeaks && m_daemon.running() && !m_faults.withoutLeaks(std::chrono::seconds(60));
+    if (leaks || !m_daemon.sanitizerReport().empty())
+        throw Failure(leaks ? "the daemon has lost memory" : "a sanitizer found a fault in the daemon");
 }
 
 // Lines of the GPIO stand-in, on a thread of their own: "write PIN LEVEL REAL SEEN" is a level that was set.

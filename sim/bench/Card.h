@@ -3,6 +3,7 @@
 #define SIM_BENCH_CARD_H
 
 #include "bench/Daemon.h"
+#include "bench/Faults.h"
 #include "bench/Scenario.h"
 #include "bench/Tools.h"
 #include "modem/ModemSim.h"
@@ -57,7 +58,10 @@ public:
     void setModemPresent(bool present) { m_modemPresent = present; }
     void setGpio(const std::string& table) { m_gpioTable = table; }
     void setServerAtStart(bool on) { m_serverAtStart = on; }
-    void setDescriptors(long most) { m_settings.descriptors = most; }
+    /// Before the start or while it runs.
+    void setDescriptors(long most);
+    /// The daemon is to be started with the library that makes faults. @throws Failure
+    void useFaults();
     void setArgument(const std::string& argument) { m_settings.arguments = {argument}; }
 
     /// Starts the server and the modem where they do not run yet, and the daemon. @throws Failure
@@ -76,6 +80,11 @@ public:
     size_t commandCount() const { return m_modem ? m_modem->commands().size() : 0; }
     size_t sentCount() const { return m_modem ? m_modem->sent().size() : 0; }
     Daemon& daemon() { return m_daemon; }
+    /// Works after useFaults().
+    Faults& faults() { return m_faults; }
+    /// Looks for leaks in a daemon that was built with the address sanitizer. @throws Failure if that or any sanitizer
+    /// found something
+    void checkSanitizers();
     bool started() const { return m_started; }
     std::vector<Pulse> pulses() const;
     size_t levelWrites() const;
@@ -91,7 +100,7 @@ private:
     Tools m_tools;
     std::function<void(Trace, const std::string&)> m_trace;
     bool m_configured = false, m_serverAtStart = true, m_serverRuns = false, m_modemPresent = true, m_started = false;
-    bool m_portsGiven = false;
+    bool m_portsGiven = false, m_findsLeaks = false;
     std::map<std::string, std::string> m_properties;
     std::string m_gpioTable;
     Daemon::Settings m_settings;
@@ -101,6 +110,7 @@ private:
     std::vector<modemsim::StoredSms> m_storedBefore;
     std::unique_ptr<ModemSim> m_modem;
     Daemon m_daemon;
+    Faults m_faults;
 
     mutable std::mutex m_gpioMutex; // guards what the GPIO reader gathers
     std::vector<Pulse> m_pulses;

@@ -102,10 +102,13 @@ void Daemon::kill()
         m_reader.join();
 }
 
-void Daemon::send(int signal) const
+void Daemon::limitDescriptors(long most) const
 {
-    if (m_pid > 0)
-        ::kill(m_pid, signal);
+    rlimit limit{};
+    if (m_pid > 0 && prlimit(m_pid, RLIMIT_NOFILE, nullptr, &limit) == 0) {
+        limit.rlim_cur = std::min(static_cast<rlim_t>(most), limit.rlim_max);
+        prlimit(m_pid, RLIMIT_NOFILE, &limit, nullptr);
+    }
 }
 
 bool Daemon::running()
@@ -184,6 +187,21 @@ size_t Daemon::count(bool standardOutput) const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return (standardOutput ? m_out : m_log).size();
+}
+
+std::string Daemon::sanitizerReport() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    std::string report;
+    for (const std::string& line : m_log) {
+        const bool begins = line.find(": ThreadSanitizer:") != std::string::npos ||
+                            line.find("ERROR: AddressSanitizer") != std::string::npos ||
+                            line.find("ERROR: LeakSanitizer") != std::string::npos ||
+                            line.find(": runtime error: ") != std::string::npos;
+        if (begins || !report.empty())
+            report += line + '\n';
+    }
+    return report;
 }
 
 double Daemon::cpuSeconds() const

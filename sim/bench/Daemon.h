@@ -31,7 +31,8 @@ public:
     std::string start(const Settings& settings);
     /// SIGKILL, and waits for the end. Lines stay.
     void kill();
-    void send(int signal) const;
+    /// The descriptors that it may have from now on; those it has it keeps.
+    void limitDescriptors(long most) const;
     bool running();
     /// How it ended by itself, for people.
     std::string ending() const { return m_ending; }
@@ -41,6 +42,8 @@ public:
     /// Lines since the bench began, of standard output or of the log (standard error).
     std::vector<std::string> lines(bool standardOutput, size_t from) const;
     size_t count(bool standardOutput) const;
+    /// What a sanitizer has reported so far, on standard error: from its first line on. Empty: nothing.
+    std::string sanitizerReport() const;
 
     double cpuSeconds() const; ///< used so far; real
     long residentKiB() const;

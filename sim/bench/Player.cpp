@@ -2,7 +2,6 @@
 #include "bench/Player.h"
 
 #include <algorithm>
-#include <csignal>
 
 namespace bench {
 
@@ -26,7 +25,9 @@ const std::vector<Verb>& Player::verbs()
         {"ussd", &Player::ussd, true, "ussd TEXT"},
         {"console", &Player::console, true, "console TEXT | console close"},
         {"signals", &Player::signals, false, "signals on|off"},
-        {"limit", &Player::limit, false, "limit descriptors N"},
+        {"limit", &Player::limit, true, "limit descriptors N"},
+        {"clock", &Player::clock, true, "clock YEAR-MONTH-DAY"},
+        {"short-writes", &Player::shortWrites, true, "short-writes on|off | short-writes modem COUNT"},
         {"flood", &Player::flood, true, "flood LABEL COUNT | flood sms NUMBER COUNT TEXT"},
         {"note", &Player::note, false, "note TEXT"},
         {"wait", &Player::wait, false, "wait TIME"},
@@ -63,6 +64,12 @@ void Player::checkVerb(const std::string& line)
     Words words(line);
     if (!words.empty())
         findVerb(words.next("a command"));
+}
+
+bool Player::makesFaults(const std::string& line)
+{
+    Words words(line);
+    return words.take("signals") || words.take("clock") || words.take("short-writes");
 }
 
 void Player::obey(const std::string& line)
@@ -355,34 +362,28 @@ void Player::console(Words& words)
         m_card.daemon().type(words.rest("a text") + "\n");
 }
 
-// A stop and a continuation every few milliseconds: every system call of the daemon that a signal can interrupt is.
 void Player::signals(Words& words)
 {
-    const bool on = words.oneOf("signals", {"on", "off"}) == 0;
-    stopSignals();
-    if (!on)
-        return;
-    m_signalling = true;
-    m_signaller = std::thread([this] {
-        while (m_signalling) {
-            m_card.daemon().send(SIGSTOP);
-            m_card.daemon().send(SIGCONT);
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-    });
-}
-
-void Player::stopSignals()
-{
-    m_signalling = false;
-    if (m_signaller.joinable())
-        m_signaller.join();
+    m_card.faults().setSignals(words.oneOf("signals", {"on", "off"}) == 0);
 }
 
 void Player::limit(Words& words)
 {
     words.oneOf("a limit", {"descriptors"});
     m_card.setDescriptors(words.number("descriptors", 3, 100000));
+}
+
+void Player::clock(Words& words)
+{
+    m_card.faults().setClock(words.next("a date"));
+}
+
+void Player::shortWrites(Words& words)
+{
+    if (words.take("modem"))
+        m_card.faults().cutSerialWrites(words.number("writes", 0, 1000));
+    else
+        m_card.faults().setShortWrites(words.oneOf("short writes", {"on", "off"}) == 0);
 }
 
 void Player::flood(Words& words)

@@ -5,10 +5,8 @@
 #include "bench/Card.h"
 #include "bench/Scenario.h"
 
-#include <atomic>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace bench {
@@ -22,7 +20,6 @@ class Player {
 public:
     /// @param folder what the files named in a scenario are relative to
     Player(Card& card, std::string folder) : m_card(card), m_folder(std::move(folder)) {}
-    ~Player() { stopSignals(); }
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
@@ -32,6 +29,8 @@ public:
     static const std::vector<Verb>& verbs();
     /// Checks a line's form without obeying it, as far as that is possible: its first word. @throws Failure
     static void checkVerb(const std::string& line);
+    /// Whether a line's command needs a card that uses faults.
+    static bool makesFaults(const std::string& line);
     /// Called with each `note`.
     void onNote(std::function<void(const std::string&)> listener) { m_note = std::move(listener); }
     /// Called with each expectation about an output or an SMS that was met, and how long it took since the mark.
@@ -56,6 +55,8 @@ private:
     void console(Words& words);
     void signals(Words& words);
     void limit(Words& words);
+    void clock(Words& words);
+    void shortWrites(Words& words);
     void note(Words& words);
     void wait(Words& words);
     void flood(Words& words);
@@ -82,7 +83,6 @@ private:
 
     void mark();
     void met(const std::string& what, std::chrono::steady_clock::time_point when) const;
-    void stopSignals();
     std::string file(const std::string& name) const;
     /// Waits for @p holds; @throws Failure with @p otherwise when the deadline (of the daemon's time) passes.
     void until(Milliseconds limit, const std::function<bool()>& holds, const std::function<std::string()>& otherwise);
@@ -96,8 +96,6 @@ private:
     std::chrono::steady_clock::time_point m_markTime;
     bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
     size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
-    std::atomic<bool> m_signalling{false};
-    std::thread m_signaller;
 };
 
 struct Verb {

@@ -9,7 +9,7 @@ namespace bench {
 /// The daemon and the preloaded libraries, and how fast the daemon's waits run.
 struct Tools {
     std::string daemon;
-    std::string libraries; ///< folder of libveliosim.so and libwaitshim.so
+    std::string libraries; ///< folder of libveliosim.so, libwaitshim.so and libfaultshim.so
     double speed = 1;      ///< the daemon's seconds in a real one
 };
 

@@ -3,7 +3,7 @@
 // libfaketime runs a program's clocks at a rate (FAKETIME="+0 x20") and shortens sleeps and polls accordingly; a wait
 // for an absolute time on a given clock, as C++'s condition variables and timed mutexes ask for, goes past it with a
 // time that is decades away. Here such a time is turned back: what is left of it on the clock that the program sees,
-// divided by the rate, from now on the clock of the kernel.
+// divided by the rate, from now on the clock of the kernel. It must stand before libfaketime in LD_PRELOAD.
 #undef _TIME_BITS
 #undef _FILE_OFFSET_BITS
 #include <cerrno>
@@ -91,6 +91,26 @@ EXPORTED int sem_clockwait(sem_t* semaphore, clockid_t clock, const timespec* de
     static const auto real = libraryFunction(&sem_clockwait, "sem_clockwait");
     KERNEL_TIME(clock, deadline);
     return real(semaphore, clock, &end);
+}
+
+/// libfaketime tells what a signal has left of a sleep in the kernel's time; here it is told in the program's.
+EXPORTED int nanosleep(const timespec* time, timespec* left)
+{
+    static const auto real = libraryFunction(&nanosleep, "nanosleep");
+    const long long asked = static_cast<long long>(time->tv_sec) * kSecond + time->tv_nsec; // left may be the same
+    timespec begin{};
+    clock_gettime(CLOCK_MONOTONIC, &begin);
+    const int result = real(time, left);
+    if (result == 0 || errno != EINTR || left == nullptr)
+        return result;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const long long slept = static_cast<long long>(now.tv_sec - begin.tv_sec) * kSecond + now.tv_nsec - begin.tv_nsec;
+    const long long rest = slept < asked ? asked - slept : 0;
+    left->tv_sec = static_cast<time_t>(rest / kSecond);
+    left->tv_nsec = static_cast<long>(rest % kSecond);
+    errno = EINTR;
+    return result;
 }
 
 /// libfaketime has one of its own, which waits for too long by the rate; this stands before it.
