@@ -215,6 +215,10 @@ void cObjectClient::Connection::connect()
 
 void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& endpoints)
 {
+    asio::error_code unopened; // asio would tell of a socket that does not open as of one that was closed
+    m_ioSocket.open(endpoints.begin()->endpoint().protocol(), unopened);
+    if (unopened == asio::error::no_descriptors)
+        return retry("cannot be reached", unopened);
     m_ioConnecting = true;
     m_ioTimer.expires_after(kConnectLimit);
     m_ioTimer.async_wait([this](const asio::error_code& cancelled) {
@@ -226,7 +230,7 @@ void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& 
         m_ioConnecting = false;
         m_ioTimer.cancel();
         if (failure)
-            retry("cannot be reached", failure);
+            retry("cannot be reached", failure == asio::error::operation_aborted ? asio::error::timed_out : failure);
         else
             connected();
     });
