@@ -2,6 +2,8 @@
 #ifndef FAKEMODEM_H
 #define FAKEMODEM_H
 
+#include "engineOrder.h"
+
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -62,6 +64,7 @@ public:
     /// Says something unasked.
     void say(const std::string& bytes)
     {
+        const engineOrder::Talk talk(m_master);
         const std::size_t chunk = m_chunk == 0 ? 4096 : m_chunk;
         for (std::size_t at = 0; at < bytes.size(); at += chunk)
             put(bytes.substr(at, chunk));
@@ -113,6 +116,7 @@ private:
             pollfd ready = {m_master, POLLIN, 0};
             if (poll(&ready, 1, 20) != 1)
                 continue;
+            const engineOrder::Talk talk(m_master);
             char bytes[512];
             const ssize_t got = read(m_master, bytes, sizeof bytes);
             if (got <= 0)
@@ -165,20 +169,6 @@ inline bool eventually(const std::function<bool()>& condition)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
-}
-
-/// The engine gives a reply that began a second, at the least, to be complete. A machine that stalls longer is no fault
-/// of ours: three attempts, each on a modem of its own, of which one must pass. An attempt returns what went wrong.
-inline std::string oneOfThree(const std::function<std::string()>& attempt)
-{
-    std::string wrong;
-    for (int i = 0; i < 3; ++i) {
-        const std::string now = attempt();
-        if (now.empty())
-            return now;
-        wrong += now + "\n";
-    }
-    return wrong;
 }
 
 #endif

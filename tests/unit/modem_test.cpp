@@ -2,6 +2,7 @@
 #include "FakeModem.h"
 #include "GSM.h"
 #include "Modem.h"
+#include "engineCalls.h"
 
 #include <gmock/gmock.h>
 #include <memory>
@@ -115,7 +116,7 @@ TEST(Modem, UnderstandsItsModemInAnyPiecesAndManners)
             for (const std::string end : {"\r\n", "\r\r\n"}) {
                 const std::string prompt = echo ? "> " : ">";
                 talks.emplace_back([=] {
-                    EXPECT_EQ("", oneOfThree([=] { return talk(chunk, echo, end, prompt); }))
+                    EXPECT_EQ("", talk(chunk, echo, end, prompt))
                         << "pieces of " << chunk << (echo ? ", echo" : "") << ", line end of " << end.size();
                 });
             }
@@ -127,73 +128,62 @@ TEST(Modem, UnderstandsItsModemInAnyPiecesAndManners)
 
 TEST(Modem, CopiesValuesOutOfEachOperation)
 {
-    EXPECT_EQ("", oneOfThree([]() -> std::string {
-                  Rig& rig = Rig::make({{"ATI\r", "\r\nTAV-SIM\r\n\r\nOK\r\n"},
-                                        {"AT+CSMINS?\r", "\r\n+CSMINS: 0,1\r\n\r\nOK\r\n"},
-                                        {"AT+CSQ\r", "\r\n+CSQ: 0,3\r\n\r\nOK\r\n"},
-                                        {"AT+COPS?\r", "\r\n+COPS: 0,0,\"TAV NET\"\r\n\r\nOK\r\n"},
-                                        {"AT+CPIN=\"0042\"\r", "\r\nOK\r\n"},
-                                        {"AT+CPIN=\"12345678\",\"1357\"\r\n", "\r\nOK\r\n"},
-                                        {"AT+CMGD=3\r", "\r\nOK\r\n"},
-                                        {"AT+CUSD=1,\"*100#\"\r", "\r\nOK\r\n\r\n+CUSD: 0,\"3 EUR\",15\r\n"}});
-                  char id[16] = "";
-                  bool isIn = false;
-                  float rssi = 0;
-                  float ber = 0;
-                  char net[32] = "";
-                  rig.modem.setPin(text("0042"));
-                  const bool all = rig.modem.qMdmID(id) == ErrStat::OK && rig.modem.qSIMin(&isIn) == ErrStat::OK &&
-                                   rig.modem.qSignalStr(&rssi, &ber) == ErrStat::OK &&
-                                   rig.modem.qNetOperator(net) == ErrStat::OK && rig.modem.iEnterPin() == ErrStat::OK &&
-                                   rig.modem.iEnterPuk(12345678, 1357) == ErrStat::OK &&
-                                   rig.modem.iDeleteSms(3) == ErrStat::OK &&
-                                   rig.modem.iSendUsd(text("*100#"), nullptr) == ErrStat::OK;
-                  if (!all)
-                      return "an operation failed after " + rig.fake.received();
-                  EXPECT_STREQ("TAV-SIM", id);
-                  EXPECT_TRUE(isIn);
-                  EXPECT_EQ(-115.0f, rssi);
-                  EXPECT_EQ(3.0f, ber);
-                  EXPECT_STREQ("\"TAV NET\"", net);
-                  EXPECT_TRUE(eventually([&] { return rig.listener.last() == "\"3 EUR\""; }));
-                  return "";
-              }));
+    Rig& rig = Rig::make({{"ATI\r", "\r\nTAV-SIM\r\n\r\nOK\r\n"},
+                          {"AT+CSMINS?\r", "\r\n+CSMINS: 0,1\r\n\r\nOK\r\n"},
+                          {"AT+CSQ\r", "\r\n+CSQ: 0,3\r\n\r\nOK\r\n"},
+                          {"AT+COPS?\r", "\r\n+COPS: 0,0,\"TAV NET\"\r\n\r\nOK\r\n"},
+                          {"AT+CPIN=\"0042\"\r", "\r\nOK\r\n"},
+                          {"AT+CPIN=\"12345678\",\"1357\"\r\n", "\r\nOK\r\n"},
+                          {"AT+CMGD=3\r", "\r\nOK\r\n"},
+                          {"AT+CUSD=1,\"*100#\"\r", "\r\nOK\r\n\r\n+CUSD: 0,\"3 EUR\",15\r\n"}});
+    char id[16] = "";
+    bool isIn = false;
+    float rssi = 0;
+    float ber = 0;
+    char net[32] = "";
+    rig.modem.setPin(text("0042"));
+    EXPECT_EQ(ErrStat::OK, rig.modem.qMdmID(id));
+    EXPECT_EQ(ErrStat::OK, rig.modem.qSIMin(&isIn));
+    EXPECT_EQ(ErrStat::OK, rig.modem.qSignalStr(&rssi, &ber));
+    EXPECT_EQ(ErrStat::OK, rig.modem.qNetOperator(net));
+    EXPECT_EQ(ErrStat::OK, rig.modem.iEnterPin());
+    EXPECT_EQ(ErrStat::OK, rig.modem.iEnterPuk(12345678, 1357));
+    EXPECT_EQ(ErrStat::OK, rig.modem.iDeleteSms(3));
+    EXPECT_EQ(ErrStat::OK, rig.modem.iSendUsd(text("*100#"), nullptr));
+    EXPECT_STREQ("TAV-SIM", id);
+    EXPECT_TRUE(isIn);
+    EXPECT_EQ(-115.0f, rssi);
+    EXPECT_EQ(3.0f, ber);
+    EXPECT_STREQ("\"TAV NET\"", net);
+    EXPECT_TRUE(eventually([&] { return rig.listener.last() == "\"3 EUR\""; }));
 }
 
 TEST(Modem, LeavesOutParametersAloneUnlessOk)
 {
-    EXPECT_EQ("", oneOfThree([]() -> std::string {
-                  Rig& rig = Rig::make({{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
-                                        {"AT+COPS?\r", "ERROR\r\n"}});
-                  float rssi = 99;
-                  float ber = 99;
-                  char net[32] = "untouched";
-                  char id[16] = "untouched";
-                  const int first = rig.modem.qSignalStr(&rssi, &ber);
-                  const int second = rig.modem.qNetOperator(net);
-                  const int third = rig.modem.qMdmID(id);
-                  EXPECT_EQ(99.0f, rssi);
-                  EXPECT_EQ(99.0f, ber);
-                  EXPECT_STREQ("untouched", net);
-                  EXPECT_STREQ("untouched", id);
-                  return first == ErrStat::UNKNOWN && second == ErrStat::MDMERR && third == ErrStat::TIMEOUT
-                             ? ""
-                             : "not as said";
-              }));
+    Rig& rig = Rig::make({{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
+                          {"AT+COPS?\r", "ERROR\r\n"}});
+    float rssi = 99;
+    float ber = 99;
+    char net[32] = "untouched";
+    char id[16] = "untouched";
+    EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.qSignalStr(&rssi, &ber));
+    EXPECT_EQ(ErrStat::MDMERR, rig.modem.qNetOperator(net));
+    EXPECT_EQ(ErrStat::TIMEOUT, rig.modem.qMdmID(id));
+    EXPECT_EQ(99.0f, rssi);
+    EXPECT_EQ(99.0f, ber);
+    EXPECT_STREQ("untouched", net);
+    EXPECT_STREQ("untouched", id);
 }
 
 TEST(Modem, WritesTheTextWhateverBecameOfTheNumber)
 {
-    EXPECT_EQ("", oneOfThree([]() -> std::string {
-                  Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
-                                        {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
-                                        {"AT+CMGS=\"0152\"\r", "\r\n> "},
-                                        {"text\x1a", "\r\nERROR\r\n"}});
-                  const int first = rig.modem.iSendSMS(text("0151"), text("text"));
-                  const int second = rig.modem.iSendSMS(text("0152"), text("text"));
-                  EXPECT_TRUE(rig.fake.waitForSteps(4)) << rig.fake.received();
-                  return first == ErrStat::UNKNOWN && second == ErrStat::MDMERR ? "" : "not the results of the texts";
-              }));
+    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
+                          {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
+                          {"AT+CMGS=\"0152\"\r", "\r\n> "},
+                          {"text\x1a", "\r\nERROR\r\n"}});
+    EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.iSendSMS(text("0151"), text("text")));
+    EXPECT_EQ(ErrStat::MDMERR, rig.modem.iSendSMS(text("0152"), text("text")));
+    EXPECT_TRUE(rig.fake.waitForSteps(4)) << rig.fake.received();
 }
 
 TEST(Modem, WritesNothingThatWouldBreakOut)
@@ -221,18 +211,14 @@ TEST(Modem, WritesNothingThatWouldBreakOut)
 // The list is walked and destroyed while the modem goes on listing.
 TEST(Modem, DropsMessagesThatAreListedTooLate)
 {
-    EXPECT_EQ("", oneOfThree([]() -> std::string {
-                  Rig& rig = Rig::make({{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
-                  if (rig.modem.qReadSMS() != ErrStat::OK)
-                      return "the listing failed";
-                  std::thread late([&] {
-                      for (int i = 0; i < 200; ++i)
-                          rig.fake.say(kListing + "\r\nlate\r\n");
-                      rig.fake.say("+CMTI: \"SM\",77\r\n");
-                  });
-                  EXPECT_THAT(take(rig.modem.qGetList()), ElementsAre("1 \"+49151\" PUMP ON"));
-                  EXPECT_TRUE(eventually([&] { return rig.listener.last() == "77"; }));
-                  late.join();
-                  return "";
-              }));
+    Rig& rig = Rig::make({{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
+    ASSERT_EQ(ErrStat::OK, rig.modem.qReadSMS());
+    std::thread late([&] {
+        for (int i = 0; i < 200; ++i)
+            rig.fake.say(kListing + "\r\nlate\r\n");
+        rig.fake.say("+CMTI: \"SM\",77\r\n");
+    });
+    EXPECT_THAT(take(rig.modem.qGetList()), ElementsAre("1 \"+49151\" PUMP ON"));
+    EXPECT_TRUE(eventually([&] { return rig.listener.last() == "77"; }));
+    late.join();
 }
