@@ -162,9 +162,10 @@ void CmdHandler::receive()
         unsigned char byte = 0;
         Waited waited = port.awaitByte(silence.left(), byte);
         if (waited == Waited::Dead) {
+            const int reason = errno;
             if (alive) { // said once, not ten times a second
                 debug("Listen thread error\n");
-                error("The modem's port is dead: %s\n", errno == 0 ? "end of file" : strerror(errno));
+                error("The modem's port is dead: %s\n", reason == 0 ? "end of file" : strerror(reason));
             }
             alive = false;
             sleepWhole(std::min<microseconds>(kDeadPause, silence.left()));
