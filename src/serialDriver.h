@@ -16,7 +16,7 @@ public:
 
     /// Writes @p length bytes with a single write(); a short write is not retried.
     /// @param buffer  bytes to write; only read, never kept
-    /// @return bytes written, or -1 when the port is not open or write() failed
+    /// @return bytes written, or -1 when the port is not open, has taken no byte for a second, or write() failed
     int send(void* buffer, int length);
     bool getPortOpen();
     /// The descriptor, which stays the driver's; -1 when the port could not be opened.

@@ -142,6 +142,19 @@ TEST(SerialDriver, SaysWhenItsPortDidNotOpen)
     EXPECT_EQ(-1, port.send(text, 3));
 }
 
+// As the port of a modem that is stuck: the exchange must be able to end, and the next one to begin.
+TEST(SerialDriver, GivesUpOnAPortThatTakesNoBytes)
+{
+    FakeModem modem;
+    serialDriver port(modem.path());
+    ASSERT_EQ(0, tcflow(port.getFD(), TCOOFF));
+    char text[] = "AT\r";
+    EXPECT_EQ(-1, port.send(text, 3));
+    ASSERT_EQ(0, tcflow(port.getFD(), TCOON));
+    EXPECT_EQ(3, port.send(text, 3));
+    EXPECT_TRUE(modem.waitForReceived(text));
+}
+
 TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
 {
     for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
