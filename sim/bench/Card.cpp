@@ -227,6 +227,8 @@ void Card::startModem()
     m_modem->observe(
         [this](const modemsim::TrafficLine& line) {
             const bool to = line.direction == modemsim::TrafficLine::ToModem;
+            if (to)
+                killIfDue(line.text);
             trace(Trace::ModemTalk, (to ? "> " : "< ") + modemsim::visible(line.text));
         },
         [this](const modemsim::SentSms& sms) { trace(Trace::SmsOut, sms.number + " \"" + sms.text + '"'); });
@@ -290,6 +292,22 @@ void Card::start()
     if (!wrong.empty())
         throw Failure(m_tools.daemon + ": " + wrong);
     m_started = true;
+}
+
+void Card::killAt(const std::string& prefix)
+{
+    std::lock_guard<std::mutex> lock(m_killMutex);
+    m_killAt = prefix;
+}
+
+// On the modem's thread, before it answers.
+void Card::killIfDue(const std::string& command)
+{
+    std::lock_guard<std::mutex> lock(m_killMutex);
+    if (m_killAt.empty() || command.compare(0, m_killAt.size(), m_killAt) != 0)
+        return;
+    m_daemon.strike();
+    m_killAt.clear();
 }
 
 void Card::killDaemon()

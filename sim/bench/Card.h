@@ -68,6 +68,9 @@ public:
     void start();
     /// SIGKILL for the daemon; server and modem go on.
     void killDaemon();
+    /// SIGKILL for the daemon, once, when the modem has got a command or a text that begins so: it is carried out, and
+    /// its answer finds nobody.
+    void killAt(const std::string& prefix);
 
     // While it runs ----------------------------------------------------------------------------------------------
 
@@ -94,6 +97,7 @@ public:
 
 private:
     void startModem();
+    void killIfDue(const std::string& command);
     void readGpioReport();
     void trace(Trace kind, const std::string& text) const;
 
@@ -111,6 +115,9 @@ private:
     std::unique_ptr<ModemSim> m_modem;
     Daemon m_daemon;
     Faults m_faults;
+
+    std::mutex m_killMutex; // guards what the daemon is to be killed at; empty: nothing
+    std::string m_killAt;
 
     mutable std::mutex m_gpioMutex; // guards what the GPIO reader gathers
     std::vector<Pulse> m_pulses;

@@ -93,10 +93,13 @@ std::string Daemon::start(const Settings& settings)
 void Daemon::kill()
 {
     closeInput();
-    if (m_pid > 0) {
-        ::kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-        m_pid = -1;
+    {
+        std::lock_guard<std::mutex> lock(m_pidMutex);
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+            m_pid = -1;
+        }
     }
     if (m_reader.joinable())
         m_reader.join();
@@ -111,8 +114,16 @@ void Daemon::limitDescriptors(long most) const
     }
 }
 
+void Daemon::strike() const
+{
+    std::lock_guard<std::mutex> lock(m_pidMutex);
+    if (m_pid > 0)
+        ::kill(m_pid, SIGKILL);
+}
+
 bool Daemon::running()
 {
+    std::lock_guard<std::mutex> lock(m_pidMutex);
     int status = 0;
     if (m_pid > 0 && waitpid(m_pid, &status, WNOHANG) == m_pid) {
         m_pid = -1;

@@ -31,6 +31,8 @@ public:
     std::string start(const Settings& settings);
     /// SIGKILL, and waits for the end. Lines stay.
     void kill();
+    /// SIGKILL from any thread, without waiting for the end.
+    void strike() const;
     /// The descriptors that it may have from now on; those it has it keeps.
     void limitDescriptors(long most) const;
     bool running();
@@ -54,7 +56,8 @@ private:
     void read(int out, int log);
     void add(bool standardOutput, std::string& partial, const char* bytes, size_t length);
 
-    pid_t m_pid = -1;
+    mutable std::mutex m_pidMutex; // guards that a process which was waited for is never struck
+    std::atomic<pid_t> m_pid{-1};
     int m_input = -1;
     std::string m_ending;
     std::function<void(bool, const std::string&)> m_onLine;

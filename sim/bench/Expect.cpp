@@ -73,6 +73,8 @@ void Player::expect(Words& words)
     else if (what == "writes")
         expectCount(words, "writes of outputs",
                     [this] { return static_cast<long>(m_card.server().writes().size() - m_markWrites); });
+    else if (what == "written")
+        expectWritten(words);
     else if (what == "commands") {
         const std::string prefix = words.next("a command's beginning");
         expectCount(words, "such commands", [this, prefix] { return static_cast<long>(m_card.modem().count(prefix)); });
@@ -188,6 +190,36 @@ void Player::expectPlaces(Words& words)
     until(
         within.value_or(kUsualLimit), [&] { return held() == wanted; },
         [&] { return "messages are in places" + (held().empty() ? " none" : held()); });
+}
+
+// written LABEL STATE... | written LABEL nothing: all writes of an output since the mark, in order
+void Player::expectWritten(Words& words)
+{
+    const auto within = words.takeTime("within");
+    const std::string label = words.next("a label");
+    if (!m_card.server().output(label))
+        throw Failure("no output is labelled " + label);
+    std::string wanted;
+    if (!words.take("nothing")) {
+        do {
+            uint32_t state = 0;
+            if (!sim::parseState(words.next("a state"), state))
+                throw Failure("a state is set, clear or unknown");
+            wanted += std::string(" ") + sim::stateWord(state);
+        } while (!words.empty());
+    }
+    const auto written = [&] {
+        std::string states;
+        const std::vector<sim::Tavd::Write> writes = m_card.server().writes();
+        for (size_t i = m_markWrites; i < writes.size(); ++i) {
+            if (writes[i].label == label)
+                states += std::string(" ") + sim::stateWord(writes[i].state);
+        }
+        return states;
+    };
+    until(
+        within.value_or(kUsualLimit), [&] { return written() == wanted; },
+        [&] { return "written to " + label + " was" + (written().empty() ? " nothing" : written()); });
 }
 
 // pulses N [of TIME]: since the mark

@@ -17,7 +17,7 @@ const std::vector<Verb>& Player::verbs()
         {"server", &Player::server, true,
          "server absent | start | stop | restart [LABEL=STATUS...] | hang | resume | send \"BYTES\""},
         {"start", &Player::start, true, "start [ARGUMENT]"},
-        {"kill", &Player::kill, true, "kill"},
+        {"kill", &Player::kill, true, "kill [at PREFIX]"},
         {"alarm", &Player::alarm, true, "alarm LABEL set|clear|warn|unknown [LABEL STATUS...]"},
         {"drive", &Player::drive, true, "drive LABEL set|clear"},
         {"modem", &Player::modem, true, "modem ..."},
@@ -32,7 +32,8 @@ const std::vector<Verb>& Player::verbs()
         {"note", &Player::note, false, "note TEXT"},
         {"wait", &Player::wait, false, "wait TIME"},
         {"expect", &Player::expect, false,
-         "expect [no] output|log|stdout|reply|places|pulses|writes|pin|puk|commands|pass|cpu|nothing|daemon|server "
+         "expect [no] "
+         "output|log|stdout|reply|places|pulses|writes|written|pin|puk|commands|pass|cpu|nothing|daemon|server "
          "..."},
     };
     return table;
@@ -195,9 +196,13 @@ void Player::start(Words& words)
     m_card.start();
 }
 
-void Player::kill(Words& /*words*/)
+// kill; kill at PREFIX: when the modem gets the next command that begins so
+void Player::kill(Words& words)
 {
-    m_card.killDaemon();
+    if (words.take("at"))
+        m_card.killAt(words.next("a command's beginning"));
+    else
+        m_card.killDaemon();
 }
 
 void Player::alarm(Words& words)

@@ -72,6 +72,7 @@ private:
     void expectOutput(Words& words);
     void expectText(Words& words, bool standardOutput, bool wanted);
     void expectSent(Words& words, bool wanted);
+    void expectWritten(Words& words);
     void expectPlaces(Words& words);
     void expectPulses(Words& words);
     void expectCount(Words& words, const char* what, const std::function<long()>& count);
