@@ -83,6 +83,8 @@ int play(const std::string& file, const Wishes& wishes)
                 printf("  %s\n", line.c_str());
             player.obey(line);
         }
+        number = lines.size();
+        player.checkEnd();
         if (wishes.stay) {
             traceTo(card, wishes);
             bench::prompt(player);

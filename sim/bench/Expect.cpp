@@ -299,9 +299,16 @@ void Player::expectDaemon(Words& words)
     const bool running = words.oneOf("the daemon's state", {"running", "gone"}) == 0;
     if (running && !m_card.daemon().running())
         throw Failure("the daemon has " + m_card.daemon().ending());
+    m_mayBeGone = !running;
     if (!running)
         until(
             kUsualLimit, [&] { return !m_card.daemon().running(); }, [] { return std::string("the daemon runs"); });
+}
+
+void Player::checkEnd()
+{
+    if (!m_mayBeGone && !m_card.daemon().running() && !m_card.daemon().ending().empty())
+        throw Failure("the daemon has " + m_card.daemon().ending());
 }
 
 // server connected: the daemon is a client

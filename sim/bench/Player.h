@@ -25,6 +25,8 @@ public:
 
     /// Obeys one line. @throws Failure
     void obey(const std::string& line);
+    /// At a scenario's end: a daemon that has ended by itself, and was not expected to, fails it. @throws Failure
+    void checkEnd();
     /// The table of the language, for the prompt's completion and its help.
     static const std::vector<Verb>& verbs();
     /// Checks a line's form without obeying it, as far as that is possible: its first word. @throws Failure
@@ -97,6 +99,7 @@ private:
     std::chrono::steady_clock::time_point m_markTime;
     bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
     size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
+    bool m_mayBeGone = false; // the daemon was expected to end by itself
 };
 
 struct Verb {

@@ -281,6 +281,8 @@ void Tavd::Server::accept()
 
 // The new client is told that the server is new to it, and every input's status. The state stays locked until it is one
 // of the clients, so that no change falls between.
+// A client that is new, or that finds us new, asks for what it needs. The inputs' states are not told here: told before
+// the client asked and obeyed after the answer, an old one would undo a newer one for a moment.
 void Tavd::Server::greet(const std::shared_ptr<Session>& session)
 {
     tavobj::Message message;
@@ -290,10 +292,6 @@ void Tavd::Server::greet(const std::shared_ptr<Session>& session)
     site->mutable_event()->set_event_type(EVENT_SITE);
     {
         std::lock_guard<std::mutex> lock(mutex);
-        for (const Port& input : ports) {
-            if (!input.output)
-                addEvent(input, message);
-        }
         m_sessions.insert(session);
         ++connections;
         clients = m_sessions.size();

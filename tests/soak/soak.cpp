@@ -42,6 +42,7 @@ public:
     bool run();
 
 private:
+    bool play();
     struct Figures {
         long residentKiB, threads, descriptors;
     };
@@ -67,6 +68,7 @@ private:
     void pause(Milliseconds daemons) { std::this_thread::sleep_for(m_card.real(daemons)); }
     size_t pick(size_t count) { return std::uniform_int_distribution<size_t>(0, count - 1)(m_random); }
     Figures figures() const;
+    void printLog() const;
     double daysSince(Clock::time_point start) const;
     void print(const char* when, const Figures& figures) const;
 
@@ -76,6 +78,7 @@ private:
     std::array<bool, 8> m_in{}; // the alarms of IN0 ... IN7
     bool m_pump = false;        // as last commanded
     std::map<std::string, long> m_count;
+    Clock::time_point m_start = Clock::now();
 };
 
 // What each output must be: set is away from its default.
@@ -94,14 +97,14 @@ void Soak::setInput(size_t which, bool set)
     m_card.server().setInput("IN" + std::to_string(which), set ? kSet : kClear);
 }
 
-// Patient in real time, too: the machine may be busy.
+// Patient in real time, too, and in looks: the machine may be busy, or stand still.
 bool Soak::waitUntil(const std::function<bool()>& holds, Milliseconds daemons)
 {
     const Clock::time_point end = Clock::now() + m_card.real(daemons) + seconds(5);
-    while (!holds()) {
+    for (int looks = 0; !holds(); ++looks) {
         if (!m_card.daemon().running())
             throw Failure("the daemon " + m_card.daemon().ending());
-        if (Clock::now() > end)
+        if (Clock::now() > end && looks > 1000)
             return false;
         std::this_thread::sleep_for(milliseconds(1));
     }
@@ -272,7 +275,25 @@ void Soak::print(const char* when, const Figures& figures) const
            figures.descriptors);
 }
 
+void Soak::printLog() const
+{
+    const std::vector<std::string> lines = const_cast<bench::Card&>(m_card).daemon().lines(false, 0);
+    for (size_t i = lines.size() > 40 ? lines.size() - 40 : 0; i < lines.size(); ++i)
+        fprintf(stderr, "    %s\n", lines[i].c_str());
+}
+
 bool Soak::run()
+{
+    try {
+        return play();
+    } catch (const Failure&) {
+        printf("after %.2f days; the daemon's last lines:\n", daysSince(m_start));
+        printLog();
+        throw;
+    }
+}
+
+bool Soak::play()
 {
     m_card.useConfig(m_wishes.config);
     m_card.start();
@@ -302,12 +323,12 @@ bool Soak::run()
                                                           {"strangers", &Soak::stranger, 5},
                                                           {"modem failures", &Soak::hurtModem, 4},
                                                           {"unasked modem lines", &Soak::chatter, 3}}};
-    const Clock::time_point start = Clock::now();
+    m_start = Clock::now();
     Figures early = figures();
     bool warm = false;
     print("at start", early);
-    while (daysSince(start) < m_wishes.days) {
-        if (!warm && daysSince(start) >= m_wishes.days / 10) {
+    while (daysSince(m_start) < m_wishes.days) {
+        if (!warm && daysSince(m_start) >= m_wishes.days / 10) {
             warm = true;
             print("after a tenth", early = figures());
         }
@@ -328,7 +349,7 @@ bool Soak::run()
     print("at the end", late);
 
     printf("\nseed %u, speed %g: %.2f days of the daemon's time in %.0f s; the final states are right\n", m_wishes.seed,
-           m_wishes.speed, daysSince(start), std::chrono::duration<double>(Clock::now() - start).count());
+           m_wishes.speed, daysSince(m_start), std::chrono::duration<double>(Clock::now() - m_start).count());
     m_count["refreshes of the port lists"] = static_cast<long>(m_card.server().gets());
     m_count["writes of outputs"] = static_cast<long>(m_card.server().writes().size());
     m_count["AT command lines and texts"] = static_cast<long>(m_card.commandCount());

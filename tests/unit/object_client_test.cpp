@@ -125,10 +125,9 @@ TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
     for (uint32_t i = 0; i < 300; ++i)
         server.setInput("IN1", 1 + i % 3);
     ask(cObjectPort(), "IN1");
-    ASSERT_TRUE(listener.waitUntil([this] { return listener.statuses.size() == 302; }))
-        << "2 of them are the greeting's";
+    ASSERT_TRUE(listener.waitUntil([this] { return listener.statuses.size() == 300; }));
     for (uint32_t i = 0; i < 300; ++i)
-        ASSERT_EQ(listener.statuses[i + 2], 1 + i % 3);
+        ASSERT_EQ(listener.statuses[i], 1 + i % 3);
     for (uint8_t type : listener.types)
         EXPECT_EQ(type, 3);
 }
