@@ -33,6 +33,8 @@ struct Wishes {
     std::string config;
 };
 
+volatile sig_atomic_t g_enough = 0; // a person has seen enough: the summary of what was
+
 class Soak {
 public:
     explicit Soak(const Wishes& wishes)
@@ -327,7 +329,7 @@ bool Soak::play()
     Figures early = figures();
     bool warm = false;
     print("at start", early);
-    while (daysSince(m_start) < m_wishes.days) {
+    while (daysSince(m_start) < m_wishes.days && g_enough == 0) {
         if (!warm && daysSince(m_start) >= m_wishes.days / 10) {
             warm = true;
             print("after a tenth", early = figures());
@@ -368,7 +370,7 @@ bool Soak::play()
 
 int main(int argc, char* argv[])
 {
-    CLI::App app("Accelerated days of the daemon's life, in a reproducible random order");
+    CLI::App app("Accelerated days of the daemon's life, in a reproducible random order; an interrupt ends them early");
     Wishes wishes;
     wishes.seed = std::random_device()();
     app.add_option("--days", wishes.days, "of the daemon's time")->check(CLI::PositiveNumber)->capture_default_str();
@@ -380,6 +382,7 @@ int main(int argc, char* argv[])
     CLI11_PARSE(app, argc, argv);
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGINT, [](int) { g_enough = 1; });
     printf("seed %u\n", wishes.seed);
     const std::string wrong = bench::enterSandbox();
     if (!wrong.empty()) {
