@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <memory>
+#include <stdio_ext.h>
 
 namespace {
 
@@ -80,6 +81,7 @@ void typeOnConsole(const std::string& input)
     close(ends[1]);
     dup2(ends[0], STDIN_FILENO);
     close(ends[0]);
+    __fpurge(stdin); // what an earlier console held and nobody read
 }
 
 } // namespace

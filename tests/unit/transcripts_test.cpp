@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <memory>
 #include <tuple>
+#include <vector>
 
 namespace {
 
@@ -107,7 +108,8 @@ public:
         for (const std::string& line : reply)
             bytes.append(m_manner.lineEnd).append(line).append(m_manner.lineEnd);
         bytes.append(kMark).append(m_manner.lineEnd);
-        auto* command = new Played<Cmd>(m_modem, bytes, args...); // the engine's until its next exchange
+        auto* command = new Played<Cmd>(m_modem, bytes, args...);
+        m_commands.emplace_back(command);
         m_engine.execute(command);
         std::string result = command->getErrStat() == ErrStat::OK       ? "OK "
                              : command->getErrStat() == ErrStat::MDMERR ? "ERROR "
@@ -117,6 +119,7 @@ public:
 
 private:
     const Manner m_manner;
+    std::vector<std::unique_ptr<Command>> m_commands; // the engine may touch them as long as it lives
     FakeModem m_modem;
     serialDriver m_port;
     CmdHandler m_engine;
@@ -124,8 +127,20 @@ private:
 
 class Transcripts : public testing::TestWithParam<std::tuple<std::size_t, bool, std::string, std::string>> {
 protected:
-    Line& line = *new Line(
-        {std::get<0>(GetParam()), std::get<1>(GetParam()), std::get<2>(GetParam()), std::get<3>(GetParam())}); // NOLINT
+    Transcripts()
+        : line(keep(new Line(
+              {std::get<0>(GetParam()), std::get<1>(GetParam()), std::get<2>(GetParam()), std::get<3>(GetParam())})))
+    {
+    }
+    Line& line;
+
+private:
+    static Line& keep(Line* made)
+    {
+        static auto* all = new std::vector<Line*>;
+        all->push_back(made);
+        return *made;
+    }
 };
 
 char* text(const char* literal) // for arguments that are only read
