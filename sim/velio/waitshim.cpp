@@ -14,6 +14,7 @@
 #include <pthread.h>
 #include <semaphore.h>
 #include <sys/syscall.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
@@ -111,6 +112,20 @@ EXPORTED int nanosleep(const timespec* time, timespec* left)
     left->tv_nsec = static_cast<long>(rest % kSecond);
     errno = EINTR;
     return result;
+}
+
+/// A timer for a moment that is past fires at once; libfaketime's never does. That is how asio arms one that ran out
+/// while it was being armed: a connection that was to be tried again would never be.
+EXPORTED int timerfd_settime(int timer, int flags, const itimerspec* wanted, itimerspec* old) noexcept
+{
+    static const auto real = libraryFunction(&timerfd_settime, "timerfd_settime");
+    timespec seen{};
+    clock_gettime(CLOCK_MONOTONIC, &seen);
+    const bool armed = wanted->it_value.tv_sec != 0 || wanted->it_value.tv_nsec != 0;
+    if ((flags & TFD_TIMER_ABSTIME) == 0 || !armed || wanted->it_value.tv_sec >= seen.tv_sec)
+        return real(timer, flags, wanted, old);
+    const itimerspec soon = {wanted->it_interval, {0, 1000}}; // not so little that the rate makes nothing of it
+    return real(timer, flags & ~TFD_TIMER_ABSTIME, &soon, old);
 }
 
 /// libfaketime has one of its own, which waits for too long by the rate; this stands before it.
