@@ -7,7 +7,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -18,6 +20,16 @@ Site readSite(const std::string& properties, Report& report)
     site.properties = properties;
     checkProperties(site, report);
     return site;
+}
+
+// HOST, HOST:PORT or an IPv6 address, whose colons are more than one.
+std::string wrongPort(const std::string& host)
+{
+    if (std::count(host.begin(), host.end(), ':') != 1)
+        return "";
+    const std::string port = host.substr(host.find(':') + 1);
+    const bool digits = !port.empty() && port.size() <= 5 && port.find_first_not_of("0123456789") == std::string::npos;
+    return digits && std::stol(port) >= 1 && std::stol(port) <= 65535 ? "" : "not a port: " + port;
 }
 
 } // namespace
@@ -33,7 +45,8 @@ int main(int argc, char* argv[])
         ->capture_default_str();
     app.add_flag("--strict", strict, "take warnings for errors");
     app.add_option("--format", format, "text or json")->check(CLI::IsMember({"text", "json"}))->capture_default_str();
-    app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows");
+    app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows")
+        ->check(wrongPort);
     app.add_option("--peer", peer,
                    "the GSM message file of another card that this one texts with: finds what one sends and the other "
                    "takes for a command");
@@ -45,7 +58,14 @@ int main(int argc, char* argv[])
     explaining->add_flag("--live", live, "take the values from the object server");
     explaining->add_option("--table", table, "print the truth table of this output");
     explaining->add_flag("--offline", withOffline, "with --table: offline inputs, too");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& wrong) {
+        if (wrong.get_exit_code() == 0)
+            return app.exit(wrong); // help was asked for
+        fprintf(stderr, "telnodriver-check: %s\n", wrong.what());
+        return 2;
+    }
     cWlog::init(cWlog::ERROR); // what the readers say beside the report; no word of outputs being set
 
     Report report;
