@@ -92,10 +92,11 @@ CmdHandler::CmdHandler(serialDriver* ser)
 
 void CmdHandler::init(CmdHandler* handlrIns)
 {
-    instance = handlrIns;
     pthread_t thread;
     const int result = pthread_create(&thread, nullptr, rx_thread, handlrIns);
-    if (result != 0)
+    if (result == 0)
+        instance = handlrIns;
+    else
         error("The receive thread could not be started: %s\n", strerror(result));
 }
 

@@ -11,7 +11,7 @@
 
 /// Writes a command, waits until it is done, and hands every line that the modem sends to the current command.
 /// Threads: execute() may be called by any thread and blocks it; rx_thread is the port's only reader. Handler and
-///          thread live as long as the process: a handler whose init() was called is never destroyed.
+///          thread live as long as the process: a handler that isRunning() is never destroyed.
 /// Lock:    buffMutex, held by execute() for the whole of an exchange.
 /// Units:   a reply timeout is whole seconds of silence; every byte received starts it afresh.
 /// Errors:  execute() returns nothing; read getErrStat() and getIsOk() of the command afterwards. A port that hangs up
@@ -24,8 +24,11 @@ public:
     CmdHandler& operator=(const CmdHandler&) = delete;
     virtual ~CmdHandler() = default;
 
-    /// Starts the receive thread for @p handlrIns, which is the handler itself. To be called once.
+    /// Starts the receive thread for @p handlrIns, which is the handler itself. To be called once. isRunning() says
+    /// whether it could.
     void init(CmdHandler* handlrIns);
+    /// Whether the receive thread was started. Without it no command may be executed: nothing would end the exchange.
+    bool isRunning() const { return instance != nullptr; }
     /// Runs one exchange: at least a second unless a line was handled at once, at most the command's reply timeout
     /// plus a second after the last byte of a modem that falls silent (after any wait still under way).
     /// @param cmd  borrowed; it goes on receiving lines and timeouts after the return: destroy it only when isInUse()
@@ -45,7 +48,7 @@ private:
     serialDriver* serial;
     pthread_mutex_t buffMutex;
     std::atomic<Command*> currCmd;
-    CmdHandler* instance;
+    CmdHandler* instance; ///< the handler itself once the receive thread runs; null before
 
     std::atomic<Command*> inHand; ///< what rx_thread waits or works for; written by it alone
 

@@ -48,6 +48,12 @@ bool Command::getIsOk()
     return isOk;
 }
 
+void Command::detach()
+{
+    std::lock_guard<std::mutex> lock(m_lineLock);
+    m_mdm = nullptr;
+}
+
 void Command::parseData(unsigned char* buff)
 {
     std::lock_guard<std::mutex> lock(m_lineLock);

@@ -47,6 +47,8 @@ public:
 
     /// Why the text is empty; null when the command can be run.
     const char* why() const { return m_why; }
+    /// The facade goes away: reports are dropped from now on. Any thread.
+    void detach();
     /// Held while values are copied out, so that no late line rewrites them meanwhile.
     std::mutex& lineLock() { return m_lineLock; }
 
@@ -56,7 +58,7 @@ protected:
     int tout;
     std::atomic<ErrStat::eErrStat> errStat;
     char smsNum[32]; ///< storage place of the last "+CMTI: " report
-    Modem* m_mdm;
+    Modem* m_mdm;    ///< guarded by m_lineLock
 
     /// Fills @p text (an ATstring of @p size bytes) with @p before, @p argument and @p after; leaves it empty and sets
     /// why() when that is longer than the field or when @p argument holds one of @p forbidden's characters.

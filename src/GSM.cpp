@@ -3,48 +3,57 @@
 
 #include "eventDispatch.h"
 
+#include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <istream>
-#include <limits>
 #include <pthread.h>
-#include <streambuf>
+#include <string>
+#include <utility>
 
 namespace {
 
-// Standard input, for which a signal is no end: std::cin would give half a number for a whole one.
-class Console : public std::streambuf {
-protected:
-    int_type underflow() override
-    {
-        int character;
-        while ((character = getc(stdin)) == EOF && ferror(stdin) != 0 && errno == EINTR)
-            clearerr(stdin);
-        if (character == EOF)
-            return traits_type::eof();
-        mCharacter = static_cast<char>(character);
-        setg(&mCharacter, &mCharacter, &mCharacter + 1);
-        return traits_type::to_int_type(mCharacter);
-    }
+constexpr size_t kMostConsole = 64; // characters of an answer that are looked at
 
-private:
-    char mCharacter = '\0';
-};
-
-// One decimal integer from the console. A wrong answer is dropped to the end of its line.
-bool readNumber(const char* prompt, int& number)
+// The next character of standard input; EOF at its end. A signal is no end.
+int nextCharacter()
 {
-    static Console buffer; // keeps what stands behind a number on its line
-    std::istream console(&buffer);
+    int character;
+    while ((character = getc(stdin)) == EOF && ferror(stdin) != 0 && errno == EINTR)
+        clearerr(stdin);
+    return character;
+}
+
+bool isBlank(int character)
+{
+    return character != EOF && isspace(character) != 0;
+}
+
+// One decimal integer from the console. A wrong answer is dropped to the end of its line. A number that begins with a
+// zero is refused: it would reach the SIM without it.
+// @return what is wrong, or null
+const char* readNumber(const char* prompt, int& number)
+{
     printf("%s", prompt);
     (void)fflush(stdout);
     clearerr(stdin); // the end that was seen may have been one writer's
-    if (console >> number)
-        return true;
-    console.clear();
-    console.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-    return false;
+    int character = nextCharacter();
+    while (isBlank(character))
+        character = nextCharacter();
+    std::string word;
+    for (; character != EOF && !isBlank(character); character = nextCharacter()) {
+        if (word.size() < kMostConsole)
+            word += static_cast<char>(character);
+    }
+    const char* const end = word.data() + word.size();
+    const auto read = std::from_chars(word.data(), end, number);
+    if (read.ec == std::errc() && read.ptr == end && word[0] != '0')
+        return nullptr;
+    while (character != '\n' && character != EOF)
+        character = nextCharacter();
+    return word[0] == '0' ? "a number that begins with a zero would be sent without it" : "the console gave no number";
 }
 
 } // namespace
@@ -107,8 +116,11 @@ void Gsm::enterPuk()
 {
     int puk = 0;
     int newPin = 0;
-    if (!readNumber("Puk required\nEnter Puk:", puk) || !readNumber("Enter new pin:", newPin)) {
-        error("The SIM needs its PUK and the console gave no number: nothing is sent to the SIM\n");
+    const char* wrong = readNumber("Puk required\nEnter Puk:", puk);
+    if (wrong == nullptr)
+        wrong = readNumber("Enter new pin:", newPin);
+    if (wrong != nullptr) {
+        error("The SIM needs its PUK and %s: nothing is sent to the SIM\n", wrong);
         return;
     }
     if (errorHandle(mdm->iEnterPuk(puk, newPin)) == ErrStat::OK)
@@ -175,7 +187,23 @@ cEnumeratedList<Sms>* Gsm::get_list()
 
 void Gsm::iInsertEvent(ModemEvent* evt)
 {
-    eventDispatch::insert(m_ListLock, *m_EventList, evt, binary_sem);
+    if (evt != nullptr && evt->getEventType() == ModemEvent::SMS) {
+        const char* place = static_cast<SmsEvent*>(evt)->getSmsId();
+        const std::lock_guard<std::mutex> held(m_ListLock);
+        if (m_Reported.size() == kMostReports)
+            m_Reported.erase(m_Reported.begin());
+        m_Reported.push_back(place != nullptr ? atoi(place) : 0);
+    }
+    eventDispatch::insert(m_ListLock, *m_EventList, evt, binary_sem, m_Progress);
+    eventDispatch::thin(
+        m_ListLock, *m_EventList, binary_sem, m_Progress, kMostWaiting,
+        [](const ModemEvent& event) { return event.getEventType(); }, destroyModemEvent);
+}
+
+std::vector<int> Gsm::takeReportedPlaces()
+{
+    const std::lock_guard<std::mutex> held(m_ListLock);
+    return std::exchange(m_Reported, {});
 }
 
 void Gsm::makeWait()
@@ -185,9 +213,25 @@ void Gsm::makeWait()
 
 void* Gsm::event_thread(void* data)
 {
-    auto* gsm = static_cast<Gsm*>(data);
+    static_cast<Gsm*>(data)->deliver();
+    return nullptr;
+}
+
+void Gsm::deliver()
+{
+    bool told = false;
     for (;;) {
-        eventDispatch::wait(gsm->binary_sem);
-        eventDispatch::pass(gsm->m_ListLock, *gsm->m_Listeners, *gsm->m_EventList, destroyModemEvent);
+        eventDispatch::wait(binary_sem);
+        eventDispatch::pass(m_ListLock, *m_Listeners, *m_EventList, m_Progress, destroyModemEvent);
+        size_t dropped = 0;
+        bool drained = false;
+        {
+            const std::lock_guard<std::mutex> held(m_ListLock);
+            dropped = std::exchange(m_Progress.dropped, 0);
+            drained = m_Progress.waiting == 0;
+        }
+        if (dropped > 0 && !told)
+            warn("The modem reports faster than its reports can be obeyed: of each kind only the newest waits\n");
+        told = (told || dropped > 0) && !drained;
     }
 }

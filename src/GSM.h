@@ -8,10 +8,12 @@
 #include "cWlog.h"
 #include "e_numsHeader.h"
 #include "enum_list.h"
+#include "eventDispatch.h"
 #include "sms.h"
 
 #include <mutex>
 #include <semaphore.h>
+#include <vector>
 
 class cObjectListener;
 
@@ -19,10 +21,14 @@ class cObjectListener;
 /// Threads: one thread (the GSM handler) calls everything but iInsertEvent(), which is the receive thread's;
 ///          event_thread calls the listeners, without a lock. A service whose initialiseGsm() was called lives as long
 ///          as the process.
-/// Lock:    m_ListLock guards both lists below; held for an insertion, a copy or a clean-up, never for a call.
+/// Lock:    m_ListLock guards both lists below and what is known of their entries; held for an insertion, a copy or a
+///          clean-up, never for a call or a line of the log.
 /// Errors:  false or null; each failed modem operation has left its line in the log.
 class Gsm : public cWlog {
 public:
+    static constexpr size_t kMostWaiting = 256; ///< events that event_thread has yet to deliver
+    static constexpr size_t kMostReports = 256;
+
     Gsm();
     Gsm(const Gsm&) = delete;
     Gsm& operator=(const Gsm&) = delete;
@@ -31,7 +37,8 @@ public:
     /// @return false when the port could not be opened: no other operation may be called then
     bool initialiseGsm(char* portName, char* pin);
     /// One pass of set-up and checks, half a minute or more with a modem that does not answer.
-    /// Sends the PIN at most once. @return whether the modem is fully usable
+    /// Sends the PIN once, or twice where the question for its outcome is not answered: what keeps a wrong PIN from
+    /// using up the SIM's tries is the service's guard. @return whether the modem is fully usable
     bool setupModem();
     /// Logs @p error and maps it: OK, TIMEOUT and MDMERR to themselves, all else to UNKNOWN.
     ErrStat::eErrStat errorHandle(ErrStat::eErrStat error);
@@ -52,8 +59,12 @@ public:
     cEnumeratedList<ModemEvent>* getEvents();
     /// An empty list; what was read is what readSms() returned.
     cEnumeratedList<Sms>* get_list();
-    /// @param evt  handed over; destroyed some time after its delivery, when 3 newer ones were delivered
+    /// @param evt  handed over; destroyed some time after its delivery, when 3 newer ones were delivered. Of more than
+    ///             kMostWaiting undelivered ones only the newest of each kind is kept, which a warning says
     void iInsertEvent(ModemEvent* evt);
+    /// The storage places that "+CMTI: " reports have named since the last call, oldest first, at most kMostReports:
+    /// the newest.
+    std::vector<int> takeReportedPlaces();
     /// Waits once on binary_sem, which costs event_thread one pass.
     void makeWait();
 
@@ -69,6 +80,10 @@ private:
     cObjectListener* objListener;
 
     std::mutex m_ListLock;
+    eventDispatch::Progress m_Progress; ///< of m_EventList; guarded by m_ListLock
+    std::vector<int> m_Reported;        ///< storage places; guarded by m_ListLock
+
+    void deliver();
 
     struct Findings; ///< what one pass of setupModem() found
     void unlockSim(Pinstat::ePinStat& pinStat);

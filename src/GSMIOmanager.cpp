@@ -6,6 +6,7 @@
 #include "scopedLock.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <poll.h>
@@ -18,12 +19,6 @@ constexpr char kPropertiesPath[] = "/etc/tav/telnodriver.conf";
 constexpr int kServerPort = 60000;
 constexpr int kTavLiteHardware = 1;
 constexpr int kPollPeriodMs = 120 * 1000;
-
-template <size_t width> void copyCut(char (&field)[width], const char* text)
-{
-    strncpy(field, text, width - 1);
-    field[width - 1] = '\0';
-}
 
 int64_t monotonicMs()
 {
@@ -49,7 +44,7 @@ GSMIOmanager::GSMIOmanager(const property_values& configuration)
       mOutputPorts(nullptr), mConn(nullptr), mConnLst(new WList), mGsm_handler_thread(), mSmsQHandler(nullptr),
       mTriggerPortLabels(new WList), mTriggerPorts(nullptr), got_sms(false), hasGsm(false), m_Sms(true),
       m_RequestSmsSend(true), isamatch_logger(new cWlog("VelIdentifier")), mPortListMutex(), mEvaluationMutex(),
-      mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mPassUnderWay(false)
+      mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mRequestUnserved(true)
 {
     pthread_mutex_init(&mPortListMutex, nullptr);
     pthread_mutex_init(&mEvaluationMutex, nullptr);
@@ -79,15 +74,23 @@ GSMIOmanager::~GSMIOmanager() = default;
 void GSMIOmanager::readConfiguration()
 {
     cProperties properties;
-    copyCut(mConfig_struct.configFile, kPropertiesPath);
+    snprintf(mConfig_struct.configFile, sizeof mConfig_struct.configFile, "%s", kPropertiesPath);
     (void)properties.load(mConfig_struct.configFile); // without the file every key takes its default
     cWlog::init(mConfig_struct.configFile);
 
-    copyCut(mConfig_struct.host, properties.getString("host", "127.0.0.1"));
-    copyCut(mConfig_struct.ioPairFile, properties.getString("ioPairFile", "/etc/tav/telnodriver.xml"));
-    copyCut(mConfig_struct.serialPortName, properties.getString("serialPortName", "/dev/ttyS3"));
-    copyCut(mConfig_struct.gsmconfigFile, properties.getString("gsmconfigFile", "/etc/tav/gsmconnections.xml"));
-    copyCut(mConfig_struct.simPin, properties.getString("simPin", "1357"));
+    const auto keep = [&](const char* key, const char* defval, auto& field) {
+        const char* value = properties.getString(key, defval);
+        if (strlen(value) >= sizeof field)
+            error("%s: %s has %zu characters, of which the first %zu are used", kPropertiesPath, key, strlen(value),
+                  sizeof field - 1);
+        strncpy(field, value, sizeof field - 1);
+        field[sizeof field - 1] = '\0';
+    };
+    keep("host", "127.0.0.1", mConfig_struct.host);
+    keep("ioPairFile", "/etc/tav/telnodriver.xml", mConfig_struct.ioPairFile);
+    keep("serialPortName", "/dev/ttyS3", mConfig_struct.serialPortName);
+    keep("gsmconfigFile", "/etc/tav/gsmconnections.xml", mConfig_struct.gsmconfigFile);
+    keep("simPin", "1357", mConfig_struct.simPin);
 }
 
 bool GSMIOmanager::isAMatch(cWlog* logger)

@@ -116,6 +116,8 @@ public:
     static void* create_gsm_handler(void* thing);
     /// One power pulse on the modem's power pin: 1.5 s high, then low. Nothing without the device or the pin.
     void toggle_GSM_power(cWlog* logger);
+    /// Answers a send request with an evaluation of every connection, which posts none.
+    void serveSendRequest(cWlog* logger);
     /// One SMS pass: reads the stored messages, obeys the unread ones, clears m_Sms and empties places 1 to 10.
     void handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                     cWlog* logger);
@@ -158,12 +160,10 @@ private:
 
     void updateInput(cObjectEvent* event);
 
-    void evaluateConnections(cGsmQManager* smsQHandler);
     eTrigState firstOrLast(eTrigState deciding, WList* trigLst);
     void driveOutput(eTrigState state, tavTrigger* action, bool commanded);
 
     bool setupWithPulses(Gsm* gsmObj, cWlog* logger);
-    void serveSendRequest(cWlog* logger);
 
     void answerQuery(cgsmMessageInfo* record, const char* number, Gsm* gsmObj, cWlog* logger);
     void obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
@@ -172,8 +172,10 @@ private:
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
     pthread_mutex_t mEvaluationMutex;
-    int mWakeFd;                     // eventfd that ends the poll loop's wait early
-    std::atomic<bool> mPassUnderWay; // an SMS pass reads, obeys or deletes; written by the GSM handler thread
+    int mWakeFd; // eventfd that ends the poll loop's wait early
+    // A send request waits for the GSM handler thread, which clears this; set under the evaluation mutex. True at
+    // start, like m_RequestSmsSend.
+    std::atomic<bool> mRequestUnserved;
 };
 
 #endif

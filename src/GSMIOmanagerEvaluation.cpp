@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr uint8_t kGsmDevice = 9;
-
 // An active trigger drives an output away from its default state, an inactive one back to it.
 cObject::eObjectIOState targetState(GSMIOmanager::eTrigState state, cObject::eObjectIOState defaultState)
 {
@@ -24,18 +22,14 @@ cObject::eObjectIOState targetState(GSMIOmanager::eTrigState state, cObject::eOb
 
 } // namespace
 
+// A request that is unserved covers this evaluation, too: the GSM handler evaluates when it serves it.
 void GSMIOmanager::check_trigger_values()
 {
     ScopedLock evaluation(mEvaluationMutex);
-    evaluateConnections(mSmsQHandler);
-}
-
-void GSMIOmanager::evaluateConnections(cGsmQManager* smsQHandler)
-{
     mConnLst->reset();
     for (uint16_t i = mConnLst->size(); i > 0; --i) {
         if (auto* connection = static_cast<tavConnection*>(mConnLst->get()))
-            handleConnection(connection, smsQHandler);
+            handleConnection(connection, mRequestUnserved ? nullptr : mSmsQHandler);
         mConnLst->step();
     }
 }
@@ -121,9 +115,10 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cGsmQMan
     if (state != SET && state != RESET)
         return;
 
-    if (action->getType() == kGsmDevice) {
+    if (action->getType() == tavTrigger::kTypeGsm) {
         if (smsQHandler != nullptr) {
             debug("ADD TO SMS REQUEST\n");
+            mRequestUnserved = true;
             smsQHandler->iInsertEvent(new smsSendRequestEvent());
         }
         return;

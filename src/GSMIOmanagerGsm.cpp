@@ -67,8 +67,6 @@ void setLevel(int device, uint16_t pin, uint16_t level, cWlog* logger)
 void GSMIOmanager::EventOccured(ModemEvent& /*evt*/)
 {
     info("Modem event occured\n");
-    if (mPassUnderWay)
-        warn("A modem event came during an SMS pass: the message it reports may be deleted unread");
     set_sms(true);
 }
 
@@ -123,15 +121,12 @@ bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
     return false;
 }
 
-// Evaluates every connection. This evaluation posts no request itself, or it would be served for ever.
 void GSMIOmanager::serveSendRequest(cWlog* logger)
 {
     logger->debug("SEND REQUEST RECIEVED");
-    {
-        ScopedLock evaluation(mEvaluationMutex);
-        evaluateConnections(nullptr);
-    }
+    check_trigger_values(); // posts no request: one is unserved
     set_RequestSmsSend(false);
+    mRequestUnserved = false;
 }
 
 void GSMIOmanager::toggle_GSM_power(cWlog* logger)

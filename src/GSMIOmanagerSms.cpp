@@ -1,17 +1,19 @@
 // The SMS pass: commands from listed numbers, answers, alarm texts. All of it runs on the GSM handler thread.
 #include "GSMIOmanager.h"
 
+#include "GSM.h"
+#include "maskedNumber.h"
 #include "scopedLock.h"
 #include "sms.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <string>
 
 namespace {
 
-constexpr uint8_t kGsmDevice = 9;
 constexpr size_t kCommandLength = 159; // of a text's characters, those that the command word is looked for in
 constexpr int kLastPlace = 10;         // storage places 1 to 10 are emptied after every pass
 
@@ -35,17 +37,42 @@ bool isListed(cgsmMessageInfo* record, const char* smsNumber, cWlog* logger)
     return listed;
 }
 
-// The number's form without its last digits, for a log that others read.
-std::string masked(std::string number)
-{
-    for (size_t i = number.size(), hidden = 0; i-- > 0 && hidden < 4;) {
-        if (number[i] >= '0' && number[i] <= '9') {
-            number[i] = '*';
-            ++hidden;
+// The messages that the modem reports during a pass and that its listing does not hold.
+class UnreadMessages {
+public:
+    // What was reported before is in the listing.
+    explicit UnreadMessages(Gsm& gsm) : m_gsm(gsm) { (void)gsm.takeReportedPlaces(); }
+
+    void listed(int place) { m_listed.insert(place); }
+    // " N N..." for those above a place so far.
+    std::string above(int place)
+    {
+        look();
+        std::string places;
+        for (auto unread = m_unread.upper_bound(place); unread != m_unread.end(); ++unread)
+            places += ' ' + std::to_string(*unread);
+        return places;
+    }
+    // " N" when there is one in this place by now.
+    std::string in(int place)
+    {
+        look();
+        return m_unread.count(place) != 0 ? ' ' + std::to_string(place) : "";
+    }
+
+private:
+    void look()
+    {
+        for (const int place : m_gsm.takeReportedPlaces()) {
+            if (m_listed.count(place) == 0 && m_unread.size() < kMostUnread)
+                m_unread.insert(place);
         }
     }
-    return number;
-}
+
+    static constexpr size_t kMostUnread = 1000; // a SIM has at most 255 places
+    Gsm& m_gsm;
+    std::set<int> m_listed, m_unread;
+};
 
 void releaseMessages(cEnumeratedList<Sms>* list)
 {
@@ -98,15 +125,17 @@ char* get_state_string(uint8_t val, cWlog* mainlog)
 void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                               cWlog* logger)
 {
-    mPassUnderWay = true;
+    UnreadMessages unread(*gsmObj);
     cEnumeratedList<Sms>* list = gsmObj->readSms();
     if (list == nullptr) {
         logger->error("The stored messages could not be read; places 1 to %d are emptied all the same", kLastPlace);
         list = new cEnumeratedList<Sms>();
     }
     for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
-        if (sms->getId() != nullptr && atoi(sms->getId()) > kLastPlace)
-            logger->warn("A message lies in storage place %s, which is never emptied: the SIM fills up", sms->getId());
+        const int place = sms->getId() != nullptr ? atoi(sms->getId()) : 0;
+        unread.listed(place);
+        if (place > kLastPlace)
+            logger->warn("A message lies in storage place %d, which is never emptied: the SIM fills up", place);
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
@@ -114,11 +143,19 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         gsmInfoList->resetEnum();
         sms->setRead(true);
     }
+    const std::string left = unread.above(kLastPlace);
     m_Sms = false;
     releaseMessages(list);
-    for (int place = 1; place <= kLastPlace; ++place)
+    std::string lost;
+    for (int place = 1; place <= kLastPlace; ++place) {
+        lost += unread.in(place);
         gsmObj->deleteSms(place);
-    mPassUnderWay = false;
+    }
+    if (!left.empty())
+        logger->warn("An SMS came during a pass into storage place%s: it is not read before the next report",
+                     left.c_str());
+    if (!lost.empty())
+        logger->warn("An SMS came during a pass into storage place%s: it may be deleted unread", lost.c_str());
 }
 
 void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
@@ -144,7 +181,7 @@ void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>*
             obeyOnOff(word == ON, record, gsmObj, gsmInfoList, gsm_connection, logger);
     }
     if (!obeyed)
-        logger->info("SMS from %s refused: %s", masked(number).c_str(),
+        logger->info("SMS from %s refused: %s", maskedNumber(number).c_str(),
                      known ? "the sender is not listed for its text" : "no configured message begins its text");
 }
 
@@ -162,7 +199,7 @@ void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm*
     snprintf(reply, sizeof reply, "%s STATE:%s", record->get_message(), get_state_string(record->get_state(), logger));
     logger->debug("SEND query message:|%s| to number:|%s|\n", reply, destination);
     if (!gsmObj->sendSMS(destination, reply))
-        logger->error("The answer to %s was not sent", masked(destination).c_str());
+        logger->error("The answer to %s was not sent", maskedNumber(destination).c_str());
 }
 
 void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
@@ -219,7 +256,7 @@ void GSMIOmanager::command(eTrigState state, tavTrigger* action, cEnumeratedList
     if (state != SET && state != RESET)
         return;
 
-    if (action->getType() == kGsmDevice) {
+    if (action->getType() == tavTrigger::kTypeGsm) {
         if (gsmInfoList != nullptr && gsmObj != nullptr) {
             ScopedUnlock talking(mEvaluationMutex);
             sendAlarms(action->getLabel(), gsmInfoList, gsmObj);
@@ -244,9 +281,9 @@ void GSMIOmanager::sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo
             char* number = record->get_numList(j);
             printf("number:|%s| \t message:|%s|\t j:|%d|\n", number, alarm, j);
             if (gsmObj->sendSMS(number, alarm))
-                info("Alarm for %s sent to %s", label, masked(number).c_str());
+                info("Alarm for %s sent to %s", label, maskedNumber(number).c_str());
             else
-                error("The alarm for %s was not sent to %s", label, masked(number).c_str());
+                error("The alarm for %s was not sent to %s", label, maskedNumber(number).c_str());
         }
     }
 }

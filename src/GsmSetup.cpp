@@ -64,23 +64,19 @@ bool Gsm::setupModem()
     return false;
 }
 
-// The PIN loop: at most two rounds. The PIN is sent at most once in a pass: each wrong one brings the SIM nearer to its
-// PUK.
+// The PIN loop: at most two rounds. A second one sends the PIN again if the first could not learn its outcome.
 void Gsm::unlockSim(Pinstat::ePinStat& pinStat)
 {
-    bool pinSent = false;
     int attempts = 1;
     while (pinStat != Pinstat::READY && attempts != 3) {
         debug("Attempt %d \n", attempts);
         ++attempts;
         if (errorHandle(mdm->qPinStat(&pinStat)) != ErrStat::OK)
             continue;
-        if (pinStat == Pinstat::SIM_PIN && !pinSent) {
-            pinSent = true;
+        if (pinStat == Pinstat::SIM_PIN)
             enterPin();
-        } else if (pinStat == Pinstat::SIM_PUK) {
+        else if (pinStat == Pinstat::SIM_PUK)
             enterPuk();
-        }
         if (errorHandle(mdm->qPinStat(&pinStat)) == ErrStat::OK)
             break;
     }

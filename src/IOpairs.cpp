@@ -18,6 +18,7 @@ cIOpairs::~cIOpairs() = default;
 WList* cIOpairs::getConnectionLst()
 {
     auto* list = new WList;
+    mOutOfMemory = false;
     debug("Try open %s", mFilename);
     std::string trouble;
     if (xmlDocPtr document = xmlFile::open(mFilename, trouble)) {
@@ -25,15 +26,7 @@ WList* cIOpairs::getConnectionLst()
         xmlNodePtr root = xmlDocGetRootElement(document);
         if (isElement(root, "io_connections")) {
             debug("io_connections xml");
-            for (xmlNodePtr node = root->children; node != nullptr; node = node->next) {
-                if (!isElement(node, "connection")) {
-                    continue;
-                }
-                tavConnection* const connection = getConnection(node);
-                if (connection != nullptr && !append(list, connection, node)) {
-                    break;
-                }
-            }
+            getConnections(root, list);
         }
         xmlFreeDoc(document);
     } else {
@@ -41,6 +34,12 @@ WList* cIOpairs::getConnectionLst()
         error("%s", trouble.c_str());
     }
     xmlCleanupParser();
+    if (mOutOfMemory) {
+        error("%s: out of memory: no connection of it is used", mFilename);
+        while (!list->empty()) {
+            delete static_cast<tavConnection*>(list->pull());
+        }
+    }
     if (list->size() > 0) {
         return list;
     }
@@ -49,11 +48,28 @@ WList* cIOpairs::getConnectionLst()
     return nullptr;
 }
 
-/// @return the connection of a "connection" element, or null when it lacks a trigger or an action
+void cIOpairs::getConnections(xmlNodePtr root, WList* list)
+{
+    for (xmlNodePtr node = root->children; node != nullptr; node = node->next) {
+        if (!isElement(node, "connection")) {
+            continue;
+        }
+        if (list->size() == std::numeric_limits<uint16_t>::max()) {
+            error("%s:%ld: more than %u connections; the rest is ignored", mFilename, xmlGetLineNo(node), list->size());
+            return;
+        }
+        if (tavConnection* const connection = getConnection(node)) {
+            list->add(connection);
+        }
+    }
+}
+
+/// @return the connection of a "connection" element, or null when it lacks a trigger or an action, or is refused
 tavConnection* cIOpairs::getConnection(xmlNodePtr& node)
 {
     debug("Create connection");
     auto* const connection = new tavConnection;
+    mRefused = false;
     for (xmlNodePtr child = node->children; child != nullptr; child = child->next) {
         debug("\nProcess %s\n", xmlFile::nameOf(child));
         if (isElement(child, "trigger")) {
@@ -66,23 +82,28 @@ tavConnection* cIOpairs::getConnection(xmlNodePtr& node)
             }
         }
     }
-    if (connection->getTrigger() != nullptr && connection->getAction() != nullptr) {
+    if (mRefused) {
+        error("%s:%ld: the connection is refused", mFilename, xmlGetLineNo(node));
+    }
+    if (!mRefused && connection->getTrigger() != nullptr && connection->getAction() != nullptr) {
         return connection;
     }
     delete connection;
     return nullptr;
 }
 
-/// Adds @p entry to a list that can count it. @return false when the list is full: the entry is destroyed
-template <class Entry> bool cIOpairs::append(WList* list, Entry* entry, xmlNodePtr& node)
+/// Adds @p child, or destroys it and refuses the connection when the list can count no more.
+void cIOpairs::addChild(WList* list, tavTrigger* child, xmlNodePtr& node)
 {
-    if (list->size() == std::numeric_limits<uint16_t>::max()) {
-        error("%s:%ld: more than %u entries; the rest is ignored", mFilename, xmlGetLineNo(node), list->size());
-        delete entry;
-        return false;
+    if (list->size() < std::numeric_limits<uint16_t>::max()) {
+        list->add(child);
+        return;
     }
-    list->add(entry);
-    return true;
+    if (!mRefused) {
+        error("%s:%ld: a trigger has more than %u children", mFilename, xmlGetLineNo(node), list->size());
+    }
+    mRefused = true;
+    delete child;
 }
 
 tavTrigger* cIOpairs::getTrigger(xmlNodePtr& node)
@@ -90,8 +111,7 @@ tavTrigger* cIOpairs::getTrigger(xmlNodePtr& node)
     auto* const list = new WList;
     auto* const composite = new tavTrigger;
     setOperation(node, composite);
-    bool room = true;
-    for (xmlNodePtr child = node->children; child != nullptr && room; child = child->next) {
+    for (xmlNodePtr child = node->children; child != nullptr; child = child->next) {
         if (isElement(child, "detail")) {
             char label[tavTrigger::kLabelBytes] = "";
             int type = -1;
@@ -102,12 +122,12 @@ tavTrigger* cIOpairs::getTrigger(xmlNodePtr& node)
                 leaf->setType(static_cast<uint8_t>(type));
                 leaf->setLabel(label);
                 leaf->setInvert(invert);
-                room = append(list, leaf, child);
+                addChild(list, leaf, child);
             }
         } else if (isElement(child, "trigger")) {
             debug("Got another trigger\n");
             if (tavTrigger* const inner = getTrigger(child)) {
-                room = append(list, inner, child);
+                addChild(list, inner, child);
             }
         }
     }
@@ -143,7 +163,7 @@ tavTrigger* cIOpairs::getAction(xmlNodePtr& node)
 
 void cIOpairs::setOperation(xmlNodePtr& node, tavTrigger* action)
 {
-    forEachAttribute(node, "operation", [&](const char* value) {
+    const bool read = forEachAttribute(node, "operation", [&](const char* value) {
         debug("operation = %s\n", value);
         if (std::strcmp(value, "OR") == 0) {
             action->setOperation(tavTrigger::OR);
@@ -153,42 +173,30 @@ void cIOpairs::setOperation(xmlNodePtr& node, tavTrigger* action)
             action->setOperation(tavTrigger::INVERSE);
         }
     });
-}
-
-/// A label that was cut would name another port, so a detail with a longer one is refused as a whole.
-bool cIOpairs::labelFits(xmlNodePtr& ioNode)
-{
-    bool fits = true;
-    forEachAttribute(ioNode, "io_label", [&](const char* value) {
-        if (std::strlen(value) >= tavTrigger::kLabelBytes) {
-            fits = false;
-            error("%s:%ld: detail refused, its io_label has more than %zu characters: %s", mFilename,
-                  xmlGetLineNo(ioNode), tavTrigger::kLabelBytes - 1, value);
-        }
-    });
-    return fits;
+    mOutOfMemory = mOutOfMemory || !read;
 }
 
 void cIOpairs::getDetailProperties(xmlNodePtr& ioNode, char* label, int* type, bool* invert)
 {
-    if (!labelFits(ioNode)) {
-        return;
-    }
-    for (xmlAttr* attribute = ioNode->properties; attribute != nullptr; attribute = attribute->next) {
-        xmlChar* const fetched = xmlGetProp(ioNode, attribute->name);
-        const char* const value = fetched != nullptr ? reinterpret_cast<const char*>(fetched) : "";
-        if (xmlStrEqual(attribute->name, BAD_CAST "dev_type") != 0) {
+    const bool read = forEachAttribute(ioNode, [&](const char* name, const char* value) {
+        if (std::strcmp(name, "dev_type") == 0) {
             *type = parseDevType(value);
             debug("Type: %d\n", *type);
-        } else if (xmlStrEqual(attribute->name, BAD_CAST "io_label") != 0) {
+        } else if (std::strcmp(name, "io_label") == 0) {
+            if (std::strlen(value) >= tavTrigger::kLabelBytes) { // cut, it would name another port
+                error("%s:%ld: this io_label has more than %zu characters: %s", mFilename, xmlGetLineNo(ioNode),
+                      tavTrigger::kLabelBytes - 1, value);
+                mRefused = true;
+                return;
+            }
             std::snprintf(label, tavTrigger::kLabelBytes, "%s", value);
             debug("Lbl: %s\n", label);
-        } else if (xmlStrEqual(attribute->name, BAD_CAST "io_invert") != 0 && std::strcmp(value, "true") == 0) {
+        } else if (std::strcmp(name, "io_invert") == 0 && std::strcmp(value, "true") == 0) {
             *invert = true;
             debug("Invert: %d\n", *invert);
         }
-        xmlFree(fetched);
-    }
+    });
+    mOutOfMemory = mOutOfMemory || !read;
 }
 
 uint8_t cIOpairs::parseDevType(const char* typeString)

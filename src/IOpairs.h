@@ -18,9 +18,11 @@ public:
     virtual ~cIOpairs();
 
     /// Reads the file anew.
+    /// A connection is refused whole, with an error line, where a label is too long or a list of children is full: a
+    /// rule that loses one condition would drive on the rest.
     /// @return a new list of tavConnection* in the order of the file, each with a trigger and an action; list and
-    ///         connections are the caller's. Null when the file cannot be read or holds no connection; error lines say
-    ///         why
+    ///         connections are the caller's. Null when the file cannot be read or holds no connection, or when memory
+    ///         runs out; error lines say why
     WList* getConnectionLst();
 
 private:
@@ -30,10 +32,13 @@ private:
     void getDetailProperties(xmlNodePtr& ioNode, char* label, int* type, bool* invert);
     uint8_t parseDevType(const char* typeString);
     tavConnection* getConnection(xmlNodePtr& node);
-    bool labelFits(xmlNodePtr& ioNode);
-    template <class Entry> bool append(WList* list, Entry* entry, xmlNodePtr& node);
+    void getConnections(xmlNodePtr root, WList* list);
+    void addChild(WList* list, tavTrigger* child, xmlNodePtr& node);
 
     const char* mFilename;
+
+    bool mRefused = false;     // the connection that is being read is refused
+    bool mOutOfMemory = false; // an attribute of the file could not be read
 };
 
 #endif

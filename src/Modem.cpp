@@ -2,21 +2,13 @@
 #include "Modem.h"
 
 #include "GSM.h"
+#include "maskedNumber.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
-
-// A telephone number for the log: all but its last three characters are hidden.
-std::string masked(const char* number)
-{
-    std::string text = number == nullptr ? "" : number;
-    const std::size_t shown = std::min<std::size_t>(3, text.size());
-    std::fill(text.begin(), text.end() - static_cast<std::ptrdiff_t>(shown), '*');
-    return text;
-}
 
 // The caller's buffer is as wide as the command's field.
 void copyOut(char* to, const char* from)
@@ -28,7 +20,14 @@ void copyOut(char* to, const char* from)
 
 Modem::Modem(Gsm* gsm) : cWlog("Modem"), currCmd(nullptr), m_gsm(gsm), cmdHandler(nullptr), sms_list(nullptr), pin{} {}
 
-Modem::~Modem() = default;
+Modem::~Modem()
+{
+    for (auto& made : m_made) {
+        made->detach();
+        if (cmdHandler->isInUse(made.get()))
+            (void)made.release(); // the receive thread's from now on
+    }
+}
 
 bool Modem::init(serialDriver* serial)
 {
@@ -41,6 +40,12 @@ bool Modem::init(serialDriver* serial)
     debug("Creating modem command handler\n");
     cmdHandler = new CmdHandler(serial);
     cmdHandler->init(cmdHandler);
+    if (!cmdHandler->isRunning()) {
+        delete cmdHandler;
+        cmdHandler = nullptr;
+        delete serial;
+        return false;
+    }
     debug("Handler created\n");
     return true;
 }
@@ -202,18 +207,20 @@ ErrStat::eErrStat Modem::iSendSMS(char* number, char* message)
 {
     auto* first = make<CmdSMSNumber>(number);
     CmdArbCmd text(this, message); // judged before the number is written: a number alone leaves the modem at its prompt
-    if (refused(first, ("An SMS to " + masked(number)).c_str()) ||
-        refused(&text, ("The text of an SMS to " + masked(number)).c_str()))
+    const std::string to = maskedNumber(number != nullptr ? number : "");
+    if (refused(first, ("An SMS to " + to).c_str()) || refused(&text, ("The text of an SMS to " + to).c_str()))
         return ErrStat::UNKNOWN;
     (void)run(first);
 
     auto* cmd = make<CmdArbCmd>(message);
     const ErrStat::eErrStat status = run(cmd);
-    if (status != ErrStat::OK) {
+    std::string lastLine;
+    {
         std::lock_guard<std::mutex> lock(cmd->lineLock());
-        error("The SMS to %s was not acknowledged, the modem's last line: \"%s\"\n", masked(number).c_str(),
-              cmd->getLastLine());
+        lastLine = cmd->getLastLine();
     }
+    if (status != ErrStat::OK) // without the lock: a stuck log must not stop the receive thread
+        error("The SMS to %s was not acknowledged, the modem's last line: \"%s\"\n", to.c_str(), lastLine.c_str());
     return status;
 }
 

@@ -18,7 +18,8 @@ class Gsm;
 
 /// One blocking operation per modem function; "q" asks, "i" instructs. Each writes one AT command (iSendSMS: two).
 /// Threads: all operations on one thread at a time; iSendEvent() is called by the receive thread. A facade whose init()
-///          returned true lives as long as the process, with its handler and port.
+///          returned true leaves its handler, port and current command behind when it is destroyed: the receive thread,
+///          which lives as long as the process, goes on using them.
 /// Units:   each operation lasts at least a second.
 /// Errors:  OK, TIMEOUT, MDMERR or UNKNOWN. UNKNOWN: the wait ended on a line before the final result came, or the
 ///          operation was refused because an argument cannot stand in its AT command (an error line says so, nothing
@@ -32,7 +33,7 @@ public:
     virtual ~Modem();
 
     /// Attaches the port and starts the command engine.
-    /// @param serial  handed over: destroyed at once when its port is not open
+    /// @param serial  handed over: destroyed at once when its port is not open or the engine could not be started
     /// @return whether the port is open and the engine runs; after false no operation may be called
     bool init(serialDriver* serial);
     /// Keeps a copy of the SIM's PIN, at most 7 characters. A longer one is refused with an error line and the PIN is

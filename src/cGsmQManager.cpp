@@ -23,7 +23,7 @@ int cGsmQManager::subscribe(EventNotifier* handler)
 
 void cGsmQManager::iInsertEvent(smsSendRequestEvent* evt)
 {
-    eventDispatch::insert(mLists, *m_SmsRequestQ, evt, binary_sem);
+    eventDispatch::insert(mLists, *m_SmsRequestQ, evt, binary_sem, mProgress);
 }
 
 void cGsmQManager::makeWait()
@@ -37,7 +37,7 @@ void* cGsmQManager::event2_thread(void* data)
     auto* const queue = static_cast<cGsmQManager*>(data);
     for (;;) {
         eventDispatch::wait(queue->binary_sem);
-        eventDispatch::pass(queue->mLists, *queue->m_Listeners, *queue->m_SmsRequestQ,
+        eventDispatch::pass(queue->mLists, *queue->m_Listeners, *queue->m_SmsRequestQ, queue->mProgress,
                             [](smsSendRequestEvent* request) { delete request; });
     }
 }

@@ -4,6 +4,7 @@
 
 #include "EventNotifier.h"
 #include "enum_list.h"
+#include "eventDispatch.h"
 #include "smsSendRequestEvent.h"
 
 #include <semaphore.h>
@@ -48,6 +49,7 @@ private:
     cEnumeratedList<EventNotifier>* m_Listeners;         ///< newest first; guarded by mLists
     cEnumeratedList<smsSendRequestEvent>* m_SmsRequestQ; ///< newest first; guarded by mLists
     std::mutex mLists;
+    eventDispatch::Progress mProgress; ///< guarded by mLists
 };
 
 #endif

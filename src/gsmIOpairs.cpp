@@ -1,10 +1,12 @@
 #include "gsmIOpairs.h"
 
+#include "maskedNumber.h"
 #include "xmlFile.h"
 
 #include <libxml/parser.h>
 
-#include <cstring>
+#include <unistd.h>
+
 #include <string>
 
 using xmlFile::forEachAttribute;
@@ -22,54 +24,66 @@ cEnumeratedList<cgsmMessageInfo>* cgsmIOpairs::getGsmInfoList(const char* filena
     auto* const list = new cEnumeratedList<cgsmMessageInfo>;
     debug("Try open %s", filename);
     std::string trouble;
-    xmlDocPtr const document = xmlFile::open(filename, trouble);
-    if (document == nullptr) {
-        debug("Fail open\n");
-        error("%s", trouble.c_str());
-        xmlCleanupParser();
-        mGsmInfoList = list;
-        return list;
-    }
-    debug("Opened file OK");
-    xmlNodePtr const root = xmlDocGetRootElement(document);
-    if (isElement(root, "gsm_connections")) {
-        unsigned records = 0;
-        for (xmlNodePtr node = root->children; node != nullptr; node = node->next) {
-            if (!isElement(node, "Label")) {
-                continue;
-            }
-            if (++records > kMaxRecords) {
-                error("%s:%ld: more than %u Label elements; the rest is ignored", filename, xmlGetLineNo(node),
-                      kMaxRecords);
-                break;
-            }
-            list->insert(getRecord(node, filename));
+    const bool there = access(filename, F_OK) == 0;
+    if (xmlDocPtr const document = xmlFile::open(filename, trouble)) {
+        debug("Opened file OK");
+        xmlNodePtr const root = xmlDocGetRootElement(document);
+        if (isElement(root, "gsm_connections") && !getRecords(root, filename, list)) {
+            error("%s: out of memory: no record of it is used", filename);
+            list->keepNewest(0, [](cgsmMessageInfo* record) { delete record; });
         }
+        xmlFreeDoc(document);
+    } else {
+        debug("Fail open\n");
+        if (there)
+            error("%s", trouble.c_str());
+        else
+            warn("%s: no SMS is obeyed or sent without it", trouble.c_str());
     }
-    xmlFreeDoc(document);
     xmlCleanupParser();
     mGsmInfoList = list;
     return list;
 }
 
-/// @return a new record with what a "Label" element holds
-cgsmMessageInfo* cgsmIOpairs::getRecord(xmlNodePtr label, const char* filename)
+/// Puts a record for each "Label" element into @p list. @return false when memory ran out for an attribute
+bool cgsmIOpairs::getRecords(xmlNodePtr root, const char* filename, cEnumeratedList<cgsmMessageInfo>* list)
 {
-    auto* const record = new cgsmMessageInfo;
-    forEachAttribute(label, "name", [&](const char* value) { record->set_label(value); });
-    for (xmlNodePtr child = label->children; child != nullptr; child = child->next) {
+    unsigned records = 0;
+    for (xmlNodePtr node = root->children; node != nullptr; node = node->next) {
+        if (!isElement(node, "Label")) {
+            continue;
+        }
+        if (++records > kMaxRecords) {
+            error("%s:%ld: more than %u Label elements; the rest is ignored", filename, xmlGetLineNo(node),
+                  kMaxRecords);
+            break;
+        }
+        auto* const record = new cgsmMessageInfo;
+        list->insert(record);
+        if (!readRecord(node, filename, record)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Fills @p record with what a "Label" element holds. @return false when memory ran out for an attribute
+bool cgsmIOpairs::readRecord(xmlNodePtr label, const char* filename, cgsmMessageInfo* record)
+{
+    bool read = forEachAttribute(label, "name", [&](const char* value) { record->set_label(value); });
+    for (xmlNodePtr child = label->children; child != nullptr && read; child = child->next) {
         if (isElement(child, "message")) {
-            forEachAttribute(child, "value", [&](const char* value) { record->set_message(value); });
+            read = forEachAttribute(child, "value", [&](const char* value) { record->set_message(value); });
         } else if (isElement(child, "number")) {
-            forEachAttribute(child, "value", [&](const char* value) {
-                if (std::strlen(value) < cgsmMessageInfo::kNumberBytes) {
-                    record->add_number(value);
-                } else {
+            read = forEachAttribute(child, "value", [&](const char* value) {
+                const int before = record->get_numCount();
+                record->add_number(value);
+                if (record->get_numCount() == before && before < cgsmMessageInfo::kNumbers)
                     error("%s:%ld: Label \"%s\": number refused, it has more than %zu characters: %s", filename,
-                          xmlGetLineNo(child), record->get_label(), cgsmMessageInfo::kNumberBytes - 1, value);
-                }
+                          xmlGetLineNo(child), record->get_label(), cgsmMessageInfo::kNumberBytes - 1,
+                          maskedNumber(value).c_str());
             });
         }
     }
-    return record;
+    return read;
 }

@@ -23,12 +23,13 @@ public:
 
     /// Reads @p filename.
     /// @return a new list, never null, with one record for each "Label" element, the last of the file first; empty when
-    /// the
-    ///         file cannot be read, which an error line says. List and records are the caller's
+    ///         there is no such file, which a warning says, or when it cannot be read, which an error line says. List
+    ///         and records are the caller's
     cEnumeratedList<cgsmMessageInfo>* getGsmInfoList(const char* filename);
 
 private:
-    cgsmMessageInfo* getRecord(xmlNodePtr label, const char* filename);
+    bool getRecords(xmlNodePtr root, const char* filename, cEnumeratedList<cgsmMessageInfo>* list);
+    bool readRecord(xmlNodePtr label, const char* filename, cgsmMessageInfo* record);
 
     cEnumeratedList<cgsmMessageInfo>* mGsmInfoList;              ///< of the latest read; owned by whoever got it
     std::unique_ptr<cEnumeratedList<cgsmMessageInfo>> mNoneRead; ///< what stands there before the first read

@@ -22,14 +22,11 @@ void cgsmMessageInfo::set_label(const char* label)
 
 void cgsmMessageInfo::add_number(const char* number)
 {
-    if (mNumCount >= kNumbers) {
+    const size_t length = std::strlen(number);
+    if (mNumCount >= kNumbers || length >= kNumberBytes) {
         return;
     }
-    if (std::strlen(number) >= kNumberBytes) {
-        error("Label \"%s\": number refused, it has more than %zu characters: %s", mLabel, kNumberBytes - 1, number);
-        return;
-    }
-    std::memcpy(mNumList[mNumCount], number, std::strlen(number) + 1);
+    std::memcpy(mNumList[mNumCount], number, length + 1);
     ++mNumCount;
 }
 

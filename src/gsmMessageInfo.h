@@ -25,8 +25,8 @@ public:
     void set_message(const char* message);
     /// Copies the first 31 bytes of @p label.
     void set_label(const char* label);
-    /// Adds a number; the eleventh and those after it are ignored. One of more than 10 characters is refused with an
-    /// error line: cut, it would be a stranger's.
+    /// Adds a number. The eleventh and those after it are ignored, and so is one of more than 10 characters: cut, it
+    /// would be a stranger's.
     void add_number(const char* number);
     /// @param val  0 to 10, within the numbers that were added
     void set_numCount(int val);

@@ -1,20 +1,25 @@
 #include "properties.h"
 
+#include "regularFile.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
+#include <sstream>
 
 bool cProperties::load(const char* file_name)
 {
-    std::ifstream file(file_name);
-    if (!file.is_open()) {
+    std::string content;
+    std::string trouble;
+    if (!readRegularFile(file_name, kMaxBytes, content, trouble)) {
         std::printf("Failed to load input file %s\n", file_name);
         std::fflush(stdout);
         return false;
     }
     mPropsMap.clear();
+    std::istringstream lines(content);
     char buffer[256];
-    while (file.getline(buffer, sizeof buffer)) { // a longer line ends the loop
+    while (lines.getline(buffer, sizeof buffer)) { // a longer line ends the loop
         std::string line(buffer);
         line.erase(std::min(line.find('#'), line.size()));
         const size_t equals = line.find('=');

@@ -1,16 +1,18 @@
 #include "xmlFile.h"
 
+#include "regularFile.h"
+
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
+#include <libxml/xmlversion.h>
 
 namespace {
+
+#if LIBXML_VERSION >= 21200
+using ErrorPointer = const xmlError*;
+#else
+using ErrorPointer = xmlErrorPtr;
+#endif
 
 /// What the parser's callbacks find out; they reach it through the parser context.
 struct Findings {
@@ -25,7 +27,7 @@ Findings& findings(void* context)
 }
 
 /// Keeps the first error; libxml2 writes none of its own to standard error then.
-void onError(void* context, xmlErrorPtr error)
+void onError(void* context, ErrorPointer error)
 {
     Findings& found = findings(context);
     if (error->level < XML_ERR_ERROR || !found.trouble.empty()) {
@@ -50,13 +52,25 @@ void refuse(void* context, const std::string& why)
     parser->wellFormed = 0;
 }
 
+/// Whether an entity's text refers to another entity. A reference to a character, "&#60;", yields that character and is
+/// not read again.
+bool refersToEntity(const xmlChar* content)
+{
+    for (const xmlChar* at = xmlStrchr(content, '&'); at != nullptr; at = xmlStrchr(at + 1, '&')) {
+        if (at[1] != '#') {
+            return true;
+        }
+    }
+    return false;
+}
+
 void onEntity(void* context, const xmlChar* name, int type, const xmlChar* publicId, const xmlChar* systemId,
               xmlChar* content)
 {
     const std::string which = std::string("entity \"") + reinterpret_cast<const char*>(name) + "\" ";
     if (++findings(context).entities > xmlFile::kMaxEntities) {
         refuse(context, which + "is one too many");
-    } else if (content != nullptr && xmlStrchr(content, '&') != nullptr) {
+    } else if (content != nullptr && refersToEntity(content)) {
         refuse(context, which + "refers to another");
     } else if (content != nullptr && static_cast<size_t>(xmlStrlen(content)) > xmlFile::kMaxEntityBytes) {
         refuse(context, which + "is too long");
@@ -77,41 +91,13 @@ void onAttributeDeclaration(void* context, const xmlChar* element, const xmlChar
     xmlSAX2AttributeDecl(context, element, name, type, presence, defaultValue, choices);
 }
 
-/// @return false with the reason in @p trouble
-bool readWhole(const char* path, std::string& content, std::string& trouble)
-{
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not make the daemon wait
-    struct stat status = {};
-    if (fd < 0 || fstat(fd, &status) != 0) {
-        trouble = std::strerror(errno);
-    } else if (!S_ISREG(status.st_mode)) {
-        trouble = "not a regular file";
-    } else {
-        char buffer[16384];
-        ssize_t length = 0;
-        while (content.size() <= xmlFile::kMaxBytes &&
-               ((length = read(fd, buffer, sizeof buffer)) > 0 || (length < 0 && errno == EINTR))) {
-            content.append(buffer, length > 0 ? static_cast<size_t>(length) : 0);
-        }
-        if (length < 0) {
-            trouble = std::strerror(errno);
-        } else if (content.size() > xmlFile::kMaxBytes) {
-            trouble = "longer than " + std::to_string(xmlFile::kMaxBytes) + " bytes";
-        }
-    }
-    if (fd >= 0) {
-        close(fd);
-    }
-    return trouble.empty();
-}
-
 } // namespace
 
 xmlDocPtr xmlFile::open(const char* path, std::string& trouble)
 {
     std::string content;
     std::string why;
-    if (!readWhole(path, content, why)) {
+    if (!readRegularFile(path, kMaxBytes, content, why)) {
         trouble = std::string(path) + ": " + why;
         return nullptr;
     }
@@ -125,8 +111,13 @@ xmlDocPtr xmlFile::open(const char* path, std::string& trouble)
     parser->sax->serror = onError;
     parser->sax->entityDecl = onEntity;
     parser->sax->attributeDecl = onAttributeDeclaration;
-    xmlDoc* const document = xmlCtxtReadMemory(parser, content.data(), static_cast<int>(content.size()), path, nullptr,
-                                               XML_PARSE_NONET | XML_PARSE_BIG_LINES);
+    xmlDoc* document = xmlCtxtReadMemory(parser, content.data(), static_cast<int>(content.size()), path, nullptr,
+                                         XML_PARSE_NONET | XML_PARSE_BIG_LINES);
+    if (parser->errNo == XML_ERR_NO_MEMORY) { // the document may lack what could not be stored
+        xmlFreeDoc(document);
+        document = nullptr;
+        found.trouble = "out of memory";
+    }
     xmlFreeParserCtxt(parser);
     if (document == nullptr) {
         trouble = std::string(path) + ":" + std::to_string(found.line) + ": " +

@@ -5,6 +5,7 @@
 #include <libxml/tree.h>
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 
 /// Threads: libxml2's global state is used, so two files are never read at the same time.
@@ -26,18 +27,29 @@ bool isElement(const xmlNode* node, const char* name);
 /// @return the node's name, or "" for those that have none (character data)
 const char* nameOf(const xmlNode* node);
 
-/// Calls @p take with the value of each attribute of @p element called @p name; the value is valid during the call.
-template <class Take> void forEachAttribute(xmlNode* element, const char* name, Take take)
+/// Calls @p take with the name and the value of each attribute of @p element; both are valid during the call.
+/// @return false when memory ran out for a value: the attributes that were not taken are not known
+template <class Take> bool forEachAttribute(const xmlNode* element, Take take)
 {
-    for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-        if (xmlStrEqual(attribute->name, BAD_CAST name) == 0) {
-            continue;
+    for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
+        xmlChar* const value = xmlGetProp(element, attribute->name);
+        if (value == nullptr) {
+            return false;
         }
-        if (xmlChar* const value = xmlGetProp(element, attribute->name)) {
-            take(reinterpret_cast<char*>(value));
-            xmlFree(value);
-        }
+        take(reinterpret_cast<const char*>(attribute->name), reinterpret_cast<char*>(value));
+        xmlFree(value);
     }
+    return true;
+}
+
+/// The same for the attributes called @p name; @p take gets the value alone.
+template <class Take> bool forEachAttribute(const xmlNode* element, const char* name, Take take)
+{
+    return forEachAttribute(element, [&](const char* attribute, char* value) {
+        if (std::strcmp(attribute, name) == 0) {
+            take(value);
+        }
+    });
 }
 
 } // namespace xmlFile

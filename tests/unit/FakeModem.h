@@ -15,6 +15,7 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -68,6 +69,12 @@ public:
         const std::size_t chunk = m_chunk == 0 ? 4096 : m_chunk;
         for (std::size_t at = 0; at < bytes.size(); at += chunk)
             put(bytes.substr(at, chunk));
+    }
+    /// Whether the terminal's user has read all that was said.
+    bool isRead() const
+    {
+        int unread = 0;
+        return ioctl(m_slave, FIONREAD, &unread) == 0 && unread == 0;
     }
     /// Goes away, as an unplugged modem does.
     void hangUp()

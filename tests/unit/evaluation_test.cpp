@@ -165,14 +165,27 @@ TEST_F(Evaluation, OfflineTriggersMissingOutputsAndHalfConnectionsDriveNothing)
     EXPECT_EQ(output->getOutputState(), kSet);
 }
 
-TEST_F(Evaluation, GsmActionPostsARequestWhereAQueueIsAttached)
+TEST_F(Evaluation, GsmActionsPostOneRequestAndNoneWhileItIsUnserved)
 {
     manager.addInput("IN", 1, kCalm);
-    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("ALARM", tavTrigger::OR, 9));
+    for (int i = 0; i < 10; ++i)
+        manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("ALARM", tavTrigger::OR, 9));
     auto* queue = new cGsmQManager(); // its thread lives as long as the process
-    queue->subscribe(&manager);
     manager.mSmsQHandler = queue;
-    manager.m_RequestSmsSend = false;
+    cWlog logger("gsm_handler_tread");
+    const auto evaluateTwentyTimes = [&] {
+        for (int i = 0; i < 20; ++i)
+            manager.check_trigger_values();
+        return queue->getEvents()->size();
+    };
+    EXPECT_EQ(evaluateTwentyTimes(), 0U) << "the modem is not set up yet, or never";
+    manager.serveSendRequest(&logger);
+    EXPECT_EQ(evaluateTwentyTimes(), 1U);
+    manager.serveSendRequest(&logger);
+    EXPECT_FALSE(manager.m_RequestSmsSend);
+    EXPECT_EQ(evaluateTwentyTimes(), 2U);
+    queue->subscribe(&manager);
+    manager.serveSendRequest(&logger);
     manager.check_trigger_values();
     for (const auto end = std::chrono::steady_clock::now() + 30s;
          !manager.m_RequestSmsSend && std::chrono::steady_clock::now() < end;)

@@ -4,8 +4,10 @@
 #include "engineCalls.h"
 #include "modem/ModemSim.h"
 
+#include <condition_variable>
 #include <gmock/gmock.h>
 #include <memory>
+#include <set>
 #include <stdio_ext.h>
 
 namespace {
@@ -128,8 +130,7 @@ TEST(GsmSetup, EntersAWrongPinOnceAndSaysWhatIsMissing)
     EXPECT_EQ(1, card.modem.pinEntries());
 }
 
-// The state cannot be read after the PIN was sent: the second round finds the SIM locked still, and sends it nothing.
-TEST(GsmSetup, EntersNoPinTwiceInAPass)
+TEST(GsmSetup, EntersThePinAgainWhereItsOutcomeCannotBeRead)
 {
     Card& card = Card::make(lockedWith("2468"));
     for (int i = 0; i < 2; ++i)
@@ -139,7 +140,7 @@ TEST(GsmSetup, EntersNoPinTwiceInAPass)
     const std::string log = card.setUp(usable);
     EXPECT_FALSE(usable);
     EXPECT_EQ(1U, countOf("Attempt 2", log)) << log;
-    EXPECT_EQ(1, card.modem.pinEntries());
+    EXPECT_EQ(2, card.modem.pinEntries());
 }
 
 TEST(GsmSetup, EntersNothingWhileTheStateCannotBeRead)
@@ -179,6 +180,13 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
                                 "99999999999999999999\n1357\n", "-5\n1357\n"}) {
         typeOnConsole(console);
         card.gsm.enterPuk();
+        EXPECT_EQ(0, card.modem.pukEntries()) << console;
+    }
+    for (const char* console : {"01234567\n2468\n", "12345678\n0246\n"}) { // they would be sent without their zero
+        typeOnConsole(console);
+        testing::internal::CaptureStderr();
+        card.gsm.enterPuk();
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("begins with a zero"));
         EXPECT_EQ(0, card.modem.pukEntries()) << console;
     }
 }
@@ -235,6 +243,71 @@ TEST(Gsm, DeliversEachReportAtLeastOnce)
     card.gsm.subscribe(&late);
     card.modem.sms("0151", "hello");
     EXPECT_TRUE(eventually([&] { return late.m_sms >= 2; })); // what came before it subscribed, too
+}
+
+// While one report is being delivered, a modem gone mad sends thousands.
+TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
+{
+    class Slow : public EventNotifier {
+    public:
+        void EventOccured(ModemEvent& event) override
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_called = true;
+            m_changed.notify_all();
+            m_changed.wait(lock, [this] { return m_open; });
+            ++m_count;
+            const bool sms = event.getEventType() == ModemEvent::SMS;
+            m_texts.insert(sms ? static_cast<SmsEvent&>(event).getSmsId() : static_cast<USDEvent&>(event).getUsdCode());
+        }
+        void EventOccured(smsSendRequestEvent& /*event*/) override {}
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
+        bool m_called = false, m_open = false;
+        int m_count = 0;
+        std::set<std::string> m_texts;
+    };
+    const auto sms = [](const char* place) {
+        auto* event = new SmsEvent;
+        event->setSmsId(place);
+        return event;
+    };
+    Card& card = Card::make();
+    auto& slow = *new Slow;
+    card.gsm.subscribe(&slow);
+    cWlog::init(cWlog::INFO);
+    testing::internal::CaptureStderr();
+
+    card.gsm.iInsertEvent(sms("7"));
+    {
+        std::unique_lock<std::mutex> lock(slow.m_mutex);
+        slow.m_changed.wait(lock, [&] { return slow.m_called; });
+    }
+    card.gsm.iInsertEvent(sms("8"));
+    for (int i = 1; i <= 20000; ++i) {
+        auto* event = new USDEvent;
+        event->setUsdCode(("answer " + std::to_string(i)).c_str());
+        card.gsm.iInsertEvent(event);
+    }
+    EXPECT_LE(card.gsm.getEvents()->size(), Gsm::kMostWaiting + 2);
+    {
+        std::lock_guard<std::mutex> lock(slow.m_mutex);
+        slow.m_open = true;
+    }
+    slow.m_changed.notify_all();
+    const auto delivered = [&](const char* text) {
+        return eventually([&] {
+            std::lock_guard<std::mutex> lock(slow.m_mutex);
+            return slow.m_texts.count(text) != 0;
+        });
+    };
+    EXPECT_TRUE(delivered("answer 20000"));
+    EXPECT_TRUE(delivered("8"));
+    card.gsm.iInsertEvent(sms("9"));
+    EXPECT_TRUE(delivered("9"));
+    std::lock_guard<std::mutex> lock(slow.m_mutex);
+    EXPECT_LT(slow.m_count, 5000);
+    EXPECT_EQ(1U, countOf("of each kind only the newest waits", testing::internal::GetCapturedStderr()));
 }
 
 TEST(Gsm, IsDeadWithoutItsPort)

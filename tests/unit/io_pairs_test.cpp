@@ -1,6 +1,7 @@
 #include "IOpairs.h"
 #include "cWlog.h"
 #include "scratchFolder.h"
+#include "shortMemory.h"
 
 #include <gmock/gmock.h>
 
@@ -141,16 +142,41 @@ TEST_F(IoPairs, GathersAnActionFromAllItsDetails)
     }
 }
 
-TEST_F(IoPairs, RefusesADetailWhoseLabelIsTooLong)
+TEST_F(IoPairs, RefusesTheConnectionOfALabelThatIsTooLong)
 {
     const std::string longest(31, 'x');
     const std::string tooLong(32, 'y');
-    EXPECT_EQ(readPair("<trigger>\n<detail io_label='" + longest + "'/>\n<detail io_label='" + tooLong +
-                           "' dev_type='IO'/>\n</trigger>",
-                       "<action><detail io_label='OUT'/><detail dev_type='GSM' io_label='" + tooLong + "'/></action>"),
-              "OR(" + longest + ":255) -> OR OUT:255;");
-    EXPECT_THAT(mErrors, HasSubstr("pairs.xml:3: detail refused"));
-    EXPECT_THAT(mErrors, HasSubstr("pairs.xml:4: detail refused"));
+    const std::string other =
+        "<connection><trigger><detail io_label='" + longest + "'/></trigger>" + kOut + "</connection>";
+    const std::string details = "\n<detail io_label='DOOR'/><trigger>\n<detail io_label='" + tooLong + "'/></trigger>";
+    for (const std::string& refused :
+         {"<trigger operation='AND'>" + details + "</trigger>" + kOut,
+          "<trigger operation='AND'>" + details + "</trigger>" + kIn + kOut, // a later trigger does not mend it
+          kIn + std::string("\n<action>\n<detail io_label='OUT'/><detail io_label='" + tooLong + "'/></action>")}) {
+        EXPECT_EQ(read("<io_connections><connection>" + refused + "</connection>" + other + "</io_connections>"),
+                  "OR(" + longest + ":255) -> OR OUT:0;");
+        EXPECT_THAT(mErrors, HasSubstr("pairs.xml:3: this io_label has more than 31 characters: " + tooLong));
+        EXPECT_THAT(mErrors, HasSubstr("pairs.xml:1: the connection is refused"));
+    }
+}
+
+TEST_F(IoPairs, IsReadWholeOrNotAtAllWhenMemoryRunsOut)
+{
+    const std::string whole = "AND(IN:0 OR(!IN2:255)) -> INV OUT:9;OR(IN:255) -> OR OUT:0;";
+    const std::string file = mFolder.write(
+        "pairs.xml", "<io_connections><connection><trigger operation='AND'><detail dev_type='IO' io_label='IN'/>"
+                     "<trigger><detail io_label='IN2' io_invert='true'/></trigger></trigger><action "
+                     "operation='INV'><detail io_label='OUT' dev_type='GSM'/></action></connection><connection>" +
+                         std::string(kIn) + kOut + "</connection></io_connections>");
+    bool ranOut = true;
+    for (long requests = 1; ranOut; ++requests) {
+        const ShortMemory memory(requests);
+        std::string line;
+        mErrors = standardErrorOf([&] { line = text(cIOpairs(file.c_str()).getConnectionLst()); });
+        ranOut = ShortMemory::ranOut();
+        EXPECT_EQ(line, ranOut && line == "null" ? "null" : whole) << requests;
+        EXPECT_EQ(line == "null", mErrors.find("ERROR") != std::string::npos) << mErrors;
+    }
 }
 
 TEST_F(IoPairs, WithoutAConnectionThereIsNoList)
@@ -221,6 +247,7 @@ TEST_F(IoPairs, SaysWhereABrokenFileIsBroken)
     EXPECT_EQ(read(wrapped("<!ENTITY e 'IN7'>\n<!ENTITY far SYSTEM 'file:///etc/hostname'>\n", "&e;")),
               "OR(IN7:255) -> OR OUT:0;")
         << "short entities are fine, and a foreign file that nobody names is not looked at";
+    EXPECT_EQ(read(wrapped("<!ENTITY lt \"&#38;#60;\">\n", "A&lt;B")), "OR(A<B:255) -> OR OUT:0;");
     EXPECT_EQ(readPair("<trigger>&amp;<detail io_label='A&amp;B&#67;'/></trigger>", kOut), "OR(A&BC:255) -> OR OUT:0;");
 }
 
@@ -243,22 +270,17 @@ TEST_F(IoPairs, NeverWaitsForAFileThatIsNone)
     }
 }
 
-TEST_F(IoPairs, IgnoresWhatAListCannotCount)
+TEST_F(IoPairs, RefusesTheConnectionWhoseChildrenCannotBeCounted)
 {
     std::string details;
     for (int i = 0; i < 65540; ++i) {
         details += "<detail io_label='A'/>\n";
     }
-    const std::string file = mFolder.write("pairs.xml", "<io_connections><connection><trigger>\n" + details +
-                                                            "</trigger>" + kOut + "</connection></io_connections>");
-    const std::string errors = standardErrorOf([&] {
-        WList* const list = cIOpairs(file.c_str()).getConnectionLst();
-        ASSERT_NE(list, nullptr);
-        const std::unique_ptr<tavConnection> connection(static_cast<tavConnection*>(list->pull()));
-        EXPECT_EQ(connection->getTrigger()->getTriggerLst()->size(), 65535);
-        delete list;
-    });
-    EXPECT_THAT(errors, testing::ContainsRegex("pairs.xml:6553[78]: more than 65535 entries; the rest is ignored\n"));
+    EXPECT_EQ(read("<io_connections><connection><trigger>\n" + details + "</trigger>" + kOut +
+                   "</connection><connection>" + kIn + kOut + "</connection></io_connections>"),
+              "OR(IN:255) -> OR OUT:0;");
+    EXPECT_THAT(mErrors, testing::ContainsRegex("pairs.xml:6553[78]: a trigger has more than 65535 children\n"));
+    EXPECT_THAT(mErrors, HasSubstr("pairs.xml:1: the connection is refused\n"));
 }
 
 TEST_F(IoPairs, ShowsAConnectionOnStandardOutput)

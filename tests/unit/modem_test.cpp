@@ -5,6 +5,8 @@
 #include "engineCalls.h"
 
 #include <gmock/gmock.h>
+#include <log4cpp/AppenderSkeleton.hh>
+#include <log4cpp/Category.hh>
 #include <memory>
 
 namespace {
@@ -221,4 +223,62 @@ TEST(Modem, DropsMessagesThatAreListedTooLate)
     EXPECT_THAT(take(rig.modem.qGetList()), ElementsAre("1 \"+49151\" PUMP ON"));
     EXPECT_TRUE(eventually([&] { return rig.listener.last() == "77"; }));
     late.join();
+}
+
+// The log stands still with the line about a failed SMS until the receive thread has read on.
+TEST(Modem, ReceivesWhileTheLogIsStuck)
+{
+    class Stuck : public log4cpp::AppenderSkeleton {
+    public:
+        explicit Stuck(FakeModem& modem) : AppenderSkeleton("stuck"), m_modem(modem) {}
+        void close() override {}
+        bool requiresLayout() const override { return false; }
+        void setLayout(log4cpp::Layout* /*layout*/) override {}
+        bool m_received = false;
+
+    protected:
+        void _append(const log4cpp::LoggingEvent& event) override
+        {
+            if (event.message.find("was not acknowledged") == std::string::npos)
+                return;
+            m_modem.say("one\r\ntwo\r\nthree\r\n");
+            m_received = eventually([this] { return m_modem.isRead(); });
+        }
+
+    private:
+        FakeModem& m_modem;
+    };
+    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
+    Stuck stuck(rig.fake);
+    log4cpp::Category& category = log4cpp::Category::getInstance("Modem");
+    category.addAppender(stuck);
+    EXPECT_EQ(ErrStat::MDMERR, rig.modem.iSendSMS(text("0151"), text("text")));
+    category.removeAppender(&stuck);
+    EXPECT_TRUE(stuck.m_received);
+}
+
+// The receive thread goes on with the last command: lines and silences are handed to it.
+TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
+{
+    Rig& rig = Rig::make({{"AT+CMGF=1\r", "\r\nOK\r\n"}});
+    ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
+    delete &rig.modem;
+    rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
+    EXPECT_TRUE(eventually([&] { return rig.fake.isRead(); }));
+    EXPECT_EQ("", rig.listener.last());
+}
+
+TEST(Modem, IsNotReadyWithoutAReceiveThread)
+{
+    pthread_attr_t usual;
+    pthread_attr_t huge;
+    ASSERT_EQ(0, pthread_getattr_default_np(&usual));
+    ASSERT_EQ(0, pthread_attr_init(&huge));
+    ASSERT_EQ(0, pthread_attr_setstacksize(&huge, ~std::size_t{0xfffff})); // no thread can have that
+    FakeModem fake;
+    Modem modem(nullptr);
+    auto* port = new serialDriver(fake.path());
+    ASSERT_EQ(0, pthread_setattr_default_np(&huge));
+    EXPECT_FALSE(modem.init(port));
+    ASSERT_EQ(0, pthread_setattr_default_np(&usual));
 }

@@ -1,6 +1,8 @@
 #include "properties.h"
 #include "scratchFolder.h"
 
+#include <sys/stat.h>
+
 namespace {
 
 class Properties : public testing::Test {
@@ -78,8 +80,19 @@ TEST_F(Properties, AMissingFileIsToldAndChangesNothing)
 
     load("b=2\n");
     EXPECT_EQ(value("a"), "-") << "a new file replaces all of the old one";
-    EXPECT_TRUE(mProperties.load("/")) << "a folder opens, and holds nothing";
-    EXPECT_EQ(value("b"), "-");
+}
+
+TEST_F(Properties, WhatIsNoRegularFileIsRefusedWithoutAWait)
+{
+    load("b=2\n");
+    const std::string pipe = mFolder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& file : {pipe, mFolder.path("")}) {
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(mProperties.load(file.c_str()));
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "Failed to load input file " + file + "\n");
+        EXPECT_EQ(value("b"), "2");
+    }
 }
 
 } // namespace

@@ -179,6 +179,25 @@ TEST_F(SendRequests, NothingIsDroppedBeforeItIsDelivered)
     EXPECT_TRUE(waitUntil([this] { return mAlive == kKept; })) << mAlive;
 }
 
+// A pass that copied the list would not be done with so many before the deadline.
+TEST_F(SendRequests, PostsWithoutAListenerCostTheSameEach)
+{
+    constexpr int kPosts = 200000;
+    for (int i = 0; i < kPosts; ++i) {
+        post(i);
+    }
+    class Counter : public EventNotifier {
+    public:
+        void EventOccured(ModemEvent&) override {}
+        void EventOccured(smsSendRequestEvent&) override { ++mCalls; }
+        std::atomic<int> mCalls{0};
+    };
+    auto& counter = *new Counter;
+    mQueue.subscribe(&counter);
+    post(kPosts);
+    EXPECT_TRUE(waitUntil([&] { return counter.mCalls > kPosts && mAlive == kKept; })) << counter.mCalls;
+}
+
 TEST(EventDispatch, ASignalIsNoWakeUp)
 {
     static std::atomic<int> signals{0};

@@ -107,8 +107,13 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
     ASSERT_TRUE(gsm.setupModem()) << modem.transcript();
     cIOpairs connections(pairs.c_str());
     cWlog logger("gsm_handler_tread");
+    cWlog::init(cWlog::INFO);
+    testing::internal::CaptureStderr();
     manager.handle_sms(&gsm, &records, &connections, &logger);
+    const std::string log = testing::internal::GetCapturedStderr();
     std::remove(pairs.c_str());
+    for (const char* number : {"111", "222", "999", "301", "302", "303"}) // two masks could undo one another
+        EXPECT_EQ(log.find(number), std::string::npos) << log;
 
     EXPECT_EQ(fan->getOutputState(), cObject::OBJ_IO_STATE_CLEAR) << "a message that was read before is no command";
     EXPECT_FALSE(manager.m_Sms);
