@@ -56,32 +56,6 @@ private:
     const int m_fd;
 };
 
-// How long the modem has been silent for a command. Each wait starts afresh, but for one that goes on after an
-// interruption or on a dead port.
-class Silence {
-public:
-    void begin(const Command* cmd, seconds limit)
-    {
-        if (!m_goesOn || cmd != m_cmd)
-            m_since = Clock::now();
-        m_goesOn = false;
-        m_cmd = cmd;
-        m_limit = limit;
-    }
-    void goOn() { m_goesOn = true; }
-    microseconds left() const
-    {
-        const auto past = std::chrono::duration_cast<microseconds>(Clock::now() - m_since);
-        return std::max(microseconds(0), microseconds(m_limit) - past);
-    }
-
-private:
-    const Command* m_cmd = nullptr;
-    Clock::time_point m_since;
-    seconds m_limit{0};
-    bool m_goesOn = false;
-};
-
 } // namespace
 
 CmdHandler::CmdHandler(serialDriver* ser)
@@ -151,7 +125,8 @@ void CmdHandler::receive()
 {
     const Port port(serial->getFD());
     ReplyLine line;
-    Silence silence;
+    const Command* waitsFor = nullptr; // of a wait that goes on after an interruption or on a dead port
+    Clock::time_point since;
     bool alive = true;
     for (;;) {
         Command* cmd = takeCurrent();
@@ -159,9 +134,15 @@ void CmdHandler::receive()
             usleep(1);
             continue;
         }
-        silence.begin(cmd, seconds(cmd->getTout()));
+        if (cmd != waitsFor)
+            since = Clock::now();
+        waitsFor = cmd;
+        const auto left = [&] {
+            const auto past = std::chrono::duration_cast<microseconds>(Clock::now() - since);
+            return std::max(microseconds(0), seconds(cmd->getTout()) - past);
+        };
         unsigned char byte = 0;
-        Waited waited = port.awaitByte(silence.left(), byte);
+        Waited waited = port.awaitByte(left(), byte);
         if (waited == Waited::Dead) {
             const int reason = errno;
             if (alive) { // said once, not ten times a second
@@ -169,17 +150,18 @@ void CmdHandler::receive()
                 error("The modem's port is dead: %s\n", reason == 0 ? "end of file" : strerror(reason));
             }
             alive = false;
-            sleepWhole(std::min<microseconds>(kDeadPause, silence.left()));
-            waited = silence.left() == microseconds(0) ? Waited::Silence : Waited::Interrupted;
+            sleepWhole(std::min<microseconds>(kDeadPause, left()));
+            waited = left() == microseconds(0) ? Waited::Silence : Waited::Interrupted;
         } else if (waited == Waited::Interrupted) {
             debug("Listen thread error\n");
         } else {
             alive = true;
         }
 
-        if (waited == Waited::Interrupted) {
-            silence.goOn();
-        } else if (waited == Waited::Silence) {
+        if (waited == Waited::Interrupted)
+            continue;
+        waitsFor = nullptr;
+        if (waited == Waited::Silence) {
             cmd->setTimeOut();
             cmd->setDone();
         } else {

@@ -45,9 +45,8 @@ char* get_state_string(uint8_t val, cWlog* mainlog);
 /// Threads: main (constructor, run), the object client's delivery thread (handleObjectAction), the GSM handler
 /// thread (create_gsm_handler and what it calls), the two dispatch threads (EventOccured).
 /// Locks, none of them recursive, in the order in which they are taken:
-/// - mEvaluationMutex: one evaluation, refresh or GSM command's walk at a time. It guards the cursors of the connection
-///   and trigger lists, and every port object got from getInputs and getOutputs while it is in use. It is let go while
-///   the modem is talked to.
+/// - mEvaluationMutex: one evaluation, refresh or commanded output at a time. It guards the cursors of the connection
+///   and trigger lists, and every port object got from getInputs and getOutputs while it is in use.
 /// - mPortListMutex: mTriggerPorts and mOutputPorts, that is the pointers, the lists, their cursors, the inputs' alarm
 ///   states.
 class GSMIOmanager : public cWlog, public cObjectListener, public EventNotifier {
@@ -121,8 +120,8 @@ public:
     /// One SMS pass: reads the stored messages, obeys the unread ones, clears m_Sms and empties places 1 to 10.
     void handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                     cWlog* logger);
-    /// The GSM variant of the action step: sends alarm texts, or switches an output. Takes the evaluation mutex itself
-    /// and lets it go while it sends.
+    /// The GSM variant of the action step: sends alarm texts, or switches an output. Takes the evaluation mutex for the
+    /// output alone: each text takes seconds, and meanwhile inputs drive outputs.
     void setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                         Gsm* gsmObj);
 
@@ -168,7 +167,6 @@ private:
     void answerQuery(cgsmMessageInfo* record, const char* number, Gsm* gsmObj, cWlog* logger);
     void obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                    cIOpairs* gsm_connection, cWlog* logger);
-    void command(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
     pthread_mutex_t mEvaluationMutex;

@@ -189,10 +189,7 @@ void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm*
 {
     char unquoted[16];
     snprintf(unquoted, sizeof unquoted, "%s", number);
-    const size_t length = strlen(unquoted);
-    if (length < 2)
-        return;
-    unquoted[length - 1] = '\0';
+    unquoted[strlen(unquoted) - 1] = '\0';
     char* destination = unquoted + 1;
 
     char reply[160];
@@ -210,42 +207,30 @@ void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
         record->set_state(on ? 1 : 0); // commanded, though nothing can be driven
         return;
     }
-    {
-        ScopedLock evaluation(mEvaluationMutex);
-        connections->reset();
-        while (auto* connection = static_cast<tavConnection*>(connections->get())) {
-            WList* children = connection->getTrigger()->getTriggerLst();
-            children->reset();
-            while (auto* child = static_cast<tavTrigger*>(children->get())) {
-                if (strcmp(child->getLabel(), record->get_label()) == 0) {
-                    if (on)
-                        logger->debug("Message said turn ON\n");
-                    else
-                        logger->debug("Message said turn OFF\n");
-                    record->set_state(on ? 1 : 0);
-                    gsmInfoList->set_point();
-                    command(on ? SET : RESET, connection->getAction(), gsmInfoList, gsmObj);
-                    gsmInfoList->restore_point();
-                }
-                children->step();
+    connections->reset();
+    while (auto* connection = static_cast<tavConnection*>(connections->get())) {
+        WList* children = connection->getTrigger()->getTriggerLst();
+        children->reset();
+        while (auto* child = static_cast<tavTrigger*>(children->get())) {
+            if (strcmp(child->getLabel(), record->get_label()) == 0) {
+                if (on)
+                    logger->debug("Message said turn ON\n");
+                else
+                    logger->debug("Message said turn OFF\n");
+                record->set_state(on ? 1 : 0);
+                gsmInfoList->set_point();
+                setActionState(on ? SET : RESET, connection->getAction(), gsmInfoList, gsmObj);
+                gsmInfoList->restore_point();
             }
-            connections->step();
+            children->step();
         }
+        connections->step();
     }
     releaseConnections(connections);
 }
 
 void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                                   Gsm* gsmObj)
-{
-    ScopedLock evaluation(mEvaluationMutex);
-    command(state, action, gsmInfoList, gsmObj);
-}
-
-// Called with the evaluation mutex held, which is let go while alarms are sent: each text takes seconds, and meanwhile
-// inputs drive outputs. The lists that are being walked belong to this thread.
-void GSMIOmanager::command(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
-                           Gsm* gsmObj)
 {
     debug("inside crazy GSM set action state\n");
     debug("Action Operation is: %d", action->getOperation());
@@ -257,12 +242,11 @@ void GSMIOmanager::command(eTrigState state, tavTrigger* action, cEnumeratedList
         return;
 
     if (action->getType() == tavTrigger::kTypeGsm) {
-        if (gsmInfoList != nullptr && gsmObj != nullptr) {
-            ScopedUnlock talking(mEvaluationMutex);
+        if (gsmInfoList != nullptr && gsmObj != nullptr)
             sendAlarms(action->getLabel(), gsmInfoList, gsmObj);
-        }
         return;
     }
+    ScopedLock evaluation(mEvaluationMutex);
     driveOutput(state, action, true);
 }
 

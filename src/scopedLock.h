@@ -1,4 +1,4 @@
-// Holds a POSIX mutex for the length of a block, or lets it go for one.
+// Holds a POSIX mutex for the length of a block.
 #ifndef SCOPEDLOCK_H
 #define SCOPEDLOCK_H
 
@@ -11,18 +11,6 @@ public:
     ~ScopedLock() { pthread_mutex_unlock(&m_mutex); }
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
-
-private:
-    pthread_mutex_t& m_mutex;
-};
-
-class ScopedUnlock {
-public:
-    /// @param mutex borrowed, held by this thread; held again from the end of the block on
-    explicit ScopedUnlock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_unlock(&m_mutex); }
-    ~ScopedUnlock() { pthread_mutex_lock(&m_mutex); }
-    ScopedUnlock(const ScopedUnlock&) = delete;
-    ScopedUnlock& operator=(const ScopedUnlock&) = delete;
 
 private:
     pthread_mutex_t& m_mutex;
