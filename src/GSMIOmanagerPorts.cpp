@@ -1,6 +1,7 @@
 // The port lists: which labels the connections name, and the ports that the object server has for them.
 #include "GSMIOmanager.h"
 
+#include "libraryExtras.h"
 #include "scopedLock.h"
 
 #include <cstring>
@@ -13,15 +14,25 @@ const char* word(bool set)
     return set ? "SET" : "CLEARED";
 }
 
-bool holdsLabel(WList* ports, const char* label)
+// Adds a label to a label list unless it is there. @p known holds the list's labels, or fewer if others filled the
+// list.
+template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::string_view>& known, const char* label)
 {
-    ports->reset();
-    while (auto* port = static_cast<cObjectPort*>(ports->get())) {
-        if (port->getPortLabel() != nullptr && strcmp(port->getPortLabel(), label) == 0)
-            return true;
-        ports->step();
+    if (known.size() != labels->size()) {
+        labels->reset();
+        while (auto* port = static_cast<cObjectPort*>(labels->get())) {
+            if (port->getPortLabel() != nullptr)
+                known.insert(port->getPortLabel());
+            labels->step();
+        }
     }
-    return false;
+    if (known.find(label) != known.end())
+        return false;
+    auto* port = new Port();
+    port->setPortLabel(label);
+    labels->add(port);
+    known.insert(port->getPortLabel());
+    return true;
 }
 
 // Takes a port list's objects out of it, to be freed once no evaluation can use them.
@@ -38,14 +49,14 @@ std::vector<cObjectPort*> portsOf(WList* ports)
     return taken;
 }
 
-// The daemon's longest walk: @p traced is a constant of the caller's, so that an untraced walk compares and steps only.
-template <typename Port, typename Trace> Port* findPort(WList* ports, const char* label, Trace trace)
+// The first port with this label, of a list that has no index or whose walk is traced.
+template <typename Trace> cObjectPort* walkTo(WList* ports, const char* label, Trace trace)
 {
     if (ports == nullptr)
         return nullptr;
     ports->reset();
     for (uint16_t i = ports->size(); i > 0; --i) {
-        if (auto* port = static_cast<Port*>(ports->get())) {
+        if (auto* port = static_cast<cObjectPort*>(ports->get())) {
             const char* held = port->getPortLabel();
             trace(port, held);
             if (held != nullptr && strcmp(held, label) == 0)
@@ -72,19 +83,11 @@ void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
     }
     if (trig) {
         debug("%d-%s Label: %s; Invert:", t->getType(), t->getType() == 0 ? "INPUT" : "OUTPUT", t->getLabel());
-        if (holdsLabel(mTriggerPortLabels, t->getLabel()))
-            return;
-        auto* port = new cObjectPort();
-        port->setPortLabel(t->getLabel());
-        mTriggerPortLabels->add(port);
-        debug("Adding Trigger Port");
+        if (addLabel<cObjectPort>(mTriggerPortLabels, mKnownTriggerLabels, t->getLabel()))
+            debug("Adding Trigger Port");
     } else {
-        if (holdsLabel(mOutputPortLabels, t->getLabel()))
-            return;
-        auto* port = new cObjectDOutput();
-        port->setPortLabel(t->getLabel());
-        mOutputPortLabels->add(port);
-        debug("Adding Output Port");
+        if (addLabel<cObjectDOutput>(mOutputPortLabels, mKnownOutputLabels, t->getLabel()))
+            debug("Adding Output Port");
     }
 }
 
@@ -111,7 +114,12 @@ void GSMIOmanager::refreshPorts(WList*& ports, WList* labels, bool outputs)
 {
     delete ports;
     ports = new WList();
+    fetchPorts(ports, labels, outputs);
+    (outputs ? mOutputIndex : mInputIndex).build(ports);
+}
 
+void GSMIOmanager::fetchPorts(WList* ports, WList* labels, bool outputs)
+{
     cObjectList request;
     labels->reset();
     while (auto* label = static_cast<cObjectPort*>(labels->get())) {
@@ -156,15 +164,17 @@ void GSMIOmanager::logPort(cObjectPort* port, bool output)
 cObjectPort* GSMIOmanager::getInputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    return findPort<cObjectPort>(mTriggerPorts, label, [](const void*, const char*) {});
+    if (mInputIndex.isOf(mTriggerPorts))
+        return mInputIndex.find(label);
+    return walkTo(mTriggerPorts, label, [](const void*, const char*) {});
 }
 
 cObjectDOutput* GSMIOmanager::getOutputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    if (!debugEnabled()) // asked once instead of at every port
-        return findPort<cObjectDOutput>(mOutputPorts, label, [](const void*, const char*) {});
-    return findPort<cObjectDOutput>(mOutputPorts, label, [&](const void* port, const char* held) {
+    if (mOutputIndex.isOf(mOutputPorts) && !libraryExtras::mayTrace(*this))
+        return static_cast<cObjectDOutput*>(mOutputIndex.find(label));
+    return static_cast<cObjectDOutput*>(walkTo(mOutputPorts, label, [&](const void* port, const char* held) {
         debug("Checking Output %p,%p,%p", port, static_cast<const void*>(held), static_cast<const void*>(label));
-    });
+    }));
 }

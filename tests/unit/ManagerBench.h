@@ -21,6 +21,7 @@ public:
         return *all.back();
     }
 
+    using GSMIOmanager::connectTo;
     using GSMIOmanager::handle_event;
     using GSMIOmanager::m_RequestSmsSend;
     using GSMIOmanager::m_Sms;
@@ -32,13 +33,6 @@ public:
     using GSMIOmanager::mTriggerPorts;
     using GSMIOmanager::obey;
 
-    /// Starts a client of the server on this port; events are delivered from now on.
-    void connectTo(uint16_t port)
-    {
-        mObjectClient = new cObjectClient();
-        mObjectClient->addListener(this);
-        mObjectClient->start("127.0.0.1", port);
-    }
     /// What run() does with the connections before its loop.
     void collectLabels()
     {
