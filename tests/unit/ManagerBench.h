@@ -25,6 +25,7 @@ public:
     using GSMIOmanager::handle_event;
     using GSMIOmanager::m_RequestSmsSend;
     using GSMIOmanager::m_Sms;
+    using GSMIOmanager::mConfig_struct;
     using GSMIOmanager::mConnLst;
     using GSMIOmanager::mOutputPortLabels;
     using GSMIOmanager::mOutputPorts;
@@ -33,6 +34,8 @@ public:
     using GSMIOmanager::mTriggerPorts;
     using GSMIOmanager::obey;
 
+    /// From here on outputs change in the list alone. The client lives on.
+    void leaveServer() { mObjectClient = nullptr; }
     /// What run() does with the connections before its loop.
     void collectLabels()
     {
