@@ -2,9 +2,12 @@
 #include "GSMIOmanager.h"
 
 #include "VelIdentifier.h"
+#include "libraryExtras.h"
 #include "properties.h"
 #include "scopedLock.h"
+#include "sleepWhole.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -19,6 +22,7 @@ constexpr char kPropertiesPath[] = "/etc/tav/telnodriver.conf";
 constexpr int kServerPort = 60000;
 constexpr int kTavLiteHardware = 1;
 constexpr int kPollPeriodMs = 120 * 1000;
+constexpr int64_t kShortestPeriodMs = 1000;
 
 int64_t monotonicMs()
 {
@@ -43,11 +47,10 @@ GSMIOmanager::GSMIOmanager(const property_values& configuration)
     : cWlog("GSMIOmanager"), mConfig_struct(configuration), mObjectClient(nullptr), mOutputPortLabels(new WList),
       mOutputPorts(nullptr), mConn(nullptr), mConnLst(new WList), mGsm_handler_thread(), mSmsQHandler(nullptr),
       mTriggerPortLabels(new WList), mTriggerPorts(nullptr), got_sms(false), hasGsm(false), m_Sms(true),
-      m_RequestSmsSend(true), isamatch_logger(new cWlog("VelIdentifier")), mPortListMutex(), mEvaluationMutex(),
+      m_RequestSmsSend(true), isamatch_logger(new cWlog("VelIdentifier")), mPortListMutex(),
       mWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), mRequestUnserved(true)
 {
     pthread_mutex_init(&mPortListMutex, nullptr);
-    pthread_mutex_init(&mEvaluationMutex, nullptr);
 }
 
 GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
@@ -55,10 +58,7 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
     readConfiguration();
 
     // From here on messages may be delivered: everything that they touch exists.
-    mObjectClient = new cObjectClient();
-    mObjectClient->addListener(this);
-    if (!mObjectClient->start(mConfig_struct.host, kServerPort))
-        error("The object client could not be started on %s", mConfig_struct.host);
+    connectTo(mConfig_struct.host, kServerPort);
 
     mConn = new cIOpairs(mConfig_struct.ioPairFile);
     WList* connections = mConn->getConnectionLst();
@@ -70,6 +70,19 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
 }
 
 GSMIOmanager::~GSMIOmanager() = default;
+
+void GSMIOmanager::connectTo(const char* host, int port)
+{
+    mObjectClient = new cObjectClient();
+    mObjectClient->addListener(this);
+    libraryExtras::onReconnection(*mObjectClient, [wake = mWakeFd] {
+        // The server may have forgotten outputs or learned ports, and inputs may have changed: poll now.
+        const uint64_t once = 1;
+        (void)!::write(wake, &once, sizeof once);
+    });
+    if (!mObjectClient->start(host, port))
+        error("The object client could not be started on %s", host);
+}
 
 void GSMIOmanager::readConfiguration()
 {
@@ -129,10 +142,11 @@ void GSMIOmanager::run()
     }
 
     for (;;) {
+        const int64_t begun = monotonicMs();
         debug("Polling Triggers");
         update_lists();
         check_trigger_values();
-        waitForPoll();
+        waitForPoll(begun);
     }
 }
 
@@ -145,8 +159,9 @@ void GSMIOmanager::attachSendRequestQueue()
     mSmsQHandler = queue;
 }
 
-// Sleeps for the poll period, or until the object server has said that it is new. An interrupted wait goes on.
-void GSMIOmanager::waitForPoll()
+// Sleeps for the poll period, or until there is a connection to the object server again; from the poll that has @p
+// begun to the next it is a second at least. An interrupted wait goes on.
+void GSMIOmanager::waitForPoll(int64_t begun)
 {
     const int64_t end = monotonicMs() + kPollPeriodMs;
     for (;;) {
@@ -156,6 +171,9 @@ void GSMIOmanager::waitForPoll()
         pollfd wake = {mWakeFd, POLLIN, 0};
         const int ready = poll(&wake, 1, static_cast<int>(left));
         if (ready > 0) {
+            const int64_t early = begun + kShortestPeriodMs - monotonicMs();
+            if (early > 0)
+                sleepWhole(std::chrono::milliseconds(std::min(early, kShortestPeriodMs)));
             uint64_t count;
             (void)!read(mWakeFd, &count, sizeof count);
             return;

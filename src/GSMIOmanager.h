@@ -13,13 +13,17 @@
 #include "cObjectListener.h"
 #include "cWlog.h"
 #include "enum_list.h"
+#include "fairMutex.h"
 #include "gsmMessageInfo.h"
+#include "portIndex.h"
 #include "tavConnection.h"
 #include "tavTrigger.h"
 
 #include <atomic>
 #include <cstdint>
 #include <pthread.h>
+#include <string_view>
+#include <unordered_set>
 
 /// The configuration as read from the properties file; each text is terminated and cut to its field.
 struct property_values {
@@ -45,10 +49,12 @@ char* get_state_string(uint8_t val, cWlog* mainlog);
 /// Threads: main (constructor, run), the object client's delivery thread (handleObjectAction), the GSM handler
 /// thread (create_gsm_handler and what it calls), the two dispatch threads (EventOccured).
 /// Locks, none of them recursive, in the order in which they are taken:
-/// - mEvaluationMutex: one evaluation, refresh or commanded output at a time. It guards the cursors of the connection
+/// - mEvaluationMutex: one evaluation, refresh or commanded output at a time, first come, first served. It guards the
+/// cursors of the connection
 ///   and trigger lists, and every port object got from getInputs and getOutputs while it is in use.
 /// - mPortListMutex: mTriggerPorts and mOutputPorts, that is the pointers, the lists, their cursors, the inputs' alarm
-///   states.
+///   states; their indexes, too. All but the cursors change only while both mutexes are held: an evaluation reads them
+///   without this one.
 class GSMIOmanager : public cWlog, public cObjectListener, public EventNotifier {
 public:
     /// The state of a trigger; OFFLINE gives no state, so that nothing is done. INVERSE is never produced.
@@ -69,7 +75,7 @@ public:
     GSMIOmanager& operator=(const GSMIOmanager&) = delete;
 
     /// The run loop: GSM handler thread on the TAVLite card, label lists, and a refresh and an evaluation every 120 s
-    /// or as soon as the object server says that it is new. Never returns.
+    /// or as soon as there is a connection to the object server again, then at most once a second. Never returns.
     void run();
 
     /// True on the TAVLite card. @param logger borrowed by the hardware identifier for this call
@@ -126,6 +132,8 @@ public:
                         Gsm* gsmObj);
 
 protected:
+    /// Makes the client, with the manager as its listener. From then on messages may be delivered.
+    void connectTo(const char* host, int port);
     void handle_event(cObjectList* rx_msg);
     /// Tries every record against one message, which is only read.
     void obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
@@ -152,13 +160,16 @@ protected:
 private:
     void readConfiguration();
     void attachSendRequestQueue();
-    void waitForPoll();
+    void waitForPoll(int64_t begun);
 
     void refreshPorts(WList*& ports, WList* labels, bool outputs);
+    void fetchPorts(WList* ports, WList* labels, bool outputs);
     void logPort(cObjectPort* port, bool output);
 
     void updateInput(cObjectEvent* event);
 
+    cObjectPort* inputOf(tavTrigger* leaf);
+    cObjectDOutput* outputOf(tavTrigger* action);
     eTrigState firstOrLast(eTrigState deciding, WList* trigLst);
     void driveOutput(eTrigState state, tavTrigger* action, bool commanded);
 
@@ -169,7 +180,10 @@ private:
                    cIOpairs* gsm_connection, cWlog* logger);
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
-    pthread_mutex_t mEvaluationMutex;
+    FairMutex mEvaluationMutex;
+    PortIndex mInputIndex, mOutputIndex; // of mTriggerPorts and mOutputPorts
+    // Of the label lists; the texts are their ports'.
+    std::unordered_set<std::string_view> mKnownTriggerLabels, mKnownOutputLabels;
     int mWakeFd; // eventfd that ends the poll loop's wait early
     // A send request waits for the GSM handler thread, which clears this; set under the evaluation mutex. True at
     // start, like m_RequestSmsSend.

@@ -1,6 +1,7 @@
 // Trigger trees to states, states to outputs.
 #include "GSMIOmanager.h"
 
+#include "libraryExtras.h"
 #include "scopedLock.h"
 #include "smsSendRequestEvent.h"
 
@@ -65,7 +66,7 @@ GSMIOmanager::eTrigState GSMIOmanager::handleTrigger(tavTrigger* trigger)
         debug("Trigger Label is NULL");
         return OFFLINE;
     }
-    cObjectPort* input = getInputs(label, trigger->getType());
+    cObjectPort* input = inputOf(trigger);
     if (input == nullptr) {
         debug("Could not find input %s", label);
         return OFFLINE;
@@ -73,6 +74,26 @@ GSMIOmanager::eTrigState GSMIOmanager::handleTrigger(tavTrigger* trigger)
     const bool active = input->getPortStatus() == cObject::OBJ_STATUS_ALARM_SET;
     debug("Found trigger %s alarm_state %s", label, active ? "SET" : "CLEAR");
     return active != trigger->getInvert() ? SET : RESET;
+}
+
+// A leaf's input, looked up once after each refresh. The lists do not change under the evaluation mutex.
+cObjectPort* GSMIOmanager::inputOf(tavTrigger* leaf)
+{
+    if (!mInputIndex.isOf(mTriggerPorts))
+        return getInputs(leaf->getLabel(), leaf->getType());
+    if (!leaf->remembersPort(mInputIndex.number()))
+        leaf->rememberPort(mInputIndex.number(), getInputs(leaf->getLabel(), leaf->getType()));
+    return leaf->getPort();
+}
+
+// Likewise an action's output; a trace shows every look-up.
+cObjectDOutput* GSMIOmanager::outputOf(tavTrigger* action)
+{
+    if (!mOutputIndex.isOf(mOutputPorts) || libraryExtras::mayTrace(*this))
+        return getOutputs(action->getLabel(), action->getType());
+    if (!action->remembersPort(mOutputIndex.number()))
+        action->rememberPort(mOutputIndex.number(), getOutputs(action->getLabel(), action->getType()));
+    return static_cast<cObjectDOutput*>(action->getPort());
 }
 
 GSMIOmanager::eTrigState GSMIOmanager::handleORtrigger(WList* trigLst)
@@ -129,7 +150,7 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cGsmQMan
 // The output step of both action steps; they differ in one line of trace.
 void GSMIOmanager::driveOutput(eTrigState state, tavTrigger* action, bool commanded)
 {
-    cObjectDOutput* output = getOutputs(action->getLabel(), action->getType());
+    cObjectDOutput* output = outputOf(action);
     if (output == nullptr)
         return;
     const char* label = output->getPortLabel();

@@ -3,8 +3,6 @@
 
 #include "scopedLock.h"
 
-#include <unistd.h>
-
 namespace {
 
 enum eMsgType { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };
@@ -12,6 +10,22 @@ enum eMsgType { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };
 const char* word(cObject::eObjectStatus status)
 {
     return status == cObject::OBJ_STATUS_ALARM_SET ? "SET" : "CLEARED";
+}
+
+// The first port that the event may be about, in a list that has no index.
+cObjectPort* walkTo(WList* ports, cObjectEvent* event)
+{
+    if (ports == nullptr)
+        return nullptr;
+    ports->reset();
+    for (uint16_t i = ports->size(); i > 0; --i) {
+        auto* port = static_cast<cObjectPort*>(ports->get());
+        if (port != nullptr && port->getDeviceSerial() == event->getDeviceSerial() &&
+            port->getPortId() == event->getPortId() && port->getPortType() == event->getObjectType())
+            return port;
+        ports->step();
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -40,16 +54,10 @@ void GSMIOmanager::handle_event(cObjectList* rx_msg)
             continue;
         }
         auto* event = object->getType() == cObject::OBJ_EVENT ? dynamic_cast<cObjectEvent*>(object) : nullptr;
-        if (event == nullptr)
+        if (event == nullptr || event->getEventType() != cObjectEvent::EVENT_PORT)
             continue;
-        if (event->getEventType() == cObjectEvent::EVENT_PORT) {
-            updateInput(event);
-            check_trigger_values();
-        } else if (event->getEventType() == cObjectEvent::EVENT_SITE) {
-            // The server is new, and may have forgotten outputs or learned ports: refresh now, not at the next poll.
-            const uint64_t once = 1;
-            (void)!::write(mWakeFd, &once, sizeof once);
-        }
+        updateInput(event);
+        check_trigger_values();
     }
 }
 
@@ -62,18 +70,12 @@ void GSMIOmanager::updateInput(cObjectEvent* event)
 
     ScopedLock evaluation(mEvaluationMutex);
     ScopedLock lists(mPortListMutex);
-    if (mTriggerPorts == nullptr)
+    cObjectPort* port = mInputIndex.isOf(mTriggerPorts)
+                            ? mInputIndex.find(event->getDeviceSerial(), event->getPortId(), event->getObjectType())
+                            : walkTo(mTriggerPorts, event);
+    if (port == nullptr)
         return;
-    mTriggerPorts->reset();
-    for (uint16_t i = mTriggerPorts->size(); i > 0; --i) {
-        auto* port = static_cast<cObjectPort*>(mTriggerPorts->get());
-        if (port != nullptr && port->getDeviceSerial() == event->getDeviceSerial() &&
-            port->getPortId() == event->getPortId() && port->getPortType() == event->getObjectType()) {
-            port->setPortStatus(event->getStatus());
-            debug("Updating Trigger: Serial=0x%08X,port=%d,port_type=%d,almstat=%s", port->getDeviceSerial(),
-                  port->getPortId(), port->getPortType(), word(port->getPortStatus()));
-            return;
-        }
-        mTriggerPorts->step();
-    }
+    port->setPortStatus(event->getStatus());
+    debug("Updating Trigger: Serial=0x%08X,port=%d,port_type=%d,almstat=%s", port->getDeviceSerial(), port->getPortId(),
+          port->getPortType(), word(port->getPortStatus()));
 }

@@ -1,10 +1,10 @@
 // The port lists: which labels the connections name, and the ports that the object server has for them.
 #include "GSMIOmanager.h"
 
+#include "libraryExtras.h"
 #include "scopedLock.h"
 
 #include <cstring>
-#include <vector>
 
 namespace {
 
@@ -13,39 +13,48 @@ const char* word(bool set)
     return set ? "SET" : "CLEARED";
 }
 
-bool holdsLabel(WList* ports, const char* label)
+// Adds a label to a label list unless it is there. @p known holds the list's labels, or fewer if others filled the
+// list.
+template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::string_view>& known, const char* label)
 {
-    ports->reset();
-    while (auto* port = static_cast<cObjectPort*>(ports->get())) {
-        if (port->getPortLabel() != nullptr && strcmp(port->getPortLabel(), label) == 0)
-            return true;
-        ports->step();
+    if (known.size() != labels->size()) {
+        labels->reset();
+        while (auto* port = static_cast<cObjectPort*>(labels->get())) {
+            if (port->getPortLabel() != nullptr)
+                known.insert(port->getPortLabel());
+            labels->step();
+        }
     }
-    return false;
+    if (known.find(label) != known.end())
+        return false;
+    auto* port = new Port();
+    port->setPortLabel(label);
+    labels->add(port);
+    known.insert(port->getPortLabel());
+    return true;
 }
 
-// Takes a port list's objects out of it, to be freed once no evaluation can use them.
-std::vector<cObjectPort*> portsOf(WList* ports)
+// Adds a port list's objects to those that are to be freed once no evaluation can use them.
+void addPorts(WList* ports, cObjectList& replaced)
 {
-    std::vector<cObjectPort*> taken;
     if (ports == nullptr)
-        return taken;
+        return;
     ports->reset();
     for (uint16_t i = ports->size(); i > 0; --i) {
-        taken.push_back(static_cast<cObjectPort*>(ports->get()));
+        if (auto* port = static_cast<cObjectPort*>(ports->get()))
+            replaced.add(port);
         ports->step();
     }
-    return taken;
 }
 
-// The daemon's longest walk: @p traced is a constant of the caller's, so that an untraced walk compares and steps only.
-template <typename Port, typename Trace> Port* findPort(WList* ports, const char* label, Trace trace)
+// The first port with this label, of a list that has no index or whose walk is traced.
+template <typename Trace> cObjectPort* walkTo(WList* ports, const char* label, Trace trace)
 {
     if (ports == nullptr)
         return nullptr;
     ports->reset();
     for (uint16_t i = ports->size(); i > 0; --i) {
-        if (auto* port = static_cast<Port*>(ports->get())) {
+        if (auto* port = static_cast<cObjectPort*>(ports->get())) {
             const char* held = port->getPortLabel();
             trace(port, held);
             if (held != nullptr && strcmp(held, label) == 0)
@@ -72,19 +81,11 @@ void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
     }
     if (trig) {
         debug("%d-%s Label: %s; Invert:", t->getType(), t->getType() == 0 ? "INPUT" : "OUTPUT", t->getLabel());
-        if (holdsLabel(mTriggerPortLabels, t->getLabel()))
-            return;
-        auto* port = new cObjectPort();
-        port->setPortLabel(t->getLabel());
-        mTriggerPortLabels->add(port);
-        debug("Adding Trigger Port");
+        if (addLabel<cObjectPort>(mTriggerPortLabels, mKnownTriggerLabels, t->getLabel()))
+            debug("Adding Trigger Port");
     } else {
-        if (holdsLabel(mOutputPortLabels, t->getLabel()))
-            return;
-        auto* port = new cObjectDOutput();
-        port->setPortLabel(t->getLabel());
-        mOutputPortLabels->add(port);
-        debug("Adding Output Port");
+        if (addLabel<cObjectDOutput>(mOutputPortLabels, mKnownOutputLabels, t->getLabel()))
+            debug("Adding Output Port");
     }
 }
 
@@ -94,28 +95,33 @@ void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
 void GSMIOmanager::update_lists()
 {
     ScopedLock evaluation(mEvaluationMutex);
-    std::vector<cObjectPort*> replaced;
+    cObjectList replaced;
     {
         ScopedLock lists(mPortListMutex);
-        replaced = portsOf(mTriggerPorts);
+        addPorts(mTriggerPorts, replaced);
         refreshPorts(mTriggerPorts, mTriggerPortLabels, false);
-        const std::vector<cObjectPort*> outputs = portsOf(mOutputPorts);
-        replaced.insert(replaced.end(), outputs.begin(), outputs.end());
+        addPorts(mOutputPorts, replaced);
         refreshPorts(mOutputPorts, mOutputPortLabels, true);
     }
-    for (cObjectPort* port : replaced)
-        delete port;
+    replaced.deleteObjects();
 }
 
 void GSMIOmanager::refreshPorts(WList*& ports, WList* labels, bool outputs)
 {
     delete ports;
     ports = new WList();
+    fetchPorts(ports, labels, outputs);
+    (outputs ? mOutputIndex : mInputIndex).build(ports);
+}
 
+void GSMIOmanager::fetchPorts(WList* ports, WList* labels, bool outputs)
+{
     cObjectList request;
     labels->reset();
     while (auto* label = static_cast<cObjectPort*>(labels->get())) {
-        request.add(label->copy());
+        cObjectPort* wanted = outputs ? new cObjectDOutput() : new cObjectPort();
+        wanted->setPortLabel(label->getPortLabel());
+        request.add(wanted);
         labels->step();
     }
     cObjectList* answer = mObjectClient != nullptr ? mObjectClient->get(&request) : nullptr;
@@ -134,8 +140,10 @@ void GSMIOmanager::refreshPorts(WList*& ports, WList* labels, bool outputs)
     if (object != nullptr)
         warn("The object server's answer holds an object of another kind, type %d: it and what follows is not used",
              object->getType());
+    cObjectList unused;
     for (; object != nullptr; object = answer->next())
-        delete object;
+        unused.add(object);
+    unused.deleteObjects();
     delete answer;
 }
 
@@ -156,15 +164,17 @@ void GSMIOmanager::logPort(cObjectPort* port, bool output)
 cObjectPort* GSMIOmanager::getInputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    return findPort<cObjectPort>(mTriggerPorts, label, [](const void*, const char*) {});
+    if (mInputIndex.isOf(mTriggerPorts))
+        return mInputIndex.find(label);
+    return walkTo(mTriggerPorts, label, [](const void*, const char*) {});
 }
 
 cObjectDOutput* GSMIOmanager::getOutputs(const char* label, uint8_t /*type*/)
 {
     ScopedLock lists(mPortListMutex);
-    if (!debugEnabled()) // asked once instead of at every port
-        return findPort<cObjectDOutput>(mOutputPorts, label, [](const void*, const char*) {});
-    return findPort<cObjectDOutput>(mOutputPorts, label, [&](const void* port, const char* held) {
+    if (mOutputIndex.isOf(mOutputPorts) && !libraryExtras::mayTrace(*this))
+        return static_cast<cObjectDOutput*>(mOutputIndex.find(label));
+    return static_cast<cObjectDOutput*>(walkTo(mOutputPorts, label, [&](const void* port, const char* held) {
         debug("Checking Output %p,%p,%p", port, static_cast<const void*>(held), static_cast<const void*>(label));
-    });
+    }));
 }

@@ -36,9 +36,13 @@ WList* cIOpairs::getConnectionLst()
     xmlCleanupParser();
     if (mOutOfMemory) {
         error("%s: out of memory: no connection of it is used", mFilename);
-        while (!list->empty()) {
-            delete static_cast<tavConnection*>(list->pull());
+        list->reset();
+        while (auto* const connection = static_cast<tavConnection*>(list->get())) {
+            delete connection;
+            list->step();
         }
+        delete list;
+        list = new WList;
     }
     if (list->size() > 0) {
         return list;

@@ -1,19 +1,40 @@
-// Holds a POSIX mutex for the length of a block.
+// Holds a mutex for the length of a block.
 #ifndef SCOPEDLOCK_H
 #define SCOPEDLOCK_H
 
 #include <pthread.h>
 
-class ScopedLock {
+inline void lockMutex(pthread_mutex_t& mutex)
+{
+    pthread_mutex_lock(&mutex);
+}
+
+inline void unlockMutex(pthread_mutex_t& mutex)
+{
+    pthread_mutex_unlock(&mutex);
+}
+
+template <typename Mutex> void lockMutex(Mutex& mutex)
+{
+    mutex.lock();
+}
+
+template <typename Mutex> void unlockMutex(Mutex& mutex)
+{
+    mutex.unlock();
+}
+
+/// For a POSIX mutex, and for any with lock() and unlock().
+template <typename Mutex> class ScopedLock {
 public:
     /// @param mutex borrowed; locked until the end of the block
-    explicit ScopedLock(pthread_mutex_t& mutex) : m_mutex(mutex) { pthread_mutex_lock(&m_mutex); }
-    ~ScopedLock() { pthread_mutex_unlock(&m_mutex); }
+    explicit ScopedLock(Mutex& mutex) : m_mutex(mutex) { lockMutex(m_mutex); }
+    ~ScopedLock() { unlockMutex(m_mutex); }
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
 private:
-    pthread_mutex_t& m_mutex;
+    Mutex& m_mutex;
 };
 
 #endif

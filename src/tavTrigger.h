@@ -8,9 +8,11 @@
 #include <cstdint>
 #include <cstdio>
 
+class cObjectPort;
+
 /// A composite (an operation over a list of children), a leaf (an input port) or an action (an output port, an alarm
-/// SMS). Built by the reader and not changed afterwards. No lock: evaluations, which walk the lists, exclude one
-/// another.
+/// SMS). Built by the reader and not changed afterwards, but for the port that it remembers. No lock: evaluations,
+/// which walk the lists, exclude one another.
 class tavTrigger {
 public:
     enum eOperation { INVERSE = 0, OR = 1, AND = 2 };
@@ -42,6 +44,15 @@ public:
     /// @return whether the input is read inverted
     bool getInvert() const { return mInvert; }
     void setInvert(bool invert) { mInvert = invert; }
+    /// Whether the port of this label is remembered from a look-up in the port list of this number; never from 0.
+    bool remembersPort(uint64_t list) const { return list != 0 && list == mPortsNumber; }
+    /// @return the port that is remembered; borrowed, null if there is none of this label
+    cObjectPort* getPort() const { return mPort; }
+    void rememberPort(uint64_t list, cObjectPort* port)
+    {
+        mPortsNumber = list;
+        mPort = port;
+    }
     /// Prints the node and its children to standard output; moves the lists' cursors.
     void show();
 
@@ -51,6 +62,8 @@ private:
     uint8_t mType;
     bool mInvert;
     WList* mTriggerLst;
+    uint64_t mPortsNumber = 0;
+    cObjectPort* mPort = nullptr;
 };
 
 #endif

@@ -119,10 +119,10 @@ void cWlog::setLogName(const char* name)
 
 bool cWlog::debugEnabled()
 {
-    return enabled(DEBUG);
+    return writes(DEBUG);
 }
 
-bool cWlog::enabled(WlogPiority priority) const
+bool cWlog::writes(WlogPiority priority) const
 {
     return mCategory->getChainedPriority() >= priority;
 }
@@ -148,7 +148,7 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
 // The five differ in their priority only; a macro is the one way to hand on a variable argument list without a va_list
 // in each of them.
 #define CWLOG_LINE(priority)                                                                                           \
-    if (enabled(priority)) {                                                                                           \
+    if (writes(priority)) {                                                                                            \
         va_list arguments;                                                                                             \
         va_start(arguments, format);                                                                                   \
         write(priority, format, arguments);                                                                            \

@@ -52,6 +52,8 @@ public:
     void setLogName(const char* name);
     /// @return whether debug() would write
     bool debugEnabled();
+    /// @return whether a line of this priority would be written
+    bool writes(WlogPiority priority) const;
 
     void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void info(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -60,7 +62,6 @@ public:
     void fatal(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
 private:
-    bool enabled(WlogPiority priority) const;
     void write(WlogPiority priority, const char* format, __builtin_va_list arguments)
         __attribute__((format(printf, 3, 0)));
 

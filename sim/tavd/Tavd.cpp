@@ -21,7 +21,7 @@ constexpr size_t kMaxFrame = 1 << 20;
 constexpr size_t kUnsentLimit = 100000;
 enum eKind : uint32_t { KIND_PORT = 1, KIND_DIN = 2, KIND_DOUT = 3, KIND_AIN = 4, KIND_EVENT = 5 };
 enum eType : uint32_t { TYPE_GET = 0, TYPE_SET = 1, TYPE_EVENT = 3 };
-enum eEvent : uint32_t { EVENT_PORT = 2, EVENT_SITE = 3 };
+enum eEvent : uint32_t { EVENT_PORT = 2 };
 
 void addPort(const Port& from, tavobj::Message& message)
 {
@@ -176,7 +176,7 @@ public:
 
 private:
     void accept();
-    void greet(const std::shared_ptr<Session>& session);
+    void admit(const std::shared_ptr<Session>& session);
     void receive(const std::shared_ptr<Session>& session, const tavobj::Message& request);
     void answer(const std::shared_ptr<Session>& session, const tavobj::Message& request);
     void obey(const std::shared_ptr<Session>& session, const tavobj::Message& request);
@@ -268,7 +268,7 @@ void Tavd::Server::accept()
                     change.notify_all();
                 });
             session->hang(m_hanging);
-            greet(session);
+            admit(session);
             return accept();
         }
         m_pause->expires_after(std::chrono::milliseconds(100)); // no descriptor, say: no spin
@@ -279,23 +279,15 @@ void Tavd::Server::accept()
     });
 }
 
-// The new client is told that the server is new to it, and every input's status. The state stays locked until it is one
-// of the clients, so that no change falls between.
-// A client that is new, or that finds us new, asks for what it needs. The inputs' states are not told here: told before
-// the client asked and obeyed after the answer, an old one would undo a newer one for a moment.
-void Tavd::Server::greet(const std::shared_ptr<Session>& session)
+// A client that is new, or that finds us new, asks for what it needs: it is told nothing here. The inputs' states, told
+// before the client asked and obeyed after the answer, would undo newer ones for a moment.
+void Tavd::Server::admit(const std::shared_ptr<Session>& session)
 {
-    tavobj::Message message;
-    message.set_type(TYPE_EVENT);
-    tavobj::Object* site = message.add_objects();
-    site->set_kind(KIND_EVENT);
-    site->mutable_event()->set_event_type(EVENT_SITE);
     {
         std::lock_guard<std::mutex> lock(mutex);
         m_sessions.insert(session);
         ++connections;
         clients = m_sessions.size();
-        session->send(framed(message));
     }
     change.notify_all();
     session->read();

@@ -21,9 +21,11 @@ public:
         return *all.back();
     }
 
+    using GSMIOmanager::connectTo;
     using GSMIOmanager::handle_event;
     using GSMIOmanager::m_RequestSmsSend;
     using GSMIOmanager::m_Sms;
+    using GSMIOmanager::mConfig_struct;
     using GSMIOmanager::mConnLst;
     using GSMIOmanager::mOutputPortLabels;
     using GSMIOmanager::mOutputPorts;
@@ -32,13 +34,8 @@ public:
     using GSMIOmanager::mTriggerPorts;
     using GSMIOmanager::obey;
 
-    /// Starts a client of the server on this port; events are delivered from now on.
-    void connectTo(uint16_t port)
-    {
-        mObjectClient = new cObjectClient();
-        mObjectClient->addListener(this);
-        mObjectClient->start("127.0.0.1", port);
-    }
+    /// From here on outputs change in the list alone. The client lives on.
+    void leaveServer() { mObjectClient = nullptr; }
     /// What run() does with the connections before its loop.
     void collectLabels()
     {

@@ -34,7 +34,7 @@ protected:
     void start()
     {
         ASSERT_TRUE(server.start("127.0.0.1", 0));
-        manager.connectTo(server.port());
+        manager.connectTo("127.0.0.1", server.port());
     }
     // Refreshes until the server has answered; what came while the connection was being made may fail.
     void refresh()
@@ -80,6 +80,47 @@ TEST_F(ManagerAndServer, RunLoopRepairsOutputsAsSoonAsTheServerIsBack)
     server.setOutput("OUT1", kClear, 2);
     ASSERT_TRUE(server.start("127.0.0.1", server.port()));
     EXPECT_TRUE(outputsStand(kSet, kSet)) << "an output that was lost in an outage is driven again";
+}
+
+TEST_F(ManagerAndServer, TheFirstRefreshOfEveryStartReachesAServerThatSaysNothing)
+{
+    ASSERT_TRUE(server.start("127.0.0.1", 0));
+    for (int i = 0; i < 30; ++i) {
+        ManagerBench& starting = ManagerBench::forEver();
+        starting.addConnection(leaf("IN1"), action("OUT1"));
+        starting.collectLabels();
+        starting.connectTo("127.0.0.1", server.port());
+        starting.update_lists();
+        ASSERT_NE(starting.getInputs("IN1", 0), nullptr) << "start " << i;
+    }
+}
+
+// Only a new connection makes the run loop poll before its time, and no more than once a second.
+TEST_F(ManagerAndServer, PollsOnceAtTheStartNeverOnASiteEventAndSeldomInAStormOfReconnections)
+{
+    constexpr size_t kGetsOfAPoll = 2;
+    start();
+    std::thread([&running = manager] { running.run(); }).detach();
+    ASSERT_TRUE(outputsStand(kClear, kSet));
+    tavobj::Message site;
+    site.set_type(3);
+    site.add_objects()->set_kind(cObject::OBJ_EVENT);
+    site.mutable_objects(0)->mutable_event()->set_event_type(cObjectEvent::EVENT_SITE);
+    for (int i = 0; i < 1000; ++i)
+        server.sendRaw(sim::Tavd::frame(site.SerializeAsString()));
+    server.setInput("IN1", kSet); // obeyed after all of them
+    ASSERT_TRUE(outputsStand(kSet, kClear));
+    ASSERT_EQ(server.gets(), kGetsOfAPoll);
+
+    constexpr size_t kReconnections = 10;
+    const auto begun = std::chrono::steady_clock::now();
+    for (size_t i = 1; i <= kReconnections; ++i) {
+        server.sendRaw("\xff\xff\xff\xff"); // no message: the client drops the connection
+        ASSERT_TRUE(server.waitUntil([&] { return server.connections() == i + 1; }, kLimit));
+    }
+    ASSERT_TRUE(server.waitUntil([this] { return server.gets() > kGetsOfAPoll; }, kLimit)) << "told of a reconnection";
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begun);
+    EXPECT_LE(server.gets(), kGetsOfAPoll * (3 + static_cast<size_t>(seconds.count())));
 }
 
 TEST_F(ManagerAndServer, OutageEmptiesTheListsAndDrivesNothing)

@@ -30,13 +30,15 @@ struct Listener : cObjectListener {
         std::lock_guard<std::mutex> lock(mutex);
         types.push_back(message->getMsgType());
         for (cObject* object = message->first(); object != nullptr; object = message->next()) {
-            if (auto* event = dynamic_cast<cObjectEvent*>(object)) {
-                if (event->getEventType() == cObjectEvent::EVENT_SITE)
-                    ++greetings;
-                else
-                    statuses.push_back(event->getStatus());
-            }
+            if (auto* event = dynamic_cast<cObjectEvent*>(object))
+                statuses.push_back(event->getStatus());
         }
+        changed.notify_all();
+    }
+    void reconnected()
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        ++returns;
         changed.notify_all();
     }
     template <typename Condition> bool waitUntil(Condition holds)
@@ -49,22 +51,24 @@ struct Listener : cObjectListener {
     std::condition_variable changed;
     std::vector<uint8_t> types;
     std::vector<cObject::eObjectStatus> statuses;
-    int greetings = 0;
+    int returns = 0; // of the server
 };
 
 class ObjectClient : public testing::Test {
 protected:
     void SetUp() override
     {
-        server.setPorts({simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9)});
+        server.setPorts(
+            {simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9), simPort(true, "OUT2", 10)});
         ASSERT_TRUE(server.start("127.0.0.1", 0));
     }
     void connect()
     {
         client = std::make_unique<cObjectClient>();
         client->addListener(&listener);
+        client->onReconnection([this] { listener.reconnected(); });
         ASSERT_TRUE(client->start("127.0.0.1", server.port()));
-        ASSERT_TRUE(listener.waitUntil([this] { return listener.greetings == 1; }));
+        ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u) << "the first get waits for the connection";
     }
     // Asks for one label; the answer's objects are returned, owned.
     std::vector<std::unique_ptr<cObject>> ask(cObjectPort&& wanted, const char* label, bool* answered = nullptr)
@@ -80,9 +84,16 @@ protected:
             objects.emplace_back(object);
         return objects;
     }
-    bool comesBack(int greetings)
+    bool comesBack(int times)
     {
-        return listener.waitUntil([this, greetings] { return listener.greetings >= greetings; });
+        return listener.waitUntil([this, times] { return listener.returns >= times; });
+    }
+    // The output as the server has it after everything that was sent before.
+    cObject::eObjectIOState outputState(const char* label)
+    {
+        const auto found = ask(cObjectDOutput(), label);
+        return found.empty() ? cObject::OBJ_IO_STATE_UNKNOWN
+                             : dynamic_cast<cObjectDOutput&>(*found[0]).getOutputState();
     }
 
     sim::Tavd server;
@@ -116,7 +127,7 @@ TEST_F(ObjectClient, AnEmptyRequestIsAnsweredWithoutAskingTheServer)
     const std::unique_ptr<cObjectList> answer(client->get(&request));
     ASSERT_NE(answer, nullptr);
     EXPECT_EQ(answer->first(), nullptr);
-    EXPECT_EQ(server.gets(), 0u);
+    EXPECT_EQ(server.gets(), 1u) << "connect()'s";
 }
 
 TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
@@ -142,11 +153,78 @@ TEST_F(ObjectClient, WritesReachTheServerAndTheNewestWins)
         output.setOutputState(i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET);
         ASSERT_EQ(client->set(&output), 0);
     }
-    auto now = ask(cObjectDOutput(), "OUT1"); // after all the writes
-    ASSERT_EQ(now.size(), 1u);
-    EXPECT_EQ(dynamic_cast<cObjectDOutput&>(*now[0]).getOutputState(), cObject::OBJ_IO_STATE_SET);
+    EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
     EXPECT_EQ(server.writes().back().state, 1u);
     EXPECT_EQ(server.writes().back().toggled, 4u);
+}
+
+// The socket fills and takes part of a frame; what waits behind it is the newest state of each output.
+TEST_F(ObjectClient, WritesToAServerThatDoesNotReadWaitForItAndTheirCallerDoesNot)
+{
+    connect();
+    server.hang(true);
+    cObjectDOutput outputs[2];
+    outputs[0].setPortLabel("OUT1");
+    outputs[1].setPortLabel("OUT2");
+    constexpr int kWrites = 300000; // of some 40 bytes: more than the socket's buffers hold
+    for (int i = 0; i <= kWrites; ++i) {
+        for (cObjectDOutput& output : outputs) {
+            output.setOutputState(i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET);
+            ASSERT_EQ(client->set(&output), 0);
+        }
+    }
+    server.hang(false);
+    EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
+    EXPECT_EQ(outputState("OUT2"), cObject::OBJ_IO_STATE_SET);
+    EXPECT_LT(server.writes().size(), size_t{2} * kWrites) << "older states of an output that waited are not sent";
+    EXPECT_EQ(server.connections(), 1u) << "every frame was whole";
+}
+
+// The io thread closes and opens the socket while others send on it.
+TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
+{
+    connect();
+    std::atomic<bool> done{false};
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 2; ++i)
+        writers.emplace_back([this, &done] {
+            cObjectDOutput output;
+            output.setPortLabel("OUT2");
+            while (!done) {
+                client->set(&output);
+                std::this_thread::yield();
+            }
+        });
+    for (int times = 1; times <= 5; ++times) {
+        server.stop();
+        ASSERT_TRUE(server.start("127.0.0.1", server.port()));
+        ASSERT_TRUE(comesBack(times));
+    }
+    done = true;
+    for (std::thread& writer : writers)
+        writer.join();
+    cObjectDOutput output;
+    output.setPortLabel("OUT1");
+    output.setOutputState(cObject::OBJ_IO_STATE_SET);
+    EXPECT_EQ(client->set(&output), 0);
+    EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
+    EXPECT_EQ(server.connections(), 6u);
+}
+
+TEST_F(ObjectClient, ARefusedFirstAttemptEndsTheFirstGet)
+{
+    const uint16_t port = server.port();
+    server.stop();
+    client = std::make_unique<cObjectClient>();
+    client->onReconnection([this] { listener.reconnected(); });
+    ASSERT_TRUE(client->start("127.0.0.1", port));
+    const auto begun = std::chrono::steady_clock::now();
+    bool answered = true;
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
+    ASSERT_TRUE(server.start("127.0.0.1", port));
+    EXPECT_TRUE(comesBack(1)) << "who has asked in vain is told";
 }
 
 TEST_F(ObjectClient, WithoutAServerNothingBlocksAndItsReturnIsNoticed)
@@ -165,7 +243,7 @@ TEST_F(ObjectClient, WithoutAServerNothingBlocksAndItsReturnIsNoticed)
     EXPECT_EQ(client->set(&output), -1);
 
     ASSERT_TRUE(server.start("127.0.0.1", server.port()));
-    ASSERT_TRUE(comesBack(2));
+    ASSERT_TRUE(comesBack(1));
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
 }
 
@@ -177,7 +255,7 @@ TEST_F(ObjectClient, AServerThatHangsIsGivenUpAndTriedAnew)
     ask(cObjectPort(), "IN1", &answered);
     EXPECT_FALSE(answered);
     server.hang(false);
-    ASSERT_TRUE(comesBack(2)) << "the silent connection is replaced, so that the server's return is told";
+    ASSERT_TRUE(comesBack(1)) << "the silent connection is replaced, so that the server's return is told";
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
 }
 
@@ -203,6 +281,8 @@ TEST_F(ObjectClient, AListenerMayAskAndWriteWhileItRuns)
     asking.client = client.get();
     client->addListener(&asking);
     ASSERT_TRUE(client->start("127.0.0.1", server.port()));
+    ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    server.setInput("IN1", 1);
     EXPECT_TRUE(server.waitUntil([&] { return asking.answered.load(); }, kLimit));
     client.reset(); // its threads end before the listener
 }
@@ -222,13 +302,13 @@ TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
         many.add_objects()->set_kind(1);
     tavobj::Message strange;
     strange.set_type(300);
-    int greetings = 1;
+    int returns = 0;
     for (const std::string& bytes :
          {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random, std::string(4, '\0'),
           sim::Tavd::frame("\xff\xff\xff"), sim::Tavd::frame(many.SerializeAsString()),
           sim::Tavd::frame(strange.SerializeAsString())}) {
         server.sendRaw(bytes);
-        ASSERT_TRUE(comesBack(++greetings));
+        ASSERT_TRUE(comesBack(++returns));
         ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
     }
 }
@@ -259,7 +339,7 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     message.set_id(4711); // of no request: an answer that nobody waits for
     server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
-    EXPECT_EQ(listener.greetings, 1) << "the connection was never given up";
+    EXPECT_EQ(listener.returns, 0) << "the connection was never given up";
 }
 
 // A few large messages hold as much as very many small ones.
@@ -278,7 +358,7 @@ TEST_F(ObjectClient, WhatAStuckListenerLeavesUndeliveredIsBounded)
         server.sendRaw(frames);
         ASSERT_TRUE(server.waitUntil([this] { return server.connections() == 2; }, kLimit));
     }
-    ASSERT_TRUE(comesBack(2));
+    ASSERT_TRUE(comesBack(1));
     EXPECT_LT(listener.types.size(), 5u) << "what was undelivered is dropped with its connection";
 }
 
@@ -290,8 +370,8 @@ TEST_F(ObjectClient, ARequestThatNoAnswerCouldHoldIsRefusedAtOnce)
         request.add(new cObjectPort());
     EXPECT_EQ(client->get(&request), nullptr);
     request.deleteObjects();
-    EXPECT_EQ(server.gets(), 0u);
-    EXPECT_EQ(listener.greetings, 1);
+    EXPECT_EQ(server.gets(), 1u) << "connect()'s";
+    EXPECT_EQ(listener.returns, 0);
 }
 
 } // namespace

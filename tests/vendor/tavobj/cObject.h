@@ -30,8 +30,8 @@ public:
         OBJ_STATUS_ALARM_WARN
     };
     enum eObjectIOState { OBJ_IO_STATE_UNKNOWN, OBJ_IO_STATE_SET, OBJ_IO_STATE_CLEAR };
-    virtual ~cObject() = default;
-    virtual cObject* copy() const = 0;
+    virtual cObject* duplicate() const = 0;
+    virtual void destroy() = 0; // the maker's own way: there is no virtual destructor
     virtual eObjectTypes getType() const = 0;
 };
 
@@ -44,11 +44,12 @@ public:
         PORT_TOGGLED_CCD,
         PORT_TOGGLED_IODRIVER
     };
-    cObject* copy() const override { return new cObjectPort(*this); }
+    cObject* duplicate() const override { return new cObjectPort(*this); }
+    void destroy() override { delete this; }
     eObjectTypes getType() const override { return OBJ_PORT; }
-    uint32_t getDeviceSerial() const { return 0; }
-    int getPortId() const { return 0; }
-    int getPortType() const { return 0; }
+    uint32_t getDeviceSerial() const { return 7; }
+    int getPortId() const { return 1; }
+    int getPortType() const { return 2; }
     const char* getPortLabel() const { return mLabel.c_str(); }
     void setPortLabel(const char* label) { mLabel = label; }
     eObjectStatus getPortStatus() const { return mStatus; }
@@ -62,7 +63,8 @@ private:
 
 class cObjectDOutput : public cObjectPort {
 public:
-    cObject* copy() const override { return new cObjectDOutput(*this); }
+    cObject* duplicate() const override { return new cObjectDOutput(*this); }
+    void destroy() override { delete this; }
     eObjectTypes getType() const override { return OBJ_PORT_DOUT; }
     eObjectIOState getDefaultState() const { return OBJ_IO_STATE_CLEAR; }
     eObjectIOState getOutputState() const { return mState; }
@@ -75,11 +77,12 @@ private:
 class cObjectEvent : public cObject {
 public:
     enum eEventType { EVENT_NONE, EVENT_DEVICE, EVENT_PORT, EVENT_SITE, EVENT_PORT_ANALOG };
-    cObject* copy() const override { return new cObjectEvent(*this); }
+    cObject* duplicate() const override { return new cObjectEvent(*this); }
+    void destroy() override { delete this; }
     eObjectTypes getType() const override { return OBJ_EVENT; }
-    eEventType getEventType() const { return EVENT_NONE; }
-    uint32_t getDeviceSerial() const { return 0; }
-    int getPortId() const { return 0; }
-    int getObjectType() const { return 0; }
-    eObjectStatus getStatus() const { return OBJ_STATUS_ALARM_UNKNOWN; }
+    eEventType getEventType() const { return EVENT_PORT; }
+    uint32_t getDeviceSerial() const { return 7; }
+    int getPortId() const { return 1; }
+    int getObjectType() const { return 2; }
+    eObjectStatus getStatus() const { return OBJ_STATUS_ALARM_CLEAR; }
 };

@@ -2,11 +2,28 @@
 
 #include "cObject.h"
 
+#include <vector>
+
 class cObjectList {
 public:
-    void add(cObject* object) { delete object; }
-    cObject* first() { return nullptr; }
-    cObject* next() { return nullptr; }
-    void deleteObjects() {}
-    uint8_t getMsgType() const { return 0; }
+    explicit cObjectList(uint8_t type = 0) : mType(type) {}
+    void add(cObject* object) { mObjects.push_back(object); }
+    cObject* first()
+    {
+        mNext = 0;
+        return next();
+    }
+    cObject* next() { return mNext < mObjects.size() ? mObjects[mNext++] : nullptr; }
+    void deleteObjects()
+    {
+        for (cObject* object : mObjects)
+            object->destroy();
+        mObjects.clear();
+    }
+    uint8_t getMsgType() const { return mType; }
+
+private:
+    std::vector<cObject*> mObjects;
+    size_t mNext = 0;
+    uint8_t mType;
 };

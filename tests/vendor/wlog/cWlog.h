@@ -1,4 +1,4 @@
-// A maker's logger: everything at info and above, on standard output.
+// A maker's logger: everything goes to standard output, and debugEnabled() does not know it.
 #pragma once
 
 namespace log4cpp {

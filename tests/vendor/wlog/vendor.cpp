@@ -14,9 +14,9 @@
         va_end(arguments);                                                                                             \
     }
 
+SAY(debug)
 SAY(info)
 SAY(warn)
 SAY(error)
 SAY(fatal)
-void cWlog::debug(const char*, ...) {}
 void cWlog::init(const char*) {}

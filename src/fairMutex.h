@@ -1,0 +1,72 @@
+// A mutex that is given to whoever has waited longest.
+#ifndef FAIRMUTEX_H
+#define FAIRMUTEX_H
+
+#include <condition_variable>
+#include <cstddef>
+#include <mutex>
+
+/// First come, first served: unlock() hands the mutex to the thread that asked first, so that a thread which locks it
+/// without pause takes its turn behind each of the others. Nobody spins, nothing is allocated.
+/// Threads: any. Not recursive. unlock() is called by the thread that holds the mutex.
+/// Lock:    one of its own inside, held for a few instructions only.
+class FairMutex {
+public:
+    FairMutex() = default;
+    FairMutex(const FairMutex&) = delete;
+    FairMutex& operator=(const FairMutex&) = delete;
+
+    /// Waits for its turn, for as long as those before it take.
+    void lock()
+    {
+        std::unique_lock<std::mutex> gate(m_gate);
+        if (!m_held) {
+            m_held = true;
+            return;
+        }
+        Waiter self;
+        (m_last != nullptr ? m_last->next : m_first) = &self;
+        m_last = &self;
+        ++m_waiting;
+        self.turn.wait(gate, [&self] { return self.granted; });
+    }
+
+    /// Hands the mutex over, or frees it where nobody waits.
+    void unlock()
+    {
+        const std::lock_guard<std::mutex> gate(m_gate);
+        if (m_first == nullptr) {
+            m_held = false;
+            return;
+        }
+        Waiter& next = *m_first;
+        m_first = next.next;
+        if (m_first == nullptr)
+            m_last = nullptr;
+        --m_waiting;
+        next.granted = true;
+        next.turn.notify_one(); // under the gate: the waiter is gone once it has passed that
+    }
+
+    /// How many threads wait at the moment.
+    size_t waiting()
+    {
+        const std::lock_guard<std::mutex> gate(m_gate);
+        return m_waiting;
+    }
+
+private:
+    struct Waiter { // on the waiting thread's stack
+        std::condition_variable turn;
+        bool granted = false;
+        Waiter* next = nullptr;
+    };
+
+    std::mutex m_gate; // guards what follows
+    bool m_held = false;
+    Waiter* m_first = nullptr; // the longest waiting
+    Waiter* m_last = nullptr;
+    size_t m_waiting = 0;
+};
+
+#endif

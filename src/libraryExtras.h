@@ -1,0 +1,41 @@
+// What the daemon uses of the closed libraries beyond their given operations, where the linked library has it.
+#ifndef LIBRARYEXTRAS_H
+#define LIBRARYEXTRAS_H
+
+#include <utility>
+
+namespace libraryExtras {
+
+template <typename Client, typename Notice>
+auto onReconnection(Client& client, Notice&& notice, int)
+    -> decltype(client.onReconnection(std::forward<Notice>(notice)))
+{
+    return client.onReconnection(std::forward<Notice>(notice));
+}
+template <typename Client, typename Notice> void onReconnection(Client&, Notice&&, long) {}
+
+/// Lets the object client call @p notice when it has a connection again. Without such a notice nothing is done: what
+/// changed during an outage is then found by the next poll.
+template <typename Client, typename Notice> void onReconnection(Client& client, Notice&& notice)
+{
+    onReconnection(client, std::forward<Notice>(notice), 0);
+}
+
+template <typename Logger> auto mayTrace(const Logger& logger, int) -> decltype(logger.writes(Logger::DEBUG))
+{
+    return logger.writes(Logger::DEBUG);
+}
+template <typename Logger> bool mayTrace(const Logger&, long)
+{
+    return true;
+}
+
+/// Whether a debug line may be written; true where the logger cannot say.
+template <typename Logger> bool mayTrace(const Logger& logger)
+{
+    return mayTrace(logger, 0);
+}
+
+} // namespace libraryExtras
+
+#endif

@@ -1,0 +1,275 @@
+// Walks the daemon's roads for tests/speed/instructions, which counts their instructions with callgrind; counts their
+// allocations itself. Each road is walked until it is warm, and then counted, on the thread that walks it alone.
+#include "../unit/ManagerBench.h"
+#include "../unit/simPort.h"
+#include "codec.h"
+#include "gsmIOpairs.h"
+#include "modem/ModemSim.h"
+#include "tavd/Tavd.h"
+#include "tavobj.pb.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#else
+#define CALLGRIND_TOGGLE_COLLECT
+#define CALLGRIND_ZERO_STATS
+#define CALLGRIND_DUMP_STATS_AT(name)
+#endif
+
+// The allocator's entries stand before the C library's, and the GSM handler's sleep before its usleep.
+extern "C" void* __libc_malloc(size_t size);
+extern "C" void* __libc_calloc(size_t count, size_t size);
+extern "C" void* __libc_realloc(void* old, size_t size);
+
+namespace {
+
+thread_local bool counting = false;
+thread_local unsigned long allocations = 0;
+
+void begin()
+{
+    CALLGRIND_ZERO_STATS;
+    allocations = 0;
+    counting = true;
+    CALLGRIND_TOGGLE_COLLECT;
+}
+
+void end(const char* road, unsigned walks)
+{
+    CALLGRIND_TOGGLE_COLLECT;
+    counting = false;
+    CALLGRIND_DUMP_STATS_AT(road);
+    printf("%s %u %lu\n", road, walks, allocations / walks);
+    fflush(stdout);
+}
+
+class IdlePolls {
+public:
+    static constexpr unsigned kPolls = 1000;
+
+    /// Called by the GSM handler at each of its sleeps.
+    void sleep()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_wanted)
+            return;
+        if (m_seen == 0)
+            begin();
+        else if (m_seen == kPolls) {
+            end("idle-polls-1000", 1);
+            m_wanted = false;
+            m_over.notify_all();
+        }
+        ++m_seen;
+    }
+    void count()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_wanted = true;
+        m_over.wait(lock, [this] { return !m_wanted; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_over;
+    bool m_wanted = false;
+    unsigned m_seen = 0;
+} idlePolls;
+
+} // namespace
+
+extern "C" void* malloc(size_t size)
+{
+    allocations += counting ? 1 : 0;
+    return __libc_malloc(size);
+}
+
+extern "C" void* calloc(size_t count, size_t size)
+{
+    allocations += counting ? 1 : 0;
+    return __libc_calloc(count, size);
+}
+
+extern "C" void* realloc(void* old, size_t size)
+{
+    allocations += counting ? 1 : 0;
+    return __libc_realloc(old, size);
+}
+
+extern "C" int usleep(useconds_t time)
+{
+    std::this_thread::sleep_for(std::chrono::microseconds(time));
+    idlePolls.sleep();
+    return 0;
+}
+
+namespace {
+
+class CountedManager : public ManagerBench {
+public:
+    explicit CountedManager(const char* serialPort = "")
+    {
+        snprintf(mConfig_struct.serialPortName, sizeof mConfig_struct.serialPortName, "%s", serialPort);
+        strcpy(mConfig_struct.simPin, "1357");
+    }
+};
+
+/// Input IN<i> drives output OUT<i> at a server of this process.
+class Card {
+public:
+    explicit Card(int connections)
+    {
+        std::vector<sim::Port> ports;
+        for (int i = 0; i < connections; ++i) {
+            const std::string number = std::to_string(i);
+            ports.push_back(simPort(false, "IN" + number, static_cast<uint32_t>(i + 1)));
+            ports.push_back(simPort(true, "OUT" + number, static_cast<uint32_t>(i + 1)));
+            manager.addConnection(composite(tavTrigger::OR, {leaf(("IN" + number).c_str())}),
+                                  action(("OUT" + number).c_str()));
+        }
+        m_server.setPorts(ports);
+        m_server.start("127.0.0.1", 0);
+        manager.collectLabels();
+        manager.connectTo("127.0.0.1", m_server.port());
+        manager.update_lists();
+        manager.check_trigger_values();
+    }
+
+    ManagerBench& manager = ManagerBench::kept<CountedManager>();
+
+private:
+    sim::Tavd& m_server = ManagerBench::kept<sim::Tavd>();
+};
+
+// The content of the frame that tells of input IN0's new status.
+std::string event(bool set)
+{
+    tavobj::Message message;
+    message.set_type(3);
+    tavobj::Object* object = message.add_objects();
+    object->set_kind(cObject::OBJ_EVENT);
+    object->mutable_event()->set_event_type(cObjectEvent::EVENT_PORT);
+    object->mutable_event()->set_id(1);
+    object->mutable_event()->set_object_type(2);
+    object->mutable_event()->set_status(set ? 1 : 2);
+    return message.SerializeAsString();
+}
+
+// From a received frame to the frame that drives an output, with its line in the log.
+void countEvent(int connections, const char* road)
+{
+    Card card(connections);
+    const std::string contents[] = {event(false), event(true)};
+    std::string problem;
+    const auto walk = [&](unsigned times) {
+        for (unsigned i = 0; i < times; ++i) {
+            const std::string& content = contents[(i + 1) % 2];
+            card.manager.handleObjectAction(tavcodec::decode(content.data(), content.size(), problem)->list.get());
+        }
+    };
+    walk(10);
+    begin();
+    walk(10);
+    end(road, 10);
+}
+
+// The daemon's own part of it: from the decoded event to the output's new state, its log at WARN.
+void countOwnPart(int connections, const char* road)
+{
+    cWlog::init(cWlog::WARN);
+    Card card(connections);
+    std::string problem;
+    const std::string contents[] = {event(false), event(true)};
+    const auto clear = tavcodec::decode(contents[0].data(), contents[0].size(), problem);
+    const auto set = tavcodec::decode(contents[1].data(), contents[1].size(), problem);
+    card.manager.leaveServer();
+    const auto walk = [&](unsigned times) {
+        for (unsigned i = 0; i < times; ++i)
+            card.manager.handleObjectAction((i % 2 == 0 ? set : clear)->list.get());
+    };
+    walk(10);
+    begin();
+    walk(10);
+    end(road, 10);
+    cWlog::init(cWlog::INFO);
+}
+
+void countRefresh()
+{
+    Card card(16);
+    begin();
+    card.manager.update_lists();
+    end("refresh-16", 1);
+}
+
+// An SMS of a listed number that drives the one output of its record among 16 connections.
+void countCommand()
+{
+    char folder[] = "/tmp/roadsXXXXXX";
+    if (mkdtemp(folder) == nullptr)
+        exit(1);
+    const std::string pairs = std::string(folder) + "/p", records = std::string(folder) + "/r";
+    std::ofstream file(pairs);
+    file << "<io_connections>\n";
+    for (int i = 0; i < 16; ++i)
+        file << "<connection><trigger operation=\"OR\"><detail dev_type=\"IO\" io_label=\"IN" << i
+             << "\"/></trigger><action><detail dev_type=\"IO\" io_label=\"OUT" << i << "\"/></action></connection>\n";
+    file << "</io_connections>\n";
+    file.close();
+    std::ofstream(records) << "<gsm_connections><Label name=\"IN0\"><message value=\"PUMP\"/><number value=\"111\"/>"
+                              "</Label></gsm_connections>\n";
+    Card card(16);
+    cIOpairs connections(pairs.c_str());
+    cEnumeratedList<cgsmMessageInfo>* list = cgsmIOpairs().getGsmInfoList(records.c_str());
+    cWlog logger("gsm_handler_tread");
+    const auto walk = [&](const char* text) {
+        Sms sms;
+        sms.initialise("\"111\"", text, "1", false);
+        card.manager.obey(&sms, nullptr, list, &connections, &logger);
+    };
+    walk("PUMP ON");
+    walk("PUMP OFF");
+    begin();
+    walk("PUMP ON");
+    end("sms-command", 1);
+    unlink(pairs.c_str());
+    unlink(records.c_str());
+    rmdir(folder);
+}
+
+void countIdlePolls()
+{
+    auto& modem = *new ModemSim();
+    auto& manager = *new CountedManager(modem.path().c_str());
+    std::thread([&manager] { GSMIOmanager::create_gsm_handler(&manager); }).detach();
+    if (!modem.waitForCommand("AT+CMGD=10", 1, std::chrono::seconds(300)))
+        exit(1);
+    sleep(3); // the pass and the first send request end
+    idlePolls.count();
+}
+
+} // namespace
+
+int main()
+{
+    cWlog::init(cWlog::INFO);
+    countEvent(16, "event-16");
+    countEvent(1024, "event-1024");
+    countOwnPart(16, "event-16-own");
+    countOwnPart(1024, "event-1024-own");
+    countRefresh();
+    countCommand();
+    countIdlePolls();
+    _exit(0); // the threads of the daemon have no end
+}
