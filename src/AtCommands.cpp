@@ -126,7 +126,7 @@ CmdEnterPuk::CmdEnterPuk(Modem* mdm, int puk, int newPin) : Command(mdm)
     char codes[32];
     (void)snprintf(codes, sizeof codes, "%d\",\"%d", puk, newPin);
     if (puk < 0 || newPin < 0)
-        fillText(ATstring, sizeof ATstring, "", nullptr, "", endsArgument);
+        refuse(ATstring, "a number is negative");
     else
         fillText(ATstring, sizeof ATstring, "AT+CPIN=\"", codes, "\"\r\n", [](unsigned char) { return false; });
 }

@@ -109,23 +109,22 @@ void Command::raise(unsigned char* data)
     }
 }
 
+void Command::refuse(char* text, const char* why)
+{
+    text[0] = '\0';
+    m_why = why;
+}
+
 void Command::fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,
                        bool (*forbidden)(unsigned char))
 {
-    text[0] = '\0';
-    if (argument == nullptr) {
-        m_why = "there is none";
-        return;
-    }
+    if (argument == nullptr)
+        return refuse(text, "there is none");
     const std::size_t length = strlen(argument);
-    if (strlen(before) + length + strlen(after) >= size) {
-        m_why = "it is too long";
-        return;
-    }
-    if (std::any_of(argument, argument + length, [&](char c) { return forbidden(static_cast<unsigned char>(c)); })) {
-        m_why = "it has a character that would break out of its AT command";
-        return;
-    }
+    if (strlen(before) + length + strlen(after) >= size)
+        return refuse(text, "it is too long");
+    if (std::any_of(argument, argument + length, [&](char c) { return forbidden(static_cast<unsigned char>(c)); }))
+        return refuse(text, "it has a character that would break out of its AT command");
     (void)snprintf(text, size, "%s%s%s", before, argument, after);
 }
 

@@ -60,6 +60,8 @@ protected:
     char smsNum[32]; ///< storage place of the last "+CMTI: " report
     Modem* m_mdm;    ///< guarded by m_lineLock
 
+    /// Leaves @p text (an ATstring) empty and sets why().
+    void refuse(char* text, const char* why);
     /// Fills @p text (an ATstring of @p size bytes) with @p before, @p argument and @p after; leaves it empty and sets
     /// why() when that is longer than the field or when @p argument holds one of @p forbidden's characters.
     void fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,

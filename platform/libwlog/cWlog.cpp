@@ -61,6 +61,19 @@ struct Lifetime {
     }
 } const lifetime;
 
+/// Copies @p format with blanks for its control characters and backslashes. What does not fit is cut off: no line is as
+/// long.
+template <size_t size> void blankStructure(const char* format, char (&copy)[size])
+{
+    size_t length = 0;
+    for (; format[length] != '\0' && length < size - 1; ++length) {
+        const char character = format[length];
+        const bool structure = (character >= 0 && character < ' ') || character == '\\';
+        copy[length] = structure ? ' ' : character;
+    }
+    copy[length] = '\0';
+}
+
 log4cpp::Category& category(const char* name)
 {
     const std::string key = name != nullptr ? name : "";
@@ -133,13 +146,22 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     if (closed) {
         return;
     }
-    if (std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) < 0) {
+    static char blankFormat[sizeof mLogBuffer]; // guarded by gate, like the next
+    static char blanked[sizeof mLogBuffer];
+    blankStructure(format, blankFormat);
+    va_list again;
+    va_copy(again, arguments);
+    const bool formatted = std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) >= 0 &&
+                           std::vsnprintf(blanked, sizeof blanked, blankFormat, again) >= 0;
+    va_end(again);
+    if (!formatted) {
         return;
     }
     std::cout.clear(); // a console appender must not stay silent for ever after one full disk
     std::cerr.clear();
     try {
-        mCategory->log(priority, visibleText(mLogBuffer)); // the overload that takes a finished text, not a format
+        mCategory->log(priority,
+                       visibleText(mLogBuffer, blanked)); // the overload that takes a finished text, not a format
     } catch (...) {
         return; // out of memory for a line of the log: the line is lost, the daemon is not
     }

@@ -12,9 +12,10 @@ class Category;
 /// Threads: one logger may be used by any number of threads at once; each call writes one whole line.
 /// Lock:    one private mutex of the process, held while a line is formatted and written and while init configures.
 ///          It is the innermost lock: nothing of the daemon is called under it.
-/// Texts:   printf formats. A line is cut to 1023 bytes, loses one trailing line feed, and has its other control
-///          characters and broken UTF-8 written as escapes ("\n", "\x1b"). A line whose priority is off is not
-///          formatted.
+/// Texts:   printf formats. Line feeds with which a format begins or ends are dropped; its other control characters
+/// stand
+///          as they are. Those of the arguments, and broken UTF-8, are written as escapes ("\n", "\x1b"), their
+///          backslashes doubled. A text is cut to 1023 bytes. A line whose priority is off is not formatted.
 /// Errors:  none is reported and nothing throws; a line that an appender cannot write is lost.
 class cWlog {
 public:

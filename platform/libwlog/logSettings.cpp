@@ -1,6 +1,7 @@
 #include "logSettings.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,24 +17,28 @@ const std::string kPrefix = "log4cpp.";
 const std::string kRoot = "log4cpp.rootCategory";
 const std::string kCategory = "log4cpp.category.";
 const std::string kAppender = "log4cpp.appender.";
+const std::string kFileName = ".fileName";
 
-/// The first bytes of a file, kMaxFileBytes at most. @return false with errno set when it cannot be read
-bool readStart(const std::string& file, std::string& content)
+/// The first bytes of a regular file, kMaxFileBytes at most. @return what is wrong; empty when it was read
+std::string readStart(const std::string& file, std::string& content)
 {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not make the daemon wait
+    struct stat status = {};
+    if (fd < 0 || fstat(fd, &status) != 0) {
+        return std::strerror(errno);
     }
+    std::string trouble = S_ISREG(status.st_mode) ? "" : "not a regular file";
     ssize_t length = 0;
     char buffer[4096];
-    while (content.size() < kMaxFileBytes &&
+    while (trouble.empty() && content.size() < kMaxFileBytes &&
            ((length = ::read(fd, buffer, sizeof buffer)) > 0 || (length < 0 && errno == EINTR))) {
         content.append(buffer, length > 0 ? static_cast<size_t>(length) : 0);
     }
-    const int why = errno;
+    if (length < 0) {
+        trouble = std::strerror(errno);
+    }
     ::close(fd);
-    errno = why;
-    return length >= 0;
+    return trouble;
 }
 
 bool startsWith(const std::string& text, const std::string& start)
@@ -53,8 +58,9 @@ std::string trimmed(const std::string& text)
 logSettings::logSettings(const std::string& file) : mFile(file)
 {
     std::string content;
-    if (!readStart(file, content)) {
-        mTroubles.push_back(file + ": " + std::strerror(errno));
+    const std::string trouble = readStart(file, content);
+    if (!trouble.empty()) {
+        mTroubles.push_back(file + ": " + trouble);
     }
     std::istringstream stream(content);
     std::string line;
@@ -108,6 +114,24 @@ std::string logSettings::undefinedAppender() const
                 return mFile + ":" + std::to_string(line.number) + ": appender '" + trimmed(token) + "' is not defined";
             }
         }
+    }
+    return "";
+}
+
+std::string logSettings::unreadPipe() const
+{
+    for (const Line& line : mLines) {
+        struct stat status = {};
+        if (!startsWith(line.key, kAppender) || line.key.size() < kFileName.size() ||
+            line.key.compare(line.key.size() - kFileName.size(), kFileName.size(), kFileName) != 0 ||
+            stat(line.value.c_str(), &status) != 0 || !S_ISFIFO(status.st_mode)) {
+            continue;
+        }
+        const int fd = ::open(line.value.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+        if (fd < 0) {
+            return mFile + ":" + std::to_string(line.number) + ": nobody reads the pipe " + line.value;
+        }
+        ::close(fd);
     }
     return "";
 }

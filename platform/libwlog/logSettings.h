@@ -22,6 +22,9 @@ public:
     std::set<std::string> appenders() const;
     /// @return why a category cannot be configured: it names an appender that the file does not define; empty when none
     std::string undefinedAppender() const;
+    /// @return why an appender's file cannot be opened without a wait: it is a pipe that nobody reads; empty when none
+    /// is
+    std::string unreadPipe() const;
     /// @return "FILE:LINE" of the line about the appender or category @p name, "FILE" when there is none
     std::string place(const std::string& name) const;
     /// @return the lines, for log4cpp

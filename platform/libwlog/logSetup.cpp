@@ -133,6 +133,9 @@ std::string tryToConfigure(const logSettings& settings)
 {
     // log4cpp's configurator remembers appenders by name, also those that are gone: it must never look for one in vain.
     std::string why = settings.undefinedAppender();
+    if (why.empty()) {
+        why = settings.unreadPipe();
+    }
     if (settings.empty() || !why.empty()) {
         return why;
     }

@@ -48,25 +48,32 @@ void appendEscape(std::string& line, unsigned char byte)
 
 } // namespace
 
-std::string visibleText(const char* text)
+std::string visibleText(const char* text, const char* blanked)
 {
-    size_t left = std::strlen(text);
-    if (left > 0 && text[left - 1] == '\n') {
-        --left;
+    // Whether the byte at @p at stands in the format: there alone a blank was formatted in its place.
+    const auto isFormat = [&](size_t at) { return blanked[at] == ' ' && text[at] != ' '; };
+    size_t at = 0;
+    size_t end = std::strlen(text);
+    while (at < end && text[at] == '\n' && isFormat(at)) {
+        ++at;
+    }
+    while (end > at && text[end - 1] == '\n' && isFormat(end - 1)) {
+        --end;
     }
     std::string line;
-    line.reserve(left);
-    while (left > 0) {
-        const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-        const size_t length = printableLength(bytes);
-        if (length > 0) {
-            line.append(text, length);
+    line.reserve(end - at);
+    while (at < end) {
+        const size_t length = printableLength(reinterpret_cast<const unsigned char*>(text + at));
+        if (isFormat(at)) {
+            line += text[at];
+        } else if (text[at] == '\\') {
+            line += "\\\\";
+        } else if (length > 0) {
+            line.append(text + at, length);
         } else {
-            appendEscape(line, *bytes);
+            appendEscape(line, static_cast<unsigned char>(text[at]));
         }
-        const size_t taken = length > 0 ? length : 1;
-        text += taken;
-        left -= taken;
+        at += length > 0 ? length : 1;
     }
     return line;
 }

@@ -1,11 +1,14 @@
-/// Makes a text that came from outside harmless for a line of the log.
+/// Makes what came from outside harmless for the log.
 #ifndef VISIBLETEXT_H
 #define VISIBLETEXT_H
 
 #include <string>
 
-/// Any thread. @return @p text without one trailing line feed, its control characters (C0, DEL, C1) and the bytes that
-/// are not UTF-8 written as "\n", "\r", "\t" or "\x1b"; every other byte as it stands
-std::string visibleText(const char* text);
+/// Any thread. @param text  a formatted message   @param blanked  the same, formatted with blanks in place of the
+/// control characters and backslashes of its format, so that these can be told from those of its arguments
+/// @return @p text without the line feeds with which its format begins and ends. Its arguments' control characters (C0,
+/// DEL, C1) and bytes that are not UTF-8 are written as "\n", "\r", "\t" or "\x1b", and their backslashes doubled, so
+/// that no argument can look like an escape. Every other byte stands as it is
+std::string visibleText(const char* text, const char* blanked);
 
 #endif

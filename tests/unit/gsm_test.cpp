@@ -182,6 +182,7 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
         card.gsm.enterPuk();
         EXPECT_EQ(0, card.modem.pukEntries()) << console;
     }
+    cWlog::init(cWlog::INFO);
     for (const char* console : {"01234567\n2468\n", "12345678\n0246\n"}) { // they would be sent without their zero
         typeOnConsole(console);
         testing::internal::CaptureStderr();

@@ -5,6 +5,8 @@
 
 #include <log4cpp/Category.hh>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <atomic>
 #include <sstream>
@@ -63,14 +65,14 @@ TEST_F(Logger, DoesNotFormatALineThatIsOff)
     EXPECT_EQ(log(), "");
 }
 
-TEST_F(Logger, ShowsControlCharactersAndBrokenTextOnOneLine)
+TEST_F(Logger, ShowsControlCharactersAndBrokenTextOfArgumentsOnOneLine)
 {
     const struct {
         const char* text;
         const char* line;
     } rows[] = {
-        {"plain\n", "plain"},
-        {"two\n\n", "two\\n"},
+        {"plain\n", "plain\\n"},
+        {"C:\\n \\x1b", "C:\\\\n \\\\x1b"}, // no argument looks like an escape
         {"a\nERROR Gsm: forged\r\tb", "a\\nERROR Gsm: forged\\r\\tb"},
         {"\x1b[2J\x7f", "\\x1b[2J\\x7f"},
         {"gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80", "gr\xc3\xbc\xc3\x9f \xe2\x82\xac \xf0\x9f\x98\x80"},
@@ -90,11 +92,19 @@ TEST_F(Logger, ShowsControlCharactersAndBrokenTextOnOneLine)
     EXPECT_EQ(log(), expected);
 }
 
-TEST_F(Logger, CutsALineAt1023Bytes)
+TEST_F(Logger, LeavesTheLineBreaksOfAFormatWhereTheyStand)
 {
     configure(fileAppender(mFolder.path("log"), "DEBUG"));
-    mLogger.info("%s", std::string(5000, 'x').c_str());
-    EXPECT_EQ(log(), "INFO Gsm: " + std::string(1023, 'x') + "\n");
+    mLogger.info("\nProcess %s\n", "a\nb");
+    mLogger.info("SENDING\n------\n\n");
+    mLogger.info("RSSI:%fdBm\tBER:%s\n%s\n", -52.0, "1\t", "\n");
+    mLogger.info("%c%%\\%c%s", '\n', ' ', "\\");
+    mLogger.info("%s\nend\n", std::string(1021, 'x').c_str());
+    mLogger.info("%s\n", std::string(5000, 'y').c_str());
+    EXPECT_EQ(log(), "INFO Gsm: Process a\\nb\nINFO Gsm: SENDING\n------\n"
+                     "INFO Gsm: RSSI:-52.000000dBm\tBER:1\\t\n\\n\nINFO Gsm: \\n%\\ \\\\\n"
+                     "INFO Gsm: " +
+                         std::string(1021, 'x') + "\ne\nINFO Gsm: " + std::string(1023, 'y') + "\n");
 }
 
 TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
@@ -131,6 +141,15 @@ TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
     for (const char* unreadable : {"/no/where", "/"}) {
         EXPECT_THAT(standardErrorOf([&] { cWlog::init(unreadable); }), HasSubstr(" ERROR cWlog: ")) << unreadable;
     }
+}
+
+TEST_F(Logger, NeverWaitsForAPipe)
+{
+    const std::string pipe = mFolder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT(standardErrorOf([&] { cWlog::init(pipe.c_str()); }), HasSubstr("pipe: not a regular file"));
+    EXPECT_THAT(standardErrorOf([&] { configure(fileAppender(pipe, "INFO")); }),
+                HasSubstr("conf:3: nobody reads the pipe " + pipe));
 }
 
 TEST_F(Logger, NeedsNoLogLineAtAll)
