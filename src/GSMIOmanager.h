@@ -155,6 +155,7 @@ protected:
     std::atomic<bool> m_RequestSmsSend; // raised by event2_thread, cleared by the GSM handler thread; true at start
     cWlog* isamatch_logger;             // owned
     pthread_mutex_t mPortListMutex;
+    FairMutex mEvaluationMutex;
 
 private:
     void readConfiguration();
@@ -182,7 +183,6 @@ private:
     void command(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
-    FairMutex mEvaluationMutex;
     PortIndex mInputIndex, mOutputIndex; // of mTriggerPorts and mOutputPorts
     std::unordered_set<std::string_view> mKnownTriggerLabels,
         mKnownOutputLabels;          // of the label lists; the texts are their ports'
