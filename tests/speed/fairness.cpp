@@ -82,24 +82,26 @@ struct Card {
 // fairness [CONNECTIONS] [SAMPLES]
 int main(int argc, char* argv[])
 {
-    const int connections = argc > 1 ? atoi(argv[1]) : 1024;
+    const int connections = argc > 1 ? atoi(argv[1]) : 64;
     const int samples = argc > 2 ? atoi(argv[2]) : 10000;
     cWlog::init(cWlog::WARN);
     Card card(std::max(connections, 2));
-    std::atomic<bool> over{false};
+    std::atomic<int> unfinished{3};
+    const auto play = [&](Turns& turns, auto work) {
+        for (int i = 0; unfinished > 0; ++i) {
+            turns.take([&] { work(i); });
+            if (i == samples)
+                --unfinished;
+        }
+    };
     Turns events(card.manager.mEvaluationMutex), refreshes(events), commands(events);
     std::thread delivery([&] {
-        for (unsigned i = 0; !over; ++i)
-            events.take([&] { card.event(i % 2 + 1, i / 2 % 2 + 1); });
+        play(events,
+             [&](int i) { card.event(static_cast<uint32_t>(i % 2 + 1), static_cast<unsigned>(i / 2 % 2 + 1)); });
     });
-    std::thread poll([&] {
-        while (!over)
-            refreshes.take([&] { card.manager.update_lists(); });
-    });
+    std::thread poll([&] { play(refreshes, [&](int) { card.manager.update_lists(); }); });
     tavTrigger* commanded = action("OUT1");
-    for (int i = 0; i < samples; ++i)
-        commands.take([&] { card.manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr); });
-    over = true;
+    play(commands, [&](int) { card.manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr); });
     delivery.join();
     poll.join();
     printf(
