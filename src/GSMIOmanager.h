@@ -156,6 +156,7 @@ protected:
     std::atomic<bool> m_RequestSmsSend; // raised by event2_thread, cleared by the GSM handler thread; true at start
     cWlog* isamatch_logger;             // owned
     pthread_mutex_t mPortListMutex;
+    FairMutex mEvaluationMutex;
 
 private:
     void readConfiguration();
@@ -180,7 +181,6 @@ private:
                    cIOpairs* gsm_connection, cWlog* logger);
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
-    FairMutex mEvaluationMutex;
     PortIndex mInputIndex, mOutputIndex; // of mTriggerPorts and mOutputPorts
     // Of the label lists; the texts are their ports'.
     std::unordered_set<std::string_view> mKnownTriggerLabels, mKnownOutputLabels;

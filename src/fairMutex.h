@@ -3,7 +3,7 @@
 #define FAIRMUTEX_H
 
 #include <condition_variable>
-#include <cstddef>
+#include <cstdint>
 #include <mutex>
 
 /// First come, first served: unlock() hands the mutex to the thread that asked first, so that a thread which locks it
@@ -20,14 +20,15 @@ public:
     void lock()
     {
         std::unique_lock<std::mutex> gate(m_gate);
+        ++m_counts.asked;
         if (!m_held) {
             m_held = true;
+            ++m_counts.granted;
             return;
         }
         Waiter self;
         (m_last != nullptr ? m_last->next : m_first) = &self;
         m_last = &self;
-        ++m_waiting;
         self.turn.wait(gate, [&self] { return self.granted; });
     }
 
@@ -43,16 +44,19 @@ public:
         m_first = next.next;
         if (m_first == nullptr)
             m_last = nullptr;
-        --m_waiting;
+        ++m_counts.granted;
         next.granted = true;
         next.turn.notify_one(); // under the gate: the waiter is gone once it has passed that
     }
 
-    /// How many threads wait at the moment.
-    size_t waiting()
+    /// How often the mutex was asked for and granted so far; the difference waits. For those who look on.
+    struct Counts {
+        uint64_t asked, granted;
+    };
+    Counts counts()
     {
         const std::lock_guard<std::mutex> gate(m_gate);
-        return m_waiting;
+        return m_counts;
     }
 
 private:
@@ -66,7 +70,7 @@ private:
     bool m_held = false;
     Waiter* m_first = nullptr; // the longest waiting
     Waiter* m_last = nullptr;
-    size_t m_waiting = 0;
+    Counts m_counts{0, 0};
 };
 
 #endif

@@ -160,6 +160,7 @@ std::string event(bool set)
     tavobj::Object* object = message.add_objects();
     object->set_kind(cObject::OBJ_EVENT);
     object->mutable_event()->set_event_type(cObjectEvent::EVENT_PORT);
+    object->mutable_event()->set_serial(sim::Port().serial);
     object->mutable_event()->set_id(1);
     object->mutable_event()->set_object_type(2);
     object->mutable_event()->set_status(set ? 1 : 2);

@@ -27,6 +27,7 @@ public:
     using GSMIOmanager::m_Sms;
     using GSMIOmanager::mConfig_struct;
     using GSMIOmanager::mConnLst;
+    using GSMIOmanager::mEvaluationMutex;
     using GSMIOmanager::mOutputPortLabels;
     using GSMIOmanager::mOutputPorts;
     using GSMIOmanager::mSmsQHandler;

@@ -58,8 +58,8 @@ class ObjectClient : public testing::Test {
 protected:
     void SetUp() override
     {
-        server.setPorts(
-            {simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9), simPort(true, "OUT2", 10)});
+        server.setPorts({simPort(false, "IN1", 1), simPort(false, "IN2", 2), simPort(true, "OUT1", 9),
+                         simPort(true, "OUT2", 10), simPort(true, "OUT3", 11)});
         ASSERT_TRUE(server.start("127.0.0.1", 0));
     }
     void connect()
@@ -166,16 +166,21 @@ TEST_F(ObjectClient, WritesToAServerThatDoesNotReadWaitForItAndTheirCallerDoesNo
     cObjectDOutput outputs[2];
     outputs[0].setPortLabel("OUT1");
     outputs[1].setPortLabel("OUT2");
-    constexpr int kWrites = 300000; // of some 40 bytes: more than the socket's buffers hold
+    constexpr int kWrites = 150000; // of some 40 bytes: more than the socket's buffers hold
     for (int i = 0; i <= kWrites; ++i) {
         for (cObjectDOutput& output : outputs) {
             output.setOutputState(i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET);
             ASSERT_EQ(client->set(&output), 0);
         }
     }
+    cObjectDOutput last;
+    last.setPortLabel("OUT3");
+    last.setOutputState(cObject::OBJ_IO_STATE_SET);
+    ASSERT_EQ(client->set(&last), 0);
     server.hang(false);
-    EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
-    EXPECT_EQ(outputState("OUT2"), cObject::OBJ_IO_STATE_SET);
+    ASSERT_TRUE(server.waitForOutput("OUT3", cObject::OBJ_IO_STATE_SET, kLimit));
+    for (const char* label : {"OUT1", "OUT2"})
+        EXPECT_EQ(server.output(label)->state, static_cast<uint32_t>(cObject::OBJ_IO_STATE_SET)) << label;
     EXPECT_LT(server.writes().size(), size_t{2} * kWrites) << "older states of an output that waited are not sent";
     EXPECT_EQ(server.connections(), 1u) << "every frame was whole";
 }
@@ -203,6 +208,13 @@ TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
     done = true;
     for (std::thread& writer : writers)
         writer.join();
+    bool answered = false;
+    ASSERT_TRUE(server.waitUntil(
+        [&] {
+            ask(cObjectPort(), "IN1", &answered);
+            return answered;
+        },
+        kLimit));
     cObjectDOutput output;
     output.setPortLabel("OUT1");
     output.setOutputState(cObject::OBJ_IO_STATE_SET);
