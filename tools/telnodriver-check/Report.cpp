@@ -4,14 +4,16 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-void Report::error(const std::string& file, long line, const std::string& text)
+void Report::error(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Error, text});
+    m_edits[file].insert(m_edits[file].end(), edits.begin(), edits.end());
 }
 
-void Report::warning(const std::string& file, long line, const std::string& text)
+void Report::warning(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Warning, text});
+    m_edits[file].insert(m_edits[file].end(), edits.begin(), edits.end());
 }
 
 namespace {

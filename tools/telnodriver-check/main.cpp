@@ -1,8 +1,10 @@
 // telnodriver-check: finds the mistakes in the daemon's three files, and explains what the daemon makes of them.
 #include "Explain.h"
+#include "Fix.h"
 #include "Report.h"
 #include "Site.h"
 
+#include "VelIdentifier.h"
 #include "cWlog.h"
 
 #include <CLI/CLI.hpp>
@@ -20,6 +22,13 @@ Site readSite(const std::string& properties, Report& report)
     site.properties = properties;
     checkProperties(site, report);
     return site;
+}
+
+// Whether this is a card that uses its modem.
+bool hasModem()
+{
+    cWlog logger("telnodriver-check");
+    return VelIdentifier(&logger).getHardwareNumber() == 1;
 }
 
 // HOST, HOST:PORT or an IPv6 address, whose colons are more than one.
@@ -40,16 +49,24 @@ int main(int argc, char* argv[])
                  "Exit status: 0 nothing found, 1 warnings, 2 errors");
     std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, table, peer;
     std::vector<std::string> values;
-    bool strict = false, live = false, withOffline = false;
+    std::string user = "telnodriver";
+    bool strict = false, live = false, withOffline = false, onCard = false, fixing = false, yes = false;
     app.add_option("PROPERTIES-FILE", properties, "the properties file, which names the other two")
         ->capture_default_str();
     app.add_flag("--strict", strict, "take warnings for errors");
-    app.add_option("--format", format, "text or json")->check(CLI::IsMember({"text", "json"}))->capture_default_str();
+    CLI::Option* formatted = app.add_option("--format", format, "text or json");
+    formatted->check(CLI::IsMember({"text", "json"}))->capture_default_str();
     app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows")
         ->check(wrongPort);
     app.add_option("--peer", peer,
                    "the GSM message file of another card that this one texts with: finds what one sends and the other "
                    "takes for a command");
+    app.add_flag("--on-card", onCard,
+                 "look at the serial port and the log's folders, too; so it is for files in /etc/tav");
+    app.add_option("--user", user, "the service's user, who must be able to write the log")->capture_default_str();
+    CLI::Option* fixed =
+        app.add_flag("--fix", fixing, "show a patch of what has only one remedy, and ask")->excludes(formatted);
+    app.add_flag("--yes", yes, "with --fix: change the files without asking")->needs(fixed);
     CLI::App* explaining =
         app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
     explaining->fallthrough(); // --server may stand behind "explain" too
@@ -87,10 +104,15 @@ int main(int argc, char* argv[])
     checkPairs(site, report);
     checkMessages(site, report);
     checkTogether(site, report);
+    checkRules(site, report);
+    if (onCard || properties.rfind("/etc/tav/", 0) == 0)
+        checkCard(site, onCard || hasModem(), user, report);
     if (!peer.empty())
         checkPeer(site, peer, report);
     if (!server.empty())
         checkServer(site, server, report);
     format == "json" ? report.printJson() : report.print();
+    if (fixing && !fix(report, yes))
+        return 2;
     return report.exitStatus(strict);
 }
