@@ -1,12 +1,13 @@
 #include "Evaluation.h"
 
+#include <algorithm>
 #include <set>
 
 namespace {
 
-constexpr size_t kMostInputs = 16;  // all of whose states are tried
-constexpr size_t kMostLooked = 256; // inputs of a tree that is evaluated at all
-constexpr unsigned kMostEvaluations = 1U << 20;
+constexpr size_t kMostInputs = 16;        // all of whose states are tried
+constexpr size_t kMostLooked = 64;        // inputs of a tree that is evaluated at all
+constexpr unsigned kMostReads = 1U << 25; // of leaves in one run: seconds
 
 // A copy of the list's entries: an evaluation in between moves the list's one cursor.
 template <typename Entry> std::vector<Entry*> entriesOf(WList* list)
@@ -42,7 +43,7 @@ void spread(unsigned number, const std::vector<std::string>& labels, Evaluation:
 } // namespace
 
 Evaluation::Evaluation(const std::string& pairs)
-    : GSMIOmanager(property_values{}), m_path(pairs), m_reader(m_path.c_str()), m_left(kMostEvaluations)
+    : GSMIOmanager(property_values{}), m_path(pairs), m_reader(m_path.c_str()), m_left(kMostReads)
 {
     mTriggerPorts = new WList();
     mOutputPorts = new WList();
@@ -84,8 +85,11 @@ std::map<std::string, Evaluation::Senses> Evaluation::sensesOf(tavTrigger* tree)
 }
 
 // Look-ups are fast in a list of what is evaluated alone.
-void Evaluation::usePorts(const std::vector<std::string>& labels)
+void Evaluation::usePorts(const std::vector<std::string>& labels, const std::vector<tavTrigger*>& trees)
 {
+    m_cost = 0;
+    for (tavTrigger* tree : trees)
+        forEachLeaf(tree, [&](tavTrigger*) { ++m_cost; });
     while (auto* port = static_cast<cObjectPort*>(mTriggerPorts->pull()))
         delete port;
     m_ports.clear();
@@ -102,7 +106,7 @@ GSMIOmanager::eTrigState Evaluation::stateWith(tavTrigger* trigger, const States
     for (const auto& state : states)
         m_ports[state.first]->setPortStatus(state.second ? cObject::OBJ_STATUS_ALARM_SET
                                                          : cObject::OBJ_STATUS_ALARM_CLEAR);
-    m_left -= m_left > 0 ? 1 : 0;
+    m_left -= std::min(m_left, m_cost);
     return getTriggerState(trigger);
 }
 
@@ -126,7 +130,7 @@ std::optional<bool> Evaluation::canBe(tavTrigger* trigger, bool active)
         return true;
     if (both.size() > kMostInputs || states.size() > kMostLooked)
         return {};
-    usePorts(inputsOf(trigger));
+    usePorts(inputsOf(trigger), {trigger});
     for (unsigned number = 0; number < 1U << both.size(); ++number) {
         if (m_left == 0)
             return {};
@@ -148,7 +152,7 @@ std::optional<Evaluation::States> Evaluation::contradiction(tavConnection* one, 
     certain = labels.size() <= kMostInputs;
     if (labels.size() > kMostLooked)
         return {};
-    usePorts(labels);
+    usePorts(labels, {one->getTrigger(), other->getTrigger()});
     // What makes the one active and leaves the other alone is the likeliest.
     for (tavConnection* active : {one, other}) {
         States states;

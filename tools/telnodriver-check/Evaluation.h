@@ -24,12 +24,12 @@ public:
     static std::vector<std::string> inputsOf(tavTrigger* tree);
 
     /// Whether inputs can make @p trigger active (or not active, for false); no trigger in it is an INVERSE. Exact
-    /// where not more than 16 inputs are read both as they are and inverted, and of 256 inputs at most; nothing where
+    /// where not more than 16 inputs are read both as they are and inverted, and of 64 inputs at most; nothing where
     /// they are more, or where the work of this run is spent.
     std::optional<bool> canBe(tavTrigger* trigger, bool active);
 
     /// A state of the inputs in which one connection drives the output away from its default and the other back to it.
-    /// @param certain  false where none was found and not all states were tried: more than 16 inputs, or work is spent
+    /// @param certain  false where none was found and not all states were tried: inputs are too many, or work is spent
     std::optional<States> contradiction(tavConnection* one, tavConnection* other, bool& certain);
 
 private:
@@ -39,7 +39,7 @@ private:
     };
     static std::map<std::string, Senses> sensesOf(tavTrigger* tree);
 
-    void usePorts(const std::vector<std::string>& labels);
+    void usePorts(const std::vector<std::string>& labels, const std::vector<tavTrigger*>& trees);
     eTrigState stateWith(tavTrigger* trigger, const States& states);
     bool drivesAway(tavConnection* connection, const States& states);
 
@@ -47,7 +47,8 @@ private:
     cIOpairs m_reader;
     std::vector<tavConnection*> m_connections;
     std::map<std::string, cObjectPort*> m_ports;
-    unsigned m_left; ///< evaluations of this run
+    unsigned m_left;     ///< leaves that this run may still read
+    unsigned m_cost = 1; ///< leaves that an evaluation reads at most
 };
 
 #endif

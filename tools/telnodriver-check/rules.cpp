@@ -55,7 +55,7 @@ private:
             const std::string name = triggers[i]->getOperation() == tavTrigger::AND ? "AND" : "OR";
             m_report.warning(m_site.pairs, lines[i],
                              "this " + name + " over " + inputs(triggers[i]) + " is " + word +
-                                 ", whatever they are: correct an operation or an io_invert");
+                                 ", whatever the inputs are: correct an operation or an io_invert");
         }
     }
 
