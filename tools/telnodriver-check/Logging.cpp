@@ -48,9 +48,9 @@ std::string oneLetterOff(const std::string& word)
 
 } // namespace
 
-void Logging::error(const Line& line, const std::string& text, const std::vector<Edit>& edits)
+void Logging::warning(const Line& line, const std::string& text, const std::vector<Edit>& edits)
 {
-    m_report.error(m_properties, line.number, text, edits);
+    m_report.warning(m_properties, line.number, text, edits);
 }
 
 void Logging::take(const Line& line)
@@ -71,8 +71,8 @@ void Logging::take(const Line& line)
         m_appenders.emplace(name, line);
         const std::string type = trimmed(line.value);
         if (!isOne(kTypes, type))
-            error(line, "there is no appender of the type \"" + type + "\", and none of the log's lines counts: " +
-                            orLikely(type, kTypes, "write ConsoleAppender or RollingFileAppender"));
+            warning(line, "there is no appender of the type \"" + type + "\", and the log goes to standard error: " +
+                              orLikely(type, kTypes, "write ConsoleAppender or RollingFileAppender"));
     } else if (rest == name + ".layout") {
         m_layouts.insert(name);
     } else if (rest == name + ".fileName") {
@@ -93,10 +93,10 @@ void Logging::checkPriority(const Line& line)
         const std::string meant = oneLetterOff(priority);
         const size_t blanks = std::min(word.find_first_not_of(" \t"), word.size());
         const Edit edit = {line.valueOffset + blanks, priority.size(), meant};
-        error(line,
-              "the priority \"" + priority + "\" is none, and none of the log's lines counts: " +
-                  orLikely(priority, kPriorities, "write ERROR, WARN, INFO or DEBUG"),
-              meant.empty() ? std::vector<Edit>() : std::vector<Edit>{edit});
+        warning(line,
+                "the priority \"" + priority + "\" is none, and the log goes to standard error: " +
+                    orLikely(priority, kPriorities, "write ERROR, WARN, INFO or DEBUG"),
+                meant.empty() ? std::vector<Edit>() : std::vector<Edit>{edit});
     }
 }
 
@@ -119,9 +119,9 @@ void Logging::finish(const std::string& text)
         names.push_back(appender.first);
     for (const auto& wanted : m_wanted) {
         if (m_appenders.count(wanted.first) == 0)
-            error(wanted.second, "the appender \"" + wanted.first +
-                                     "\" is not defined, and none of the log's lines counts: " +
-                                     orLikely(wanted.first, names, "write a line " + kAppender + wanted.first + "="));
+            warning(wanted.second, "the appender \"" + wanted.first +
+                                       "\" is not defined, and the log goes to standard error: " +
+                                       orLikely(wanted.first, names, "write a line " + kAppender + wanted.first + "="));
     }
     for (const auto& appender : m_appenders) {
         if (m_layouts.count(appender.first) != 0)
@@ -130,9 +130,9 @@ void Logging::finish(const std::string& text)
         const std::string added = kAppender + appender.first + ".layout=BasicLayout";
         // In a file with CR LF the line's end is another edit's.
         const bool returns = text.compare(line.offset + line.length, 1, "\r") == 0;
-        error(line,
-              "the appender \"" + appender.first + "\" has no layout, and none of the log's lines counts: write " +
-                  added,
-              {{line.offset + line.length + (returns ? 1 : 0), 0, "\n" + added}});
+        warning(line,
+                "the appender \"" + appender.first + "\" has no layout, and the log goes to standard error: write " +
+                    added,
+                {{line.offset + line.length + (returns ? 1 : 0), 0, "\n" + added}});
     }
 }

@@ -7,7 +7,8 @@
 #include <map>
 #include <set>
 
-/// Takes the lines one by one, and says at the end what only all of them show.
+/// Takes the lines one by one, and says at the end what only all of them show. Warnings alone: errors refuse the
+/// daemon's start, and an output must not stand still for the log's sake.
 class Logging {
 public:
     struct Line {
@@ -30,7 +31,7 @@ public:
 private:
     void checkPriority(const Line& line);
     void checkFile(const Line& line);
-    void error(const Line& line, const std::string& text, const std::vector<Edit>& edits = {});
+    void warning(const Line& line, const std::string& text, const std::vector<Edit>& edits = {});
 
     std::string m_properties;
     std::vector<Place>& m_files;

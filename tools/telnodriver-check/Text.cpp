@@ -9,6 +9,7 @@
 namespace {
 
 const char kBlanks[] = " \t\r\n";
+constexpr size_t kMostBytes = 4U << 20; // as the daemon's own limit for the XML files
 
 // Walks the start tags of a well-formed text.
 class Tags {
@@ -86,9 +87,11 @@ bool readText(const std::string& path, std::string& text)
     char buffer[16384];
     ssize_t length = 0;
     text.clear();
-    while ((length = read(fd, buffer, sizeof buffer)) > 0)
+    while (text.size() <= kMostBytes && (length = read(fd, buffer, sizeof buffer)) > 0)
         text.append(buffer, static_cast<size_t>(length));
+    const int why = text.size() > kMostBytes ? EFBIG : errno;
     close(fd);
+    errno = why;
     return length == 0;
 }
 

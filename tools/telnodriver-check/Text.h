@@ -14,7 +14,7 @@ struct Edit {
 };
 
 /// The whole content of the regular file @p path.
-/// @return false with errno set when it cannot be read; a pipe or device is not read (EINVAL)
+/// @return false with errno set when it cannot be read; a pipe or device is not read (EINVAL), nor more than 4 MiB
 bool readText(const std::string& path, std::string& text);
 
 /// An attribute of a start tag, as it stands in the file.
