@@ -97,7 +97,11 @@ _telnodriver() {
             properties=$word
         fi
     done
-    [[ -z $subcommand ]] || help=$("$program" "$subcommand" --help 2>/dev/null)
+    case $subcommand in
+    "") ;;
+    explain) help=$("$program" explain --help 2>/dev/null; grep -e --server <<<"$help") ;;
+    *) help=$("$program" "$subcommand" --help 2>/dev/null) ;;
+    esac
     if [[ $cur == -* ]]; then
         _telnodriver_take "" < <(grep -o -E -- '(^|[ ,])--[a-z][a-z-]*' <<<"$help" | sed 's/^[ ,]*//' | sort -u)
     elif [[ $subcommand == explain ]] && _telnodriver_status; then

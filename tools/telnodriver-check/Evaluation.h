@@ -14,7 +14,7 @@ class Evaluation : private GSMIOmanager {
 public:
     using States = std::map<std::string, bool>; ///< inputs, and whether each is set
 
-    /// The connections of the pair file @p pairs, a path that lives longer than this.
+    /// Reads the connections of the pair file @p pairs.
     explicit Evaluation(const std::string& pairs);
 
     /// In the order of the file.
@@ -33,7 +33,7 @@ public:
     std::optional<States> contradiction(tavConnection* one, tavConnection* other, bool& certain);
 
 private:
-    /// How often each input of a tree is read as it is, and inverted.
+    /// Whether a tree reads an input as it is, and inverted.
     struct Senses {
         bool plain, inverted;
     };

@@ -126,8 +126,6 @@ bool fix(const Report& report, bool yes)
     std::vector<Patch> patches;
     for (const auto& edits : report.edits()) {
         Patch patch{edits.first, "", ""};
-        if (edits.second.empty())
-            continue;
         if (!readText(patch.file, patch.before))
             return fail(patch.file, strerror(errno));
         patch.after = applied(patch.before, edits.second);

@@ -7,13 +7,15 @@
 void Report::error(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Error, text});
-    m_edits[file].insert(m_edits[file].end(), edits.begin(), edits.end());
+    for (const Edit& edit : edits)
+        m_edits[file].push_back(edit);
 }
 
 void Report::warning(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Warning, text});
-    m_edits[file].insert(m_edits[file].end(), edits.begin(), edits.end());
+    for (const Edit& edit : edits)
+        m_edits[file].push_back(edit);
 }
 
 namespace {
