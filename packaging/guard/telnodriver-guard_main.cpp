@@ -26,6 +26,14 @@ constexpr int kAnswerSeconds = 2; ///< a modem that is on answers within millise
 constexpr int kPinSeconds = 20;   ///< a SIM may take its time over a PIN
 constexpr int kBootQuestions = 12;
 constexpr int kPulses = 2;
+constexpr std::size_t kLongestPin = 7; ///< that the daemon does not cut
+constexpr const char* kUsage =
+    "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM] [--root DIR]\n"
+    "  --properties FILE   the properties file\n"
+    "  --record FILE       what became of the PIN\n"
+    "  --checker PROGRAM   what finds errors in the configuration\n"
+    "  --root DIR          stands before the paths that name the card's model\n"
+    "  --help              print this\n";
 
 enum class Sim { SILENT, BUSY, READY, ASKS_PIN, OTHER };
 
@@ -123,7 +131,8 @@ bool tryPin(const Settings& settings, ModemPort& port, const PinRecord& record, 
     if (record.outcome() == PinRecord::SENT) {
         return refuse(settings, "was given, and may have refused,");
     }
-    if (pin.size() < 4 || pin.find_first_not_of("0123456789") != std::string::npos) {
+    // The daemon cuts a longer one, and would go on to send what is left of it.
+    if (pin.size() < 4 || pin.size() > kLongestPin || pin.find_first_not_of("0123456789") != std::string::npos) {
         fprintf(stderr,
                 "telnodriver-guard: not started: the SIM asks for a PIN, and simPin of %s is not 4 to 7 digits\n",
                 settings.properties.c_str());
@@ -155,7 +164,7 @@ bool pinHolds(const Settings& settings)
     }
     cProperties properties;
     properties.load(settings.properties.c_str());
-    const std::string pin = std::string(properties.getString("simPin", "1357")).substr(0, 7);
+    const std::string pin = properties.getString("simPin", "1357");
     ModemPort port(std::string(properties.getString("serialPortName", "/dev/ttyS3")).substr(0, 31));
     if (!port.isOpen()) {
         return true; // nor can the daemon open it: it runs without the modem
@@ -193,6 +202,7 @@ int main(int argc, char** argv)
                               {"record", required_argument, nullptr, 'r'},
                               {"checker", required_argument, nullptr, 'c'},
                               {"root", required_argument, nullptr, 'R'},
+                              {"help", no_argument, nullptr, 'h'},
                               {nullptr, 0, nullptr, 0}};
     for (int choice = 0; (choice = getopt_long(argc, argv, "", options, nullptr)) != -1;) {
         switch (choice) {
@@ -208,13 +218,15 @@ int main(int argc, char** argv)
         case 'R':
             settings.root = optarg;
             break;
+        case 'h':
+            fputs(kUsage, stdout);
+            return 0;
         default:
             return 2;
         }
     }
     if (optind != argc) {
-        fprintf(stderr,
-                "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM] [--root DIR]\n");
+        fputs(kUsage, stderr);
         return 2;
     }
     return configurationHolds(settings) && pinHolds(settings) ? 0 : 1;

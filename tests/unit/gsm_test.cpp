@@ -96,7 +96,7 @@ TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
     const std::string log = card.setUp(usable);
     EXPECT_TRUE(usable);
     EXPECT_THAT(log, AllOf(HasSubstr("Modem ID: TAV-SIM GSM 1.0"), HasSubstr("SIM card is inserted"),
-                           HasSubstr("SIM card is ready"), HasSubstr("RSSI:-45.320000dBm\\tBER:0.000000"),
+                           HasSubstr("SIM card is ready"), HasSubstr("RSSI:-45.320000dBm\tBER:0.000000"),
                            HasSubstr("Net operator:\"TAV NET\""), HasSubstr("Sms text mode error"),
                            HasSubstr("Initialization summary"), HasSubstr("Modem ID: TAV-SIM GSM 1.0 deleted"),
                            HasSubstr("SIM card status is READY")));

@@ -99,7 +99,15 @@ protected:
 
     Record& mRecord = *new Record;
     std::atomic<int>& mAlive = *new std::atomic<int>(0); ///< requests
-    cGsmQManager& mQueue = *new cGsmQManager;
+    cGsmQManager& mQueue = kept();
+
+private:
+    static cGsmQManager& kept()
+    {
+        static auto& all = *new std::vector<cGsmQManager*>;
+        all.push_back(new cGsmQManager);
+        return *all.back();
+    }
 };
 
 TEST_F(SendRequests, EveryPassDeliversAllNewestFirst)

@@ -4,14 +4,18 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-void Report::error(const std::string& file, long line, const std::string& text)
+void Report::error(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Error, text});
+    for (const Edit& edit : edits)
+        m_edits[file].push_back(edit);
 }
 
-void Report::warning(const std::string& file, long line, const std::string& text)
+void Report::warning(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits)
 {
     m_findings.push_back({file, line, Severity::Warning, text});
+    for (const Edit& edit : edits)
+        m_edits[file].push_back(edit);
 }
 
 namespace {

@@ -1,8 +1,10 @@
 // telnodriver-check: finds the mistakes in the daemon's three files, and explains what the daemon makes of them.
 #include "Explain.h"
+#include "Fix.h"
 #include "Report.h"
 #include "Site.h"
 
+#include "VelIdentifier.h"
 #include "cWlog.h"
 
 #include <CLI/CLI.hpp>
@@ -13,14 +15,14 @@
 
 namespace {
 
-// The readers say on standard output that a file cannot be opened; the report says it better.
-Site readSite(const std::string& properties, Report& report)
-{
-    Site site;
-    site.properties = properties;
-    checkProperties(site, report);
-    return site;
-}
+struct Options {
+    std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, peer, user = "telnodriver";
+    bool strict = false, onCard = false, fix = false, yes = false;
+    // of explain
+    std::vector<std::string> values;
+    std::string table;
+    bool live = false, offline = false;
+};
 
 // HOST, HOST:PORT or an IPv6 address, whose colons are more than one.
 std::string wrongPort(const std::string& host)
@@ -32,32 +34,92 @@ std::string wrongPort(const std::string& host)
     return digits && std::stol(port) >= 1 && std::stol(port) <= 65535 ? "" : "not a port: " + port;
 }
 
+void addChecking(CLI::App& app, Options& options)
+{
+    app.add_option("PROPERTIES-FILE", options.properties, "the properties file, which names the other two")
+        ->capture_default_str();
+    app.add_flag("--strict", options.strict, "take warnings for errors");
+    CLI::Option* format = app.add_option("--format", options.format, "text or json");
+    format->check(CLI::IsMember({"text", "json"}))->capture_default_str();
+    app.add_option("--server", options.server, "HOST[:PORT] of an object server that is asked which labels it knows")
+        ->check(wrongPort);
+    app.add_option("--peer", options.peer,
+                   "the GSM message file of another card that this one texts with: finds what one sends and the other "
+                   "takes for a command");
+    app.add_flag("--on-card", options.onCard,
+                 "look at the serial port and the log's folders, too; so it is for files in /etc/tav");
+    app.add_option("--user", options.user, "the service's user, who must be able to write the log")
+        ->capture_default_str();
+    CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch of what has only one remedy, and ask");
+    fix->excludes(format);
+    app.add_flag("--yes", options.yes, "with --fix: change the files without asking")->needs(fix);
+}
+
+CLI::App* addExplaining(CLI::App& app, Options& options)
+{
+    CLI::App* explaining =
+        app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
+    explaining->fallthrough(); // --server may stand behind "explain" too
+    explaining->add_option("VALUES", options.values,
+                           "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
+    explaining->add_flag("--live", options.live, "take the values from the object server");
+    explaining->add_option("--table", options.table, "print the truth table of this output");
+    explaining->add_flag("--offline", options.offline, "with --table: offline inputs, too");
+    return explaining;
+}
+
+int runExplain(const Options& options, const Site& site)
+{
+    std::map<std::string, std::string> states;
+    for (const std::string& value : options.values) {
+        const size_t equals = value.find('=');
+        if (equals == std::string::npos) {
+            fprintf(stderr, "telnodriver-check: a value is LABEL=STATUS, not %s\n", value.c_str());
+            return 2;
+        }
+        states[value.substr(0, equals)] = value.substr(equals + 1);
+    }
+    if (!options.table.empty())
+        return explainTable(site.pairs, options.table, options.offline);
+    if (options.live)
+        return explainLive(site.pairs, options.server.empty() ? site.host : options.server);
+    return explain(site.pairs, states);
+}
+
+// Whether this is a card that uses its modem.
+bool hasModem()
+{
+    cWlog logger("telnodriver-check");
+    return VelIdentifier(&logger).getHardwareNumber() == 1;
+}
+
+int runCheck(const Options& options, Site& site, Report& report)
+{
+    checkPairs(site, report);
+    checkMessages(site, report);
+    checkTogether(site, report);
+    checkRules(site, report);
+    if (options.onCard || options.properties.rfind("/etc/tav/", 0) == 0)
+        checkCard(site, options.onCard || hasModem(), options.user, report);
+    if (!options.peer.empty())
+        checkPeer(site, options.peer, report);
+    if (!options.server.empty())
+        checkServer(site, options.server, report);
+    options.format == "json" ? report.printJson() : report.print();
+    if (options.fix && !fix(report, options.yes))
+        return 2;
+    return report.exitStatus(options.strict);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     CLI::App app("Finds the mistakes in the files of telnodriver, and explains what the daemon makes of them.\n"
                  "Exit status: 0 nothing found, 1 warnings, 2 errors");
-    std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, table, peer;
-    std::vector<std::string> values;
-    bool strict = false, live = false, withOffline = false;
-    app.add_option("PROPERTIES-FILE", properties, "the properties file, which names the other two")
-        ->capture_default_str();
-    app.add_flag("--strict", strict, "take warnings for errors");
-    app.add_option("--format", format, "text or json")->check(CLI::IsMember({"text", "json"}))->capture_default_str();
-    app.add_option("--server", server, "HOST[:PORT] of an object server that is asked which labels it knows")
-        ->check(wrongPort);
-    app.add_option("--peer", peer,
-                   "the GSM message file of another card that this one texts with: finds what one sends and the other "
-                   "takes for a command");
-    CLI::App* explaining =
-        app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
-    explaining->fallthrough(); // --server may stand behind "explain" too
-    explaining->add_option("VALUES", values,
-                           "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
-    explaining->add_flag("--live", live, "take the values from the object server");
-    explaining->add_option("--table", table, "print the truth table of this output");
-    explaining->add_flag("--offline", withOffline, "with --table: offline inputs, too");
+    Options options;
+    addChecking(app, options);
+    const CLI::App* explaining = addExplaining(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& wrong) {
@@ -69,28 +131,8 @@ int main(int argc, char* argv[])
     cWlog::init(cWlog::ERROR); // what the readers say beside the report; no word of outputs being set
 
     Report report;
-    Site site = readSite(properties, report);
-    if (explaining->parsed()) {
-        std::map<std::string, std::string> states;
-        for (const std::string& value : values) {
-            const size_t equals = value.find('=');
-            if (equals == std::string::npos) {
-                fprintf(stderr, "telnodriver-check: a value is LABEL=STATUS, not %s\n", value.c_str());
-                return 2;
-            }
-            states[value.substr(0, equals)] = value.substr(equals + 1);
-        }
-        if (!table.empty())
-            return explainTable(site.pairs, table, withOffline);
-        return live ? explainLive(site.pairs, server.empty() ? site.host : server) : explain(site.pairs, states);
-    }
-    checkPairs(site, report);
-    checkMessages(site, report);
-    checkTogether(site, report);
-    if (!peer.empty())
-        checkPeer(site, peer, report);
-    if (!server.empty())
-        checkServer(site, server, report);
-    format == "json" ? report.printJson() : report.print();
-    return report.exitStatus(strict);
+    Site site;
+    site.properties = options.properties;
+    checkProperties(site, report);
+    return explaining->parsed() ? runExplain(options, site) : runCheck(options, site, report);
 }

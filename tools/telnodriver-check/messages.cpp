@@ -1,7 +1,7 @@
 // The GSM message file: what its reader tolerates silently.
+#include "Elements.h"
 #include "Site.h"
-
-#include "xmlFile.h"
+#include "gsmAlphabet.h"
 
 #include <algorithm>
 #include <cctype>
@@ -12,85 +12,131 @@
 namespace {
 
 constexpr size_t kLongestLabel = 31, kLongestMessage = 159, kLongestNumber = 10, kMostNumbers = 10;
+constexpr size_t kServiceNumber = 3;         // digits of an emergency call
+const std::string kReply = " STATE:Default"; // the longest end of an answer to QUERY
+const std::vector<std::string> kExampleNumbers = {"0151000001", "0151000002"};
 
-std::string attribute(xmlNode* node, const char* name)
+bool endsIn(const std::string& text, const std::string& end)
 {
-    std::string value;
-    xmlFile::forEachAttribute(node, name, [&](char* text) { value = text; });
-    return value;
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-void checkAttributes(xmlNode* node, const std::string& known, const Site& site, Report& report)
+// The command word at the end of a message; the ON within a longer word does what any other ending does.
+std::string commandWord(const std::string& message)
 {
-    for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
-        const std::string name(reinterpret_cast<const char*>(attribute->name));
-        if (name != known)
-            report.warning(site.messages, xmlGetLineNo(node),
-                           "the attribute " + name + " of " + xmlFile::nameOf(node) + " is not read: " + known +
-                               " may be meant");
+    for (const char* word : {"OFF", "QUERY"}) {
+        if (endsIn(message, word))
+            return word;
     }
+    const bool whole = message.size() == 2 ||
+                       (message.size() > 2 && isalpha(static_cast<unsigned char>(message[message.size() - 3])) == 0);
+    return endsIn(message, "ON") && whole ? "ON" : "";
 }
 
-void checkNumber(const std::string& number, long line, Record& record, const Site& site, Report& report)
-{
-    if (number.size() > kLongestNumber)
-        report.error(site.messages, line,
-                     "the number " + number +
-                         " has more than ten characters and is refused: write it as the network shows it");
-    else if (number.empty() ||
-             !std::all_of(number.begin(), number.end(), [](unsigned char c) { return isdigit(c) != 0; }))
-        report.error(site.messages, line,
-                     "the number \"" + number + "\" holds other than digits: no sender will match it");
-    else if (record.numbers.size() == kMostNumbers)
-        report.error(site.messages, line, "an eleventh number of one Label is ignored: use a second Label");
-    if (number.size() <= kLongestNumber && record.numbers.size() < kMostNumbers)
-        record.numbers.push_back(number);
-}
+class MessageFile : private Elements {
+public:
+    MessageFile(Site& site, Report& report) : Elements(site.messages, report), m_site(site) {}
 
-Record readRecord(xmlNode* label, const Site& site, Report& report)
-{
-    checkAttributes(label, "name", site, report);
-    Record record{attribute(label, "name"), "", {}, xmlGetLineNo(label)};
-    for (xmlNode* node = label->children; node != nullptr; node = node->next) {
-        if (node->type != XML_ELEMENT_NODE)
-            continue;
-        const long line = xmlGetLineNo(node);
-        const std::string name = xmlFile::nameOf(node), value = attribute(node, "value");
-        if (name == "message" || name == "number")
-            checkAttributes(node, "value", site, report);
-        if (name == "message") {
+    void check(xmlNode* root)
+    {
+        checkNamespace(root);
+        forEachElement(root, {"Label"}, [&](xmlNode* label) {
+            Record record = read(label);
+            checkRecord(label, record);
+            checkText(label, record.message);
+            m_site.records.push_back(std::move(record));
+        });
+    }
+
+private:
+    Record read(xmlNode* label)
+    {
+        checkAttributes(label, {"name"});
+        Record record{attribute(label, "name").value_or(""), "", {}, xmlGetLineNo(label)};
+        forEachElement(label, {"message", "number"}, [&](xmlNode* node) {
+            checkAttributes(node, {"value"});
+            const std::string value = attribute(node, "value").value_or("");
+            if (xmlFile::isElement(node, "number")) {
+                checkNumber(node, value, record);
+                return;
+            }
             if (!record.message.empty())
-                report.warning(site.messages, line, "a second message: only the last one counts");
+                warning(node, "a second message: only the last one counts");
             record.message = value;
-        } else if (name == "number") {
-            checkNumber(value, line, record, site, report);
-        } else {
-            const std::string meant = likely(name, {"message", "number"});
-            report.warning(site.messages, line,
-                           "the element " + name + " is skipped" +
-                               (meant.empty() ? "" : ": " + meant + " may be meant"));
+        });
+        return record;
+    }
+
+    void checkNumber(xmlNode* node, const std::string& number, Record& record)
+    {
+        const bool digits = !number.empty() &&
+                            std::all_of(number.begin(), number.end(), [](unsigned char c) { return isdigit(c) != 0; });
+        if (number.size() > kLongestNumber)
+            error(node, "the number " + number +
+                            " has more than ten characters and is refused: write it as the network shows it");
+        else if (!digits)
+            error(node, "the number \"" + number + "\" holds other than digits: no sender will match it");
+        else if (std::find(record.numbers.begin(), record.numbers.end(), number) != record.numbers.end())
+            warning(node, "the number " + number +
+                              " stands in this Label already, and gets each alarm twice: take one "
+                              "away");
+        else if (record.numbers.size() == kMostNumbers)
+            error(node, "an eleventh number of one Label is ignored: use a second Label");
+        if (digits && number.size() <= kServiceNumber)
+            warning(node, "the number " + number + " is as short as that of an emergency call: write a whole number");
+        if (std::find(kExampleNumbers.begin(), kExampleNumbers.end(), number) != kExampleNumbers.end())
+            warning(node, "the number " + number + " is the example's, which nobody has: write yours");
+        if (number.size() <= kLongestNumber && record.numbers.size() < kMostNumbers)
+            record.numbers.push_back(number);
+    }
+
+    void checkRecord(xmlNode* label, const Record& record)
+    {
+        if (record.label.empty())
+            error(label, "no name: the record commands no input of its own; name the label");
+        if (record.label.size() > kLongestLabel)
+            error(label, "the name is cut to 31 characters and matches no port: use a shorter one");
+        checkLabel(label, "name", record.label);
+        if (record.numbers.empty())
+            warning(label, "no number: nobody can command it, and its alarm reaches nobody");
+        // Ten numbers and more are two records with one text.
+        for (const Record& other : m_site.records) {
+            if (!record.label.empty() && other.label == record.label &&
+                (other.message != record.message || other.numbers.size() < kMostNumbers))
+                warning(label, "the Label of line " + std::to_string(other.line) + " is named " + record.label +
+                                   " too, and each has a state of its own: make one of them, or correct a name");
         }
     }
-    return record;
-}
 
-void checkRecord(const Record& record, const Site& site, Report& report)
-{
-    if (record.label.empty())
-        report.error(site.messages, record.line, "no name: the record commands no input of its own; name the label");
-    if (record.label.size() > kLongestLabel)
-        report.error(site.messages, record.line,
-                     "the name is cut to 31 characters and matches no port: use a shorter one");
-    if (record.message.empty())
-        report.error(site.messages, record.line,
-                     "no message: every SMS of these numbers is a command for it; give it one");
-    if (record.message.size() > kLongestMessage)
-        report.error(site.messages, record.line, "the message is cut to 159 characters: use a shorter one");
-    if (std::any_of(record.message.begin(), record.message.end(), [](unsigned char c) { return c < 32; }))
-        report.error(site.messages, record.line, "the message has control characters, and the modem is not sent them");
-    if (record.numbers.empty())
-        report.warning(site.messages, record.line, "no number: nobody can command it, and its alarm reaches nobody");
-}
+    void checkText(xmlNode* label, const std::string& message)
+    {
+        if (message.empty()) {
+            error(label, "no message: every SMS of these numbers is a command for it; give it one");
+            return;
+        }
+        const std::string quoted = "the message \"" + message + '"', word = commandWord(message);
+        if (message.size() > kLongestMessage)
+            error(label, "the message is cut to 159 characters: use a shorter one");
+        else if (message.size() + kReply.size() > kLongestMessage)
+            warning(label, "the answer to a QUERY is cut to 159 characters, without its state: use a message of 145");
+        if (std::any_of(message.begin(), message.end(), [](unsigned char c) { return c < 32; }))
+            error(label, "the message has control characters, and the modem is not sent them");
+        if (message.front() == ' ' || message.back() == ' ')
+            warning(label, quoted + " begins or ends in a blank, which each SMS must have: take it away");
+        if (!word.empty())
+            warning(label, quoted + " ends in " + word + ", which is a command: write what stands before it, and " +
+                               word + " in the SMS");
+        const GsmVerdict verdict = gsmVerdict(message);
+        if (!verdict.lacking.empty())
+            error(label, "the GSM alphabet lacks " + verdict.lacking + " of the message: use another character");
+        if (!verdict.otherCode.empty())
+            warning(label, "the character " + verdict.otherCode +
+                               " of the message becomes another one in an SMS, since the GSM alphabet has it under "
+                               "another code: use a letter, a digit or a hyphen");
+    }
+
+    Site& m_site;
+};
 
 } // namespace
 
@@ -114,15 +160,5 @@ void checkMessages(Site& site, Report& report)
                      "the document element is not gsm_connections, and no SMS is obeyed");
         return;
     }
-    for (xmlNode* node = root->children; node != nullptr; node = node->next) {
-        if (node->type != XML_ELEMENT_NODE)
-            continue;
-        if (!xmlFile::isElement(node, "Label")) {
-            report.warning(site.messages, xmlGetLineNo(node),
-                           std::string("the element ") + xmlFile::nameOf(node) + " is skipped: Label may be meant");
-            continue;
-        }
-        site.records.push_back(readRecord(node, site, report));
-        checkRecord(site.records.back(), site, report);
-    }
+    MessageFile(site, report).check(root);
 }

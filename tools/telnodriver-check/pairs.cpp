@@ -1,4 +1,5 @@
 // The I/O pair file: what its reader tolerates silently.
+#include "Elements.h"
 #include "Site.h"
 
 #include "xmlFile.h"
@@ -7,21 +8,20 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
-#include <optional>
-#include <set>
 
 namespace {
 
 const std::vector<std::string> kTypes = {"IO", "AC", "ANALOG", "ANALOG_IO", "GSM"};
 const std::vector<std::string> kOperations = {"OR", "AND", "INV", "INVERSE"};
-constexpr size_t kLongestLabel = 31;
+constexpr size_t kLongestLabel = 31, kMostChildren = 65535;
 
-class PairFile {
+class PairFile : private Elements {
 public:
-    PairFile(Site& site, Report& report) : m_site(site), m_report(report) {}
+    PairFile(Site& site, Report& report) : Elements(site.pairs, report), m_site(site) {}
 
     void check(xmlNode* root)
     {
+        checkNamespace(root);
         bool any = false;
         forEachElement(root, {"connection"}, [&](xmlNode* connection) {
             any = true;
@@ -32,40 +32,12 @@ public:
     }
 
 private:
-    template <typename Take> void forEachElement(xmlNode* parent, const std::vector<std::string>& known, Take take)
-    {
-        for (xmlNode* node = parent->children; node != nullptr; node = node->next) {
-            if (node->type != XML_ELEMENT_NODE)
-                continue;
-            const std::string name = xmlFile::nameOf(node);
-            if (std::find(known.begin(), known.end(), name) != known.end()) {
-                take(node);
-                continue;
-            }
-            const std::string meant = likely(name, known);
-            warning(node,
-                    "the element " + name + " is skipped" + (meant.empty() ? "" : ": " + meant + " may be meant"));
-        }
-    }
-
-    void checkAttributes(xmlNode* node, const std::vector<std::string>& known)
-    {
-        for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
-            const std::string name(reinterpret_cast<const char*>(attribute->name));
-            if (std::find(known.begin(), known.end(), name) == known.end()) {
-                const std::string meant = likely(name, known);
-                warning(node, "the attribute " + name + " of " + xmlFile::nameOf(node) + " is not read" +
-                                  (meant.empty() ? "" : ": " + meant + " may be meant"));
-            }
-        }
-    }
-
-    static std::optional<std::string> attribute(xmlNode* node, const char* name)
-    {
-        std::optional<std::string> value;
-        xmlFile::forEachAttribute(node, name, [&](char* text) { value = text; });
-        return value;
-    }
+    // What a connection adds to the site, unless it is refused.
+    struct Gathered {
+        std::vector<Place> inputs, last, commanded, outputs, alarms;
+        std::vector<long> triggers;
+        long action = 0;
+    };
 
     std::string operation(xmlNode* node)
     {
@@ -86,31 +58,60 @@ private:
             warning(detail, "the device type \"" + *type + "\" is none: write IO, AC, ANALOG, ANALOG_IO or GSM");
         if (invert && *invert != "true" && *invert != "false")
             error(detail, "io_invert=\"" + *invert + "\" does not invert: only \"true\" does");
-        if (text.size() <= kLongestLabel)
+        if (text.size() <= kLongestLabel) {
+            checkLabel(detail, "io_label", text);
             return text;
-        error(detail,
-              "the label " + text + " has more than 31 characters, and the detail is refused: use a shorter one");
+        }
+        error(detail, "the label " + text +
+                          " has more than 31 characters, and its whole connection is refused: use a shorter one");
+        m_refused = true;
         return {};
     }
 
     void checkConnection(xmlNode* connection)
     {
         checkAttributes(connection, {});
+        m_gathered = Gathered();
+        m_refused = false;
         int triggers = 0, actions = 0;
         bool usable[2] = {false, false};
         forEachElement(connection, {"trigger", "action"}, [&](xmlNode* side) {
             const bool trigger = xmlFile::isElement(side, "trigger");
             ++(trigger ? triggers : actions);
-            usable[trigger ? 0 : 1] |= trigger ? checkTrigger(side, true) : checkAction(side);
+            usable[trigger ? 0 : 1] |= trigger ? checkOutermost(side) : checkAction(side);
         });
+        if (triggers > 1 || actions > 1)
+            warning(connection, "several triggers or actions: only the last usable one of each counts");
+        if (m_refused)
+            return;
         if (!usable[0])
             error(connection,
                   "no usable trigger, and the connection is left out: give it a trigger with a labelled detail");
         if (!usable[1])
             error(connection,
                   "no usable action, and the connection is left out: give it an action with a labelled detail");
-        if (triggers > 1 || actions > 1)
-            warning(connection, "several triggers or actions: only the last usable one of each counts");
+        if (usable[0] && usable[1])
+            m_site.rules.push_back({m_gathered.action, m_gathered.triggers});
+        append(m_site.inputs, m_gathered.inputs);
+        append(m_site.last, m_gathered.last);
+        append(m_site.commanded, m_gathered.commanded);
+        append(m_site.outputs, m_gathered.outputs);
+        append(m_site.alarms, m_gathered.alarms);
+    }
+
+    static void append(std::vector<Place>& all, const std::vector<Place>& more)
+    {
+        all.insert(all.end(), more.begin(), more.end());
+    }
+
+    bool checkOutermost(xmlNode* trigger)
+    {
+        const std::vector<long> before = m_gathered.triggers;
+        m_gathered.triggers.clear();
+        const bool usable = checkTrigger(trigger, true);
+        if (!usable)
+            m_gathered.triggers = before;
+        return usable;
     }
 
     bool checkTrigger(xmlNode* trigger, bool outermost)
@@ -118,45 +119,63 @@ private:
         const std::string word = operation(trigger);
         if (word == "INV" || word == "INVERSE")
             error(trigger, "a trigger whose operation is INVERSE never acts: use OR or AND, and io_invert on a detail");
-        int children = 0;
+        const size_t place = m_gathered.triggers.size();
+        m_gathered.triggers.push_back(xmlGetLineNo(trigger));
+        size_t children = 0;
         Place last{"", 0};
-        std::map<std::string, std::set<bool>> senses;
+        std::map<std::pair<std::string, bool>, long> seen;
         forEachElement(trigger, {"detail", "trigger"}, [&](xmlNode* child) {
             if (xmlFile::isElement(child, "trigger")) {
                 if (checkTrigger(child, false)) {
                     ++children;
                     last = m_last;
                 }
-                return;
+            } else if (checkInput(child, outermost, seen)) {
+                ++children;
+                last = m_gathered.inputs.back();
             }
-            const std::string text = label(child);
-            if (text.empty()) {
-                warning(child, "a detail without a label adds nothing: give it an io_label");
-                return;
-            }
-            ++children;
-            last = {text, xmlGetLineNo(child)};
-            senses[text].insert(attribute(child, "io_invert").value_or("") == "true");
-            m_site.inputs.push_back({text, xmlGetLineNo(child)});
-            if (outermost)
-                m_site.commanded.push_back({text, xmlGetLineNo(child)});
         });
-        if (children > 1)
-            m_site.last.push_back(last);
-        m_last = last;
-        for (const auto& sense : senses) {
-            if (sense.second.size() == 2 && word == "AND")
-                warning(trigger, "an AND over " + sense.first + " and its inverse never acts: take one of them away");
-            else if (sense.second.size() == 2)
-                warning(trigger, "an OR over " + sense.first + " and its inverse always acts: take one of them away");
+        if (children > kMostChildren) {
+            error(trigger, "more than 65535 details and triggers, and the whole connection is refused: nest them");
+            m_refused = true;
         }
+        if (children > 1)
+            m_gathered.last.push_back(last);
+        m_last = last;
+        if (children == 0)
+            m_gathered.triggers.resize(place);
         return children > 0;
+    }
+
+    // @p seen: the inputs of the same trigger so far, and whether they are inverted, with their lines
+    bool checkInput(xmlNode* detail, bool outermost, std::map<std::pair<std::string, bool>, long>& seen)
+    {
+        const std::string text = label(detail);
+        if (text.empty()) {
+            if (!m_refused)
+                warning(detail, "a detail without a label adds nothing: give it an io_label");
+            return false;
+        }
+        const long line = xmlGetLineNo(detail);
+        const bool inverted = attribute(detail, "io_invert").value_or("") == "true";
+        const auto twin = seen.emplace(std::make_pair(text, inverted), line);
+        if (!twin.second)
+            warning(detail, "the same detail stands in line " + std::to_string(twin.first->second) +
+                                " already: take one away, or correct its label");
+        if (attribute(detail, "dev_type").value_or("") == "GSM")
+            warning(detail, "GSM is no type of an input, and is not looked at: write IO; for an alarm SMS write it in "
+                            "the action");
+        m_gathered.inputs.push_back({text, line});
+        if (outermost)
+            m_gathered.commanded.push_back({text, line});
+        return true;
     }
 
     // All details of an action are one set of values: the last of each attribute counts.
     bool checkAction(xmlNode* action)
     {
-        operation(action);
+        if (operation(action) == "AND")
+            warning(action, "AND has no meaning on an action: take it away, or write it on the trigger");
         std::string gathered, type;
         int details = 0;
         forEachElement(action, {"detail"}, [&](xmlNode* detail) {
@@ -171,16 +190,15 @@ private:
             warning(action, "the details of one action are read into one: make a connection for each output");
         if (gathered.empty())
             return false;
-        (type == "GSM" ? m_site.alarms : m_site.outputs).push_back({gathered, xmlGetLineNo(action)});
+        m_gathered.action = xmlGetLineNo(action);
+        (type == "GSM" ? m_gathered.alarms : m_gathered.outputs).push_back({gathered, xmlGetLineNo(action)});
         return true;
     }
 
-    void error(xmlNode* node, const std::string& text) { m_report.error(m_site.pairs, xmlGetLineNo(node), text); }
-    void warning(xmlNode* node, const std::string& text) { m_report.warning(m_site.pairs, xmlGetLineNo(node), text); }
-
     Site& m_site;
-    Report& m_report;
-    Place m_last{"", 0}; // the input at the end of the trigger that was checked last
+    Gathered m_gathered;
+    bool m_refused = false; // the connection that is being checked
+    Place m_last{"", 0};    // the input at the end of the trigger that was checked last
 };
 
 } // namespace

@@ -1,183 +1,202 @@
-// The properties file: keys that nobody reads, values that are cut, lines that are lost.
+// The properties file: keys that nobody reads, values that are cut or cannot work, lines that are lost.
+#include "properties.h"
+#include "Logging.h"
 #include "Site.h"
 
-#include "properties.h"
-
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cctype>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
+#include <set>
 #include <sys/stat.h>
 
 namespace {
 
-constexpr size_t kLongestLine = 255;
+constexpr size_t kLongestLine = 255, kLongestPin = 7;
 
 struct Key {
     const char* name;
     size_t longest;
 };
-const Key kKeys[] = {{"host", 31}, {"ioPairFile", 31}, {"serialPortName", 31}, {"gsmconfigFile", 31}, {"simPin", 7}};
+const Key kKeys[] = {
+    {"host", 31}, {"ioPairFile", 31}, {"serialPortName", 31}, {"gsmconfigFile", 31}, {"simPin", kLongestPin}};
 
-size_t distance(const std::string& a, const std::string& b)
+bool allOf(const std::string& text, const char* characters)
 {
-    std::vector<size_t> row(b.size() + 1);
-    for (size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i;
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const bool same =
-                tolower(static_cast<unsigned char>(a[i - 1])) == tolower(static_cast<unsigned char>(b[j - 1]));
-            const size_t replaced = diagonal + (same ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
+    return text.find_first_not_of(characters) == std::string::npos;
+}
+
+// Why the daemon cannot reach @p host by any network; empty where it may.
+std::string hostTrouble(const std::string& host)
+{
+    in_addr v4{};
+    in6_addr v6{};
+    const std::string address = host.substr(0, host.find('%')); // a link-local one names its interface
+    if (host.empty())
+        return "host is empty, and no input or output is found: write the object server's address";
+    if (inet_pton(AF_INET, host.c_str(), &v4) == 1 || inet_pton(AF_INET6, address.c_str(), &v6) == 1)
+        return "";
+    const size_t colon = host.find(':');
+    if (colon != std::string::npos && host.find(':', colon + 1) == std::string::npos)
+        return "host \"" + host + "\" has a port, and is no address with it: write " + host.substr(0, colon) +
+               "; the port is always 60000";
+    if (allOf(host, "0123456789."))
+        return "host \"" + host + "\" is no address: write four numbers from 0 to 255, or a name";
+    const bool name = std::all_of(host.begin(), host.end(),
+                                  [](unsigned char c) { return isalnum(c) != 0 || c == '-' || c == '.' || c == '_'; });
+    if (!name || host.front() == '.' || host.front() == '-' || host.find("..") != std::string::npos)
+        return "host \"" + host + "\" is no address and no name: write the object server's address";
+    return "";
+}
+
+class PropertiesFile {
+public:
+    PropertiesFile(Site& site, Report& report)
+        : m_site(site), m_report(report), m_logging(site.properties, site.logFiles, report)
+    {
+    }
+
+    void check(const std::string& text)
+    {
+        std::vector<Edit> carriageReturns;
+        long firstReturn = 0;
+        size_t at = 0;
+        for (m_line = 1; at < text.size(); ++m_line) {
+            const size_t end = std::min(text.find('\n', at), text.size());
+            std::string line = text.substr(at, end - at);
+            if (line.size() > kLongestLine) {
+                error("a line of more than 255 characters: it and all that follows is not read");
+                break;
+            }
+            if (!line.empty() && line.back() == '\r') {
+                line.pop_back();
+                firstReturn = firstReturn != 0 ? firstReturn : m_line;
+                carriageReturns.push_back({at + line.size(), 1, ""});
+            }
+            checkLine(line, at);
+            at = end + 1;
+        }
+        if (firstReturn != 0)
+            m_report.error(m_site.properties, firstReturn,
+                           "the line ends in CR LF, and the CR belongs to the value: save the file with LF line ends",
+                           carriageReturns);
+        m_logging.finish(text);
+        m_site.namesMessages = m_seen.count("gsmconfigFile") != 0;
+        checkPinIsSafe();
+    }
+
+private:
+    void checkLine(const std::string& line, size_t offset)
+    {
+        const std::string content = line.substr(0, line.find('#'));
+        const size_t equals = content.find('=');
+        if (equals == std::string::npos) {
+            if (!trimmed(content).empty())
+                warning("a line without an equals sign is skipped: write KEY=VALUE");
+            return;
+        }
+        const std::string key = content.substr(0, equals), value = content.substr(equals + 1), name = trimmed(key);
+        if (!m_seen.insert(key).second)
+            warning("the key " + key + " stands above already; the first one counts");
+        if (name.rfind("log4cpp.", 0) == 0) {
+            m_logging.take({m_line, offset, line.size(), offset + equals + 1, name, value});
+            return;
+        }
+        std::vector<std::string> names;
+        for (const Key& known : kKeys) {
+            names.emplace_back(known.name);
+            if (name == known.name) {
+                checkBlanks(name, key, value, offset);
+                checkValue(known, trimmed(value));
+                return;
+            }
+        }
+        const std::string meant = likely(name, names);
+        warning("nobody reads the key \"" + key + '"' + (meant.empty() ? "" : ": " + meant + " may be meant"));
+    }
+
+    void checkBlanks(const std::string& name, const std::string& key, const std::string& value, size_t offset)
+    {
+        if (name != key)
+            error("blanks belong to the key \"" + key + "\", which nobody reads: write " + name + "= without blanks",
+                  {{offset, key.size(), name}});
+        if (trimmed(value) != value)
+            error("blanks belong to the value of " + name + ": take them away, also before a #",
+                  {{offset + key.size() + 1, value.size(), trimmed(value)}});
+    }
+
+    void checkValue(const Key& key, const std::string& value)
+    {
+        const std::string name = key.name;
+        if (name == "simPin") {
+            checkPin(value);
+            return;
+        }
+        if (value.size() > key.longest)
+            error("the value of " + name + " is cut to its first " + std::to_string(key.longest) +
+                  " characters: use a shorter one");
+        const std::string trouble = name == "host" ? hostTrouble(value) : "";
+        if (!trouble.empty())
+            error(trouble);
+        if (name == "serialPortName") {
+            if (m_site.serialPort.line == 0) // the first one counts
+                m_site.serialPort = {value, m_line};
+            if (value.empty() || value.front() != '/')
+                error("serialPortName \"" + value + "\" is no path of a device: write /dev/" +
+                      (value.empty() ? "ttyS3" : value));
         }
     }
-    return row[b.size()];
-}
 
-std::string trimmed(const std::string& text)
-{
-    const size_t first = text.find_first_not_of(" \t\r"), last = text.find_last_not_of(" \t\r");
-    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
-}
-
-void checkPin(const std::string& pin, const Site& site, long line, Report& report)
-{
-    const bool digits = std::all_of(pin.begin(), pin.end(), [](unsigned char c) { return isdigit(c) != 0; });
-    if (!digits || pin.size() < 4 || pin.size() > 7)
-        report.error(
-            site.properties, line,
-            "simPin is not 4 to 7 digits: each wrong PIN that is sent costs the SIM a try; write the SIM's PIN");
-}
-
-void checkKey(const std::string& key, const std::string& value, const Site& site, long line, Report& report)
-{
-    const std::string name = trimmed(key);
-    std::vector<std::string> names;
-    for (const Key& known : kKeys) {
-        names.emplace_back(known.name);
-        if (name != known.name)
-            continue;
-        if (name != key)
-            report.error(site.properties, line,
-                         "blanks belong to the key \"" + key + "\", which nobody reads: write " + name +
-                             "= without blanks");
-        if (trimmed(value) != value && (value.empty() || value.back() != '\r'))
-            report.error(site.properties, line,
-                         "blanks belong to the value of " + name + ": take them away, also before a #");
-        if (value.size() > known.longest)
-            report.error(site.properties, line,
-                         "the value of " + name + " is cut to its first " + std::to_string(known.longest) +
-                             " characters: use a shorter one");
-        if (name == "simPin")
-            checkPin(trimmed(value), site, line, report);
-        return;
+    void checkPin(const std::string& pin)
+    {
+        if (pin.size() > kLongestPin && allOf(pin, "0123456789"))
+            error("simPin has more than 7 digits, and the daemon would send the first 7 only: each wrong PIN that is "
+                  "sent costs the SIM a try; give the SIM a PIN of 4 to 7 digits");
+        else if (pin.size() < 4 || !allOf(pin, "0123456789") || pin.size() > kLongestPin)
+            error("simPin is not 4 to 7 digits: each wrong PIN that is sent costs the SIM a try; write the SIM's PIN");
+        else if (pin == "1357")
+            warning("simPin is still the example's, and a wrong PIN costs the SIM a try: write the SIM's PIN");
     }
-    if (name.rfind("log4cpp.", 0) == 0)
-        return;
-    const std::string meant = likely(name, names);
-    report.warning(site.properties, line,
-                   "nobody reads the key \"" + key + '"' + (meant.empty() ? "" : ": " + meant + " may be meant"));
-}
 
-bool holds(const std::vector<std::string>& keys, const std::string& key)
-{
-    return std::find(keys.begin(), keys.end(), key) != keys.end();
-}
+    void checkPinIsSafe()
+    {
+        struct stat mode {};
+        if (m_seen.count("simPin") == 0)
+            m_report.warning(m_site.properties, 0,
+                             "no simPin: a TAVLite card sends 1357 to a SIM that asks for its PIN, and a wrong PIN "
+                             "costs a try; write the SIM's PIN");
+        else if (stat(m_site.properties.c_str(), &mode) == 0 && (mode.st_mode & S_IROTH) != 0)
+            m_report.warning(m_site.properties, 0, "others can read the file, and it holds the PIN: chmod o-r");
+    }
 
-void checkPriority(const std::string& key, const std::string& value, const Site& site, long line, Report& report)
-{
-    const std::string priority = trimmed(value.substr(0, value.find(',')));
-    if ((key == "log4cpp.rootCategory" || key.rfind("log4cpp.category.", 0) == 0) &&
-        (priority == "DEBUG" || priority == "NOTSET"))
-        report.warning(site.properties, line,
-                       "at " + priority +
-                           " every step and every AT command is logged, the PIN included, and the card "
-                           "is slowed down: write INFO once the card works");
-}
+    void error(const std::string& text, const std::vector<Edit>& edits = {})
+    {
+        m_report.error(m_site.properties, m_line, text, edits);
+    }
+    void warning(const std::string& text) { m_report.warning(m_site.properties, m_line, text); }
 
-// A log file that others can read shows every AT command at debug, the PIN included.
-void checkLogFile(const std::string& key, const std::string& value, const Site& site, long line, Report& report)
-{
-    struct stat file {};
-    if (key.rfind("log4cpp.appender.", 0) == 0 && key.size() > 9 && key.substr(key.size() - 9) == ".fileName" &&
-        stat(value.c_str(), &file) == 0 && S_ISREG(file.st_mode) && (file.st_mode & S_IROTH) != 0)
-        report.warning(site.properties, line,
-                       "others can read the log file " + value +
-                           ", which holds SMS texts and, at DEBUG, the PIN: chmod o-r");
-}
+    Site& m_site;
+    Report& m_report;
+    Logging m_logging;
+    long m_line = 0;
+    std::set<std::string> m_seen;
+};
 
 } // namespace
 
-std::string likely(const std::string& word, const std::vector<std::string>& known)
-{
-    std::string best;
-    size_t nearest = 3;
-    for (const std::string& candidate : known) {
-        const size_t away = distance(word, candidate);
-        if (away < nearest) {
-            nearest = away;
-            best = candidate;
-        }
-    }
-    return best;
-}
-
 void checkProperties(Site& site, Report& report)
 {
-    std::ifstream file(site.properties, std::ios::binary);
-    if (!file || (file.peek() == std::ifstream::traits_type::eof() && file.bad())) {
-        report.error(site.properties, 0, "cannot be read: every key takes its default");
-    } else {
-        bool crlf = false;
-        std::vector<std::string> seen;
-        long number = 0;
-        for (std::string line; std::getline(file, line);) {
-            ++number;
-            if (line.size() > kLongestLine) {
-                report.error(site.properties, number,
-                             "a line of more than 255 characters: it and all that follows is not read");
-                break;
-            }
-            if (!line.empty() && line.back() == '\r' && !crlf) {
-                crlf = true;
-                report.error(
-                    site.properties, number,
-                    "the line ends in CR LF, and the CR belongs to the value: save the file with LF line ends");
-            }
-            const std::string content = line.substr(0, line.find('#'));
-            const size_t equals = content.find('=');
-            if (equals == std::string::npos) {
-                if (!trimmed(content).empty())
-                    report.warning(site.properties, number,
-                                   "a line without an equals sign is skipped: write KEY=VALUE");
-                continue;
-            }
-            const std::string key = content.substr(0, equals), value = content.substr(equals + 1);
-            if (holds(seen, key))
-                report.warning(site.properties, number,
-                               "the key " + key + " stands above already; the first one counts");
-            seen.push_back(key);
-            checkKey(key, value, site, number, report);
-            checkPriority(key, value, site, number, report);
-            checkLogFile(key, value, site, number, report);
-        }
-        site.namesMessages = holds(seen, "gsmconfigFile");
-        if (!holds(seen, "simPin"))
-            report.warning(site.properties, 0,
-                           "no simPin: a TAVLite card sends 1357 to a SIM that asks for its PIN, and a wrong PIN costs "
-                           "a try; write the SIM's PIN");
-        struct stat mode {};
-        if (stat(site.properties.c_str(), &mode) == 0 && (mode.st_mode & S_IROTH) != 0 && holds(seen, "simPin"))
-            report.warning(site.properties, 0, "others can read the file, and it holds the PIN: chmod o-r");
-    }
-
-    // What the daemon makes of it, by its own reader.
-    cProperties properties;
-    if (file.is_open())
+    cProperties properties; // what the daemon makes of it, by its own reader
+    std::string text;
+    if (readText(site.properties, text)) {
+        PropertiesFile(site, report).check(text);
         (void)properties.load(site.properties.c_str());
+    } else {
+        report.error(site.properties, 0,
+                     std::string("cannot be read, and every key takes its default: ") +
+                         (errno == EINVAL ? "not a regular file" : strerror(errno)));
+    }
     site.host = std::string(properties.getString("host", "127.0.0.1")).substr(0, 31);
     site.pairs = std::string(properties.getString("ioPairFile", "/etc/tav/telnodriver.xml")).substr(0, 31);
     site.messages = std::string(properties.getString("gsmconfigFile", "/etc/tav/gsmconnections.xml")).substr(0, 31);

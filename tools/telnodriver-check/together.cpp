@@ -9,6 +9,9 @@
 
 namespace {
 
+constexpr size_t kLongestAlarm = 135;
+const std::string kAlarmEnd = " LOW";
+
 bool begins(const std::string& text, const std::string& with)
 {
     return text.rfind(with, 0) == 0;
@@ -25,19 +28,6 @@ bool shareNumber(const Record& one, const Record& other)
     return std::any_of(one.numbers.begin(), one.numbers.end(), [&](const std::string& number) {
         return std::find(other.numbers.begin(), other.numbers.end(), number) != other.numbers.end();
     });
-}
-
-void checkOutputs(const Site& site, Report& report)
-{
-    std::map<std::string, long> driven;
-    for (const Place& output : site.outputs) {
-        const auto other = driven.emplace(output.label, output.line);
-        if (!other.second)
-            report.warning(site.pairs, output.line,
-                           "the output " + output.label + " is driven by the connection of line " +
-                               std::to_string(other.first->second) +
-                               " too: the last one evaluated wins; join their triggers");
-    }
 }
 
 void checkCase(const Site& site, Report& report)
@@ -95,6 +85,15 @@ void checkRecords(const Site& site, Report& report)
                                        "\" would be a command for this record, if cards list each other's numbers");
             }
         }
+    }
+}
+
+void checkAlarms(const Site& site, Report& report)
+{
+    for (const Record& record : site.records) {
+        if (holds(site.alarms, record.label) && record.message.size() + kAlarmEnd.size() > kLongestAlarm)
+            report.error(site.messages, record.line,
+                         "the alarm text is cut to 135 characters, its \" LOW\" included: use a message of 131");
     }
     for (const Place& alarm : site.alarms) {
         const bool found = std::any_of(site.records.begin(), site.records.end(),
@@ -161,9 +160,9 @@ void checkPeer(const Site& site, const std::string& peer, Report& report)
 
 void checkTogether(const Site& site, Report& report)
 {
-    checkOutputs(site, report);
     checkCase(site, report);
     checkRecords(site, report);
+    checkAlarms(site, report);
 }
 
 void checkServer(const Site& site, const std::string& host, Report& report)

@@ -1,0 +1,44 @@
+// The lines of the properties file that configure the log.
+#ifndef CHECK_LOGGING_H
+#define CHECK_LOGGING_H
+
+#include "Site.h"
+
+#include <map>
+#include <set>
+
+/// Takes the lines one by one, and says at the end what only all of them show. Warnings alone: errors refuse the
+/// daemon's start, and an output must not stand still for the log's sake.
+class Logging {
+public:
+    struct Line {
+        long number;
+        size_t offset, length; ///< in the file, without its end
+        size_t valueOffset;
+        std::string key, value; ///< the key without blanks
+    };
+
+    /// @param files  takes the paths of log files; both live longer than this
+    Logging(std::string properties, std::vector<Place>& files, Report& report)
+        : m_properties(std::move(properties)), m_files(files), m_report(report)
+    {
+    }
+
+    void take(const Line& line);
+    /// @param text  the file
+    void finish(const std::string& text);
+
+private:
+    void checkPriority(const Line& line);
+    void checkFile(const Line& line);
+    void warning(const Line& line, const std::string& text, const std::vector<Edit>& edits = {});
+
+    std::string m_properties;
+    std::vector<Place>& m_files;
+    Report& m_report;
+    std::map<std::string, Line> m_appenders;            ///< by name
+    std::set<std::string> m_layouts;                    ///< appenders that have one
+    std::vector<std::pair<std::string, Line>> m_wanted; ///< appenders that a category names
+};
+
+#endif
