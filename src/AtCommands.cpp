@@ -3,6 +3,7 @@
 #include "replyText.h"
 
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -24,62 +25,34 @@ constexpr int kMostListed = 1000; // a SIM has at most 255 places; what claims m
 
 // ---- CmdMdmID ----
 
-CmdMdmID::CmdMdmID(Modem* mdm) : Command(mdm), id{}
-{
-    tout = 2;
-}
-
-char* CmdMdmID::getATstring()
-{
-    static char text[] = "ATI\r";
-    return text;
-}
+CmdMdmID::CmdMdmID(Modem* mdm) : Command(mdm, at::MdmID), id{} {}
 
 void CmdMdmID::handleData(unsigned char* data)
 {
     keepLine(id, data);
-    setDone();
+    finish(true, data);
 }
 
 // ---- CmdSIMin ----
 
-CmdSIMin::CmdSIMin(Modem* mdm) : Command(mdm), isIn(false)
-{
-    tout = 4;
-}
-
-char* CmdSIMin::getATstring()
-{
-    static char text[] = "AT+CSMINS?\r";
-    return text;
-}
+CmdSIMin::CmdSIMin(Modem* mdm) : Command(mdm, at::SIMin), isIn(false) {}
 
 void CmdSIMin::handleData(unsigned char* data)
 {
     printf("SIMINREPLY:%s\n", reinterpret_cast<const char*>(data));
-    if (beginsWith(data, "+CSMINS: ")) {
+    const bool parsed = beginsWith(data, "+CSMINS: ");
+    if (parsed) {
         char fields[2][256];
         int count = 0;
         findParameters(afterPrefix(data, "+CSMINS: "), ',', &count, fields);
         isIn = figure(fields[1], 0) == 1;
-    } else {
-        Command::handleData(data);
     }
-    setDone();
+    finish(parsed, data);
 }
 
 // ---- CmdPinStat ----
 
-CmdPinStat::CmdPinStat(Modem* mdm) : Command(mdm), pinStat(Pinstat::UNKNOWN)
-{
-    tout = 4;
-}
-
-char* CmdPinStat::getATstring()
-{
-    static char text[] = "AT+CPIN?\r";
-    return text;
-}
+CmdPinStat::CmdPinStat(Modem* mdm) : Command(mdm, at::PinStat), pinStat(Pinstat::UNKNOWN) {}
 
 void CmdPinStat::handleData(unsigned char* data)
 {
@@ -91,7 +64,8 @@ void CmdPinStat::handleData(unsigned char* data)
                    {"SIM PUK", Pinstat::SIM_PUK},
                    {"PH_SIM PIN", Pinstat::PH_SIM_PIN},
                    {"PH_SIM PUK", Pinstat::PH_SIM_PUK}};
-    if (!beginsWith(data, "+CPIN: ")) {
+    const bool parsed = beginsWith(data, "+CPIN: ");
+    if (!parsed) {
         pinStat = Pinstat::UNKNOWN;
     } else {
         const char* rest = reinterpret_cast<const char*>(afterPrefix(data, "+CPIN: "));
@@ -102,56 +76,33 @@ void CmdPinStat::handleData(unsigned char* data)
             }
         }
     }
-    setDone();
+    finish(parsed, data);
 }
 
-// ---- CmdEnterPin ----
+// ---- CmdEnterPin, CmdEnterPuk ----
 
-CmdEnterPin::CmdEnterPin(Modem* mdm, char* pin) : Command(mdm)
+CmdEnterPin::CmdEnterPin(Modem* mdm, char* pin) : Command(mdm, at::EnterPin)
 {
-    tout = 4;
-    fillText(ATstring, sizeof ATstring, "AT+CPIN=\"", pin, "\"\r", endsArgument);
+    fillText(ATstring, pin, endsArgument);
 }
 
-void CmdEnterPin::handleData(unsigned char* /*data*/)
+CmdEnterPuk::CmdEnterPuk(Modem* mdm, int puk, int newPin) : Command(mdm, at::EnterPuk)
 {
-    setDone();
-}
-
-// ---- CmdEnterPuk ----
-
-CmdEnterPuk::CmdEnterPuk(Modem* mdm, int puk, int newPin) : Command(mdm)
-{
-    tout = 4;
-    char codes[32];
-    (void)snprintf(codes, sizeof codes, "%d\",\"%d", puk, newPin);
+    const std::string codes = std::to_string(puk) + "\",\"" + std::to_string(newPin);
     if (puk < 0 || newPin < 0)
         refuse(ATstring, "a number is negative");
     else
-        fillText(ATstring, sizeof ATstring, "AT+CPIN=\"", codes, "\"\r\n", [](unsigned char) { return false; });
-}
-
-void CmdEnterPuk::handleData(unsigned char* /*data*/)
-{
-    setDone();
+        fillText(ATstring, codes.c_str(), [](unsigned char) { return false; });
 }
 
 // ---- CmdSignalStr ----
 
-CmdSignalStr::CmdSignalStr(Modem* mdm) : Command(mdm), rssi(99), ber(99)
-{
-    tout = 2;
-}
-
-char* CmdSignalStr::getATstring()
-{
-    static char text[] = "AT+CSQ\r";
-    return text;
-}
+CmdSignalStr::CmdSignalStr(Modem* mdm) : Command(mdm, at::SignalStr), rssi(99), ber(99) {}
 
 void CmdSignalStr::handleData(unsigned char* data)
 {
-    if (beginsWith(data, "+CSQ:")) {
+    const bool parsed = beginsWith(data, "+CSQ:");
+    if (parsed) {
         char fields[3][256];
         int count = 0;
         findParameters(afterPrefix(data, "+CSQ:"), ',', &count, fields);
@@ -165,109 +116,72 @@ void CmdSignalStr::handleData(unsigned char* data)
             rssi = 99.0f;
         else
             rssi = static_cast<float>(static_cast<double>(strength) * 0.509 - 55.5);
-    } else {
-        Command::handleData(data);
     }
-    setDone();
+    finish(parsed, data);
 }
 
 // ---- CmdNetOperator ----
 
-CmdNetOperator::CmdNetOperator(Modem* mdm) : Command(mdm), netOperator{}
-{
-    tout = 6;
-}
-
-char* CmdNetOperator::getATstring()
-{
-    static char text[] = "AT+COPS?\r";
-    return text;
-}
+CmdNetOperator::CmdNetOperator(Modem* mdm) : Command(mdm, at::NetOperator), netOperator{} {}
 
 void CmdNetOperator::handleData(unsigned char* data)
 {
-    if (beginsWith(data, "+COPS: ")) {
+    const bool parsed = beginsWith(data, "+COPS: ");
+    if (parsed) {
         char fields[3][256];
         int count = 0;
         findParameters(afterPrefix(data, "+COPS: "), ',', &count, fields);
         keepLine(netOperator, fields[2]);
-    } else {
-        Command::handleData(data);
     }
-    setDone();
+    finish(parsed, data);
 }
 
-// ---- CmdSMSTextMode ----
+// ---- CmdSMSTextMode, CmdSetBaudRate, CmdCharacterSet ----
 
-CmdSMSTextMode::CmdSMSTextMode(Modem* mdm) : Command(mdm), ATstring{"AT+CMGF=1\r"}
+CmdSMSTextMode::CmdSMSTextMode(Modem* mdm) : Command(mdm, at::SMSTextMode)
 {
-    tout = 2;
+    keepLine(ATstring, at::SMSTextMode.text);
 }
 
-void CmdSMSTextMode::handleData(unsigned char* /*data*/)
+CmdSetBaudRate::CmdSetBaudRate(Modem* mdm) : Command(mdm, at::SetBaudRate)
 {
-    setDone();
+    keepLine(ATstring, at::SetBaudRate.text);
 }
 
-// ---- CmdSetBaudRate ----
-
-CmdSetBaudRate::CmdSetBaudRate(Modem* mdm) : Command(mdm), ATstring{"AT+IPR=115200\r"}
+CmdCharacterSet::CmdCharacterSet(Modem* mdm, char* charSet) : Command(mdm, at::CharacterSet)
 {
-    tout = 2;
+    fillText(ATstring, charSet, endsArgument);
 }
 
-void CmdSetBaudRate::handleData(unsigned char* /*data*/)
+// ---- CmdSMSNumber, CmdArbCmd ----
+
+CmdSMSNumber::CmdSMSNumber(Modem* mdm, char* number) : Command(mdm, at::SMSNumber), response{}
 {
-    setDone();
-}
-
-// ---- CmdCharacterSet ----
-
-CmdCharacterSet::CmdCharacterSet(Modem* mdm, char* charSet) : Command(mdm)
-{
-    tout = 2;
-    fillText(ATstring, sizeof ATstring, "AT+CSCS=\"", charSet, "\"\r", endsArgument);
-}
-
-void CmdCharacterSet::handleData(unsigned char* /*data*/)
-{
-    setDone();
-}
-
-// ---- CmdSMSNumber ----
-
-CmdSMSNumber::CmdSMSNumber(Modem* mdm, char* number) : Command(mdm), response{}
-{
-    tout = 2;
-    fillText(ATstring, sizeof ATstring, "AT+CMGS=\"", number, "\"\r", endsArgument);
+    fillText(ATstring, number, endsArgument);
 }
 
 void CmdSMSNumber::handleData(unsigned char* data)
 {
     keepLine(response, data);
-    setDone();
+    finish(true, data);
 }
 
-// ---- CmdArbCmd ----
-
-CmdArbCmd::CmdArbCmd(Modem* mdm, char* command) : Command(mdm), response{}
+CmdArbCmd::CmdArbCmd(Modem* mdm, char* command) : Command(mdm, at::ArbCmd), response{}
 {
-    tout = 6;
-    fillText(ATstring, sizeof ATstring, "", command, "\x1a", endsText);
+    fillText(ATstring, command, endsText);
 }
 
 void CmdArbCmd::handleData(unsigned char* data)
 {
     keepLine(response, data);
-    setDone();
+    finish(true, data);
 }
 
 // ---- CmdReadSms ----
 
 CmdReadSms::CmdReadSms(Modem* mdm)
-    : Command(mdm), nextValNew(false), sms_list(new cEnumeratedList<Sms>()), sms_a(new Sms()), m_listed(0)
+    : Command(mdm, at::ReadSms), nextValNew(false), sms_list(new cEnumeratedList<Sms>()), sms_a(new Sms()), m_listed(0)
 {
-    tout = 6;
 }
 
 CmdReadSms::~CmdReadSms()
@@ -275,21 +189,15 @@ CmdReadSms::~CmdReadSms()
     delete sms_a; // never in the list
 }
 
-char* CmdReadSms::getATstring()
-{
-    static char text[] = "AT+CMGL=\"ALL\"\r";
-    return text;
-}
-
 void CmdReadSms::handleData(unsigned char* data)
 {
-    if (beginsWith(data, "+CMGL: "))
+    const bool header = beginsWith(data, "+CMGL: ");
+    const bool text = !header && nextValNew && !beginsWith(data, "+CMTI: ");
+    if (header)
         startMessage(data);
-    else if (nextValNew && !beginsWith(data, "+CMTI: "))
+    else if (text)
         endMessage(data);
-    else
-        Command::handleData(data);
-    setDone();
+    finish(header || text, data);
 }
 
 // The header: place, status, number, the sender's name, and date and time, which a comma separates.
@@ -329,28 +237,14 @@ cEnumeratedList<Sms>* CmdReadSms::handOverSmsList()
     return list;
 }
 
-// ---- CmdDeleteSms ----
+// ---- CmdDeleteSms, CmdUsdCmd ----
 
-CmdDeleteSms::CmdDeleteSms(Modem* mdm, int id) : Command(mdm), response{}
+CmdDeleteSms::CmdDeleteSms(Modem* mdm, int id) : Command(mdm, at::DeleteSms), response{}
 {
-    tout = 2;
-    (void)snprintf(ATstring, sizeof ATstring, "AT+CMGD=%d\r", id);
+    fillText(ATstring, std::to_string(id).c_str(), endsArgument);
 }
 
-void CmdDeleteSms::handleData(unsigned char* data)
+CmdUsdCmd::CmdUsdCmd(Modem* mdm, char* command) : Command(mdm, at::UsdCmd), response{}
 {
-    Command::handleData(data);
-}
-
-// ---- CmdUsdCmd ----
-
-CmdUsdCmd::CmdUsdCmd(Modem* mdm, char* command) : Command(mdm), response{}
-{
-    tout = 2;
-    fillText(ATstring, sizeof ATstring, "AT+CUSD=1,\"", command, "\"\r", endsArgument);
-}
-
-void CmdUsdCmd::handleData(unsigned char* data)
-{
-    Command::handleData(data);
+    fillText(ATstring, command, endsArgument);
 }

@@ -16,7 +16,10 @@ constexpr char kUsdReport[] = "+CUSD: "; // +CUSD: 0,"text",15
 
 } // namespace
 
-Command::Command(Modem* mdm) : isOk(false), busy(false), tout(2), errStat(ErrStat::UNKNOWN), smsNum{}, m_mdm(mdm) {}
+Command::Command(Modem* mdm, const AtCommand& row)
+    : isOk(false), busy(false), tout(row.silence), errStat(ErrStat::UNKNOWN), smsNum{}, m_mdm(mdm), m_row(row)
+{
+}
 
 void Command::setBusy()
 {
@@ -72,8 +75,7 @@ void Command::parseData(unsigned char* buff)
 
 char* Command::getATstring()
 {
-    static char text[] = "AT\r";
-    return text;
+    return const_cast<char*>(m_row.text); // only read
 }
 
 void Command::handleData(unsigned char* data)
@@ -85,6 +87,13 @@ void Command::handleData(unsigned char* data)
 int Command::getTout()
 {
     return tout;
+}
+
+void Command::finish(bool parsed, unsigned char* data)
+{
+    if (!parsed && m_row.others == AtCommand::ToDefault)
+        Command::handleData(data);
+    setDone();
 }
 
 void Command::raise(unsigned char* data)
@@ -115,17 +124,18 @@ void Command::refuse(char* text, const char* why)
     m_why = why;
 }
 
-void Command::fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,
-                       bool (*forbidden)(unsigned char))
+void Command::fillText(char* text, std::size_t size, const char* argument, bool (*forbidden)(unsigned char))
 {
     if (argument == nullptr)
         return refuse(text, "there is none");
-    const std::size_t length = strlen(argument);
-    if (strlen(before) + length + strlen(after) >= size)
+    const char* const end = argument + strlen(argument);
+    const char* const place = strstr(m_row.text, "%s");
+    if (strlen(m_row.text) - strlen("%s") + static_cast<std::size_t>(end - argument) >= size)
         return refuse(text, "it is too long");
-    if (std::any_of(argument, argument + length, [&](char c) { return forbidden(static_cast<unsigned char>(c)); }))
+    if (std::any_of(argument, end, [&](char c) { return forbidden(static_cast<unsigned char>(c)); }))
         return refuse(text, "it has a character that would break out of its AT command");
-    (void)snprintf(text, size, "%s%s%s", before, argument, after);
+    (void)snprintf(text, size, "%.*s%s%s", static_cast<int>(place - m_row.text), m_row.text, argument,
+                   place + strlen("%s"));
 }
 
 bool splitParameters(const unsigned char* buff, char delimiter, int* paramC, char (*paramV)[256], std::size_t slots)

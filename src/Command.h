@@ -13,6 +13,39 @@
 
 class Modem;
 
+/// A row of the table of AT commands.
+struct AtCommand {
+    enum Others { Dropped, ToDefault };
+
+    const char* text; ///< what is written; "%s" stands for the argument. CR is 13, LF 10, Ctrl-Z 26
+    int silence;      ///< reply timeout, seconds
+    Others others;    ///< reply lines that the class does not parse: ToDefault are handed to Command::handleData
+};
+
+/// The commands of 3GPP TS 27.005 and 27.007, and AT+CSMINS?, which is the modem's own. A line ends the wait, whatever
+/// is made of it.
+namespace at {
+// clang-format off
+//        command          text                        silence  other lines              keeps, for
+constexpr AtCommand Attention    {"AT\r",                    2, AtCommand::ToDefault}; // -
+constexpr AtCommand MdmID        {"ATI\r",                   2, AtCommand::Dropped};   // last line, Modem::qMdmID
+constexpr AtCommand SIMin        {"AT+CSMINS?\r",            4, AtCommand::ToDefault}; // SIM inserted, Modem::qSIMin
+constexpr AtCommand PinStat      {"AT+CPIN?\r",              4, AtCommand::Dropped};   // state, Modem::qPinStat
+constexpr AtCommand EnterPin     {"AT+CPIN=\"%s\"\r",        4, AtCommand::Dropped};   // -, Modem::iEnterPin
+constexpr AtCommand EnterPuk     {"AT+CPIN=\"%s\"\r\n",      4, AtCommand::Dropped};   // -, Modem::iEnterPuk; puk","pin
+constexpr AtCommand SignalStr    {"AT+CSQ\r",                2, AtCommand::ToDefault}; // figures, Modem::qSignalStr
+constexpr AtCommand NetOperator  {"AT+COPS?\r",              6, AtCommand::ToDefault}; // operator, Modem::qNetOperator
+constexpr AtCommand SMSTextMode  {"AT+CMGF=1\r",             2, AtCommand::Dropped};   // -, Modem::qSMSTextMode
+constexpr AtCommand SetBaudRate  {"AT+IPR=115200\r",         2, AtCommand::Dropped};   // -, Modem::qSetBaudRate
+constexpr AtCommand CharacterSet {"AT+CSCS=\"%s\"\r",        2, AtCommand::Dropped};   // -, Modem::qCharacterSet
+constexpr AtCommand SMSNumber    {"AT+CMGS=\"%s\"\r",        2, AtCommand::Dropped};   // last line, Modem::iSendSMS, 1st
+constexpr AtCommand ArbCmd       {"%s\x1a",                  6, AtCommand::Dropped};   // last line, Modem::iSendSMS, 2nd
+constexpr AtCommand ReadSms      {"AT+CMGL=\"ALL\"\r",       6, AtCommand::ToDefault}; // the messages, Modem::qReadSMS
+constexpr AtCommand DeleteSms    {"AT+CMGD=%s\r",            2, AtCommand::ToDefault}; // -, Modem::iDeleteSms
+constexpr AtCommand UsdCmd       {"AT+CUSD=1,\"%s\"\r",      2, AtCommand::ToDefault}; // -, Modem::iSendUsd
+// clang-format on
+} // namespace at
+
 /// One AT command and its exchange: the text to write, the reply timeout, the status, the meaning of reply lines.
 /// Threads: made and read by the facade's caller; parseData(), setTimeOut() and setDone() are the receive thread's,
 ///          also after the exchange. `busy` is cleared last: whoever sees it false sees status, values and event.
@@ -22,8 +55,8 @@ class Modem;
 /// Errors:  an argument that cannot stand in the text leaves the text empty and why() says why.
 class Command {
 public:
-    /// @param mdm  borrowed, gets the events; may be null, then reports are dropped
-    explicit Command(Modem* mdm);
+    /// @param mdm  borrowed, gets the events; may be null, then reports are dropped   @param row  of the table
+    explicit Command(Modem* mdm, const AtCommand& row = at::Attention);
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
@@ -60,18 +93,25 @@ protected:
     char smsNum[32]; ///< storage place of the last "+CMTI: " report
     Modem* m_mdm;    ///< guarded by m_lineLock
 
-    /// Leaves @p text (an ATstring) empty and sets why().
+    /// Ends handleData(): a line that was not @p parsed goes where the table says, and the command is done.
+    void finish(bool parsed, unsigned char* data);
+    /// Fills @p text, an ATstring, with the table's text and @p argument; leaves it empty and sets why() when that is
+    /// longer than the field or when @p argument holds one of @p forbidden's characters.
+    template <std::size_t Size>
+    void fillText(char (&text)[Size], const char* argument, bool (*forbidden)(unsigned char))
+    {
+        fillText(text, Size, argument, forbidden);
+    }
+    /// Leaves @p text, an ATstring, empty and sets why().
     void refuse(char* text, const char* why);
-    /// Fills @p text (an ATstring of @p size bytes) with @p before, @p argument and @p after; leaves it empty and sets
-    /// why() when that is longer than the field or when @p argument holds one of @p forbidden's characters.
-    void fillText(char* text, std::size_t size, const char* before, const char* argument, const char* after,
-                  bool (*forbidden)(unsigned char));
 
 private:
+    const AtCommand& m_row;
     std::mutex m_lineLock;
     const char* m_why = nullptr;
 
     void raise(unsigned char* data);
+    void fillText(char* text, std::size_t size, const char* argument, bool (*forbidden)(unsigned char));
 };
 
 /// See findParameters(); @p slots is the number of slots that @p paramV has.
@@ -86,30 +126,12 @@ bool findParameters(const unsigned char* buff, char delimiter, int* paramC, char
     return splitParameters(buff, delimiter, paramC, paramV, Slots);
 }
 
-// The commands of 3GPP TS 27.005 and 27.007, and AT+CSMINS?, which is the modem's own. CR is 13, LF 10, Ctrl-Z 26.
-// "default" are the lines that go to Command::handleData; of all others nothing is done but that the wait ends.
-//
-// class            writes                           silence  keeps                       default   asked by
-// CmdMdmID         ATI CR                              2 s   last line                   -         Modem::qMdmID
-// CmdSIMin         AT+CSMINS? CR                       4 s   SIM inserted                others    Modem::qSIMin
-// CmdPinStat       AT+CPIN? CR                         4 s   state; UNKNOWN at others    -         Modem::qPinStat
-// CmdEnterPin      AT+CPIN="<pin>" CR                  4 s   -                           -         Modem::iEnterPin
-// CmdEnterPuk      AT+CPIN="<puk>","<pin>" CR LF       4 s   -                           -         Modem::iEnterPuk
-// CmdSignalStr     AT+CSQ CR                           2 s   strength, error rate        others    Modem::qSignalStr
-// CmdNetOperator   AT+COPS? CR                         6 s   operator                    others    Modem::qNetOperator
-// CmdSMSTextMode   AT+CMGF=1 CR                        2 s   -                           -         Modem::qSMSTextMode
-// CmdSetBaudRate   AT+IPR=115200 CR                    2 s   -                           -         Modem::qSetBaudRate
-// CmdCharacterSet  AT+CSCS="<set>" CR                  2 s   -                           -         Modem::qCharacterSet
-// CmdSMSNumber     AT+CMGS="<number>" CR               2 s   last line                   -         Modem::iSendSMS, 1st
-// CmdArbCmd        <text> Ctrl-Z                       6 s   last line                   -         Modem::iSendSMS, 2nd
-// CmdReadSms       AT+CMGL="ALL" CR                    6 s   the messages                others    Modem::qReadSMS
-// CmdDeleteSms     AT+CMGD=<place> CR                  2 s   -                           all       Modem::iDeleteSms
-// CmdUsdCmd        AT+CUSD=1,"<code>" CR               2 s   -                           all       Modem::iSendUsd
+// The fifteen commands, in the order of the table. Texts of a class without an ATstring are the table's.
 
 class CmdMdmID : public Command {
 public:
     explicit CmdMdmID(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override;
     int getTout() override { return tout; }
     ~CmdMdmID() override = default;
@@ -122,7 +144,7 @@ private:
 class CmdSIMin : public Command {
 public:
     explicit CmdSIMin(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override; ///< "+CSMINS: "; prints every line
     int getTout() override { return tout; }
     ~CmdSIMin() override = default;
@@ -135,7 +157,7 @@ private:
 class CmdPinStat : public Command {
 public:
     explicit CmdPinStat(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override; ///< "+CPIN: "
     int getTout() override { return tout; }
     ~CmdPinStat() override = default;
@@ -149,7 +171,7 @@ class CmdEnterPin : public Command {
 public:
     CmdEnterPin(Modem* mdm, char* pin); ///< at most 20 characters, no quote, no control character
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdEnterPin() override = default;
 
@@ -161,7 +183,7 @@ class CmdEnterPuk : public Command {
 public:
     CmdEnterPuk(Modem* mdm, int puk, int newPin); ///< together at most 16 digits, not negative
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdEnterPuk() override = default;
 
@@ -172,7 +194,7 @@ private:
 class CmdSignalStr : public Command {
 public:
     explicit CmdSignalStr(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override; ///< "+CSQ:"
     int getTout() override { return tout; }
     ~CmdSignalStr() override = default;
@@ -187,7 +209,7 @@ private:
 class CmdNetOperator : public Command {
 public:
     explicit CmdNetOperator(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override; ///< "+COPS: "
     int getTout() override { return tout; }
     ~CmdNetOperator() override = default;
@@ -201,7 +223,7 @@ class CmdSMSTextMode : public Command {
 public:
     explicit CmdSMSTextMode(Modem* mdm);
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdSMSTextMode() override = default;
 
@@ -213,7 +235,7 @@ class CmdSetBaudRate : public Command {
 public:
     explicit CmdSetBaudRate(Modem* mdm);
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdSetBaudRate() override = default;
 
@@ -225,7 +247,7 @@ class CmdCharacterSet : public Command {
 public:
     CmdCharacterSet(Modem* mdm, char* charSet); ///< at most 20 characters, no quote, no control character
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdCharacterSet() override = default;
 
@@ -266,7 +288,7 @@ private:
 class CmdReadSms : public Command {
 public:
     explicit CmdReadSms(Modem* mdm);
-    char* getATstring() override;
+    char* getATstring() override { return Command::getATstring(); }
     void handleData(unsigned char* data) override; ///< "+CMGL: " and the line after it
     int getTout() override { return tout; }
     ~CmdReadSms() override;
@@ -289,7 +311,7 @@ class CmdDeleteSms : public Command {
 public:
     CmdDeleteSms(Modem* mdm, int id);
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdDeleteSms() override = default;
 
@@ -302,7 +324,7 @@ class CmdUsdCmd : public Command {
 public:
     CmdUsdCmd(Modem* mdm, char* command); ///< at most 242 characters, no quote, no control character
     char* getATstring() override { return ATstring; }
-    void handleData(unsigned char* data) override;
+    void handleData(unsigned char* data) override { finish(false, data); }
     int getTout() override { return tout; }
     ~CmdUsdCmd() override = default;
     virtual char* getResponse() { return response; }
