@@ -8,7 +8,9 @@ add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${
                     -ffile-prefix-map=${source_from_build}=)
 
 if(TELNO_SANITIZE)
-  add_compile_options(-fsanitize=${TELNO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # A local variable that is read before it is set holds a pattern, so that a test notices.
+  add_compile_options(-fsanitize=${TELNO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+                      -ftrivial-auto-var-init=pattern)
   add_link_options(-fsanitize=${TELNO_SANITIZE})
   if(TELNO_SANITIZE MATCHES thread AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wno-tsan) # asio's fences, which the sanitizer does not model

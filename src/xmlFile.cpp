@@ -48,8 +48,7 @@ void refuse(void* context, const std::string& why)
         found.trouble = why;
         found.line = xmlSAX2GetLineNumber(parser);
     }
-    xmlStopParser(parser);
-    parser->wellFormed = 0;
+    parser->wellFormed = 0; // what was refused is not declared, so nothing of it is expanded
 }
 
 /// Whether an entity's text refers to another entity. A reference to a character, "&#60;", yields that character and is
