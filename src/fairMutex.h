@@ -28,7 +28,7 @@ public:
         }
         Waiter self;
         (m_last != nullptr ? m_last->next : m_first) = &self;
-        m_last = &self;
+        m_last = &self; // cppcheck-suppress danglingLifetime; it leaves the queue before this call ends
         self.turn.wait(gate, [&self] { return self.granted; });
     }
 

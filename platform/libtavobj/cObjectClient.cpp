@@ -117,6 +117,7 @@ private:
     std::unordered_map<std::string, std::list<Unsent>::iterator> m_unsentSets; // by key
 
     std::string m_host, m_port, m_peer;     // not changed once the io thread runs
+    uint16_t m_portNumber = 0;              // likewise
     std::function<void()> m_onReconnection; // likewise
     Delivery m_delivery;
     bool m_started = false; // of start()'s thread
@@ -129,6 +130,7 @@ bool cObjectClient::Connection::start(const char* host, int port)
         return false;
     m_started = true;
     m_host = host;
+    m_portNumber = static_cast<uint16_t>(port);
     m_port = std::to_string(port);
     m_peer = m_host + ':' + m_port;
     m_firstAttempt = true;
@@ -272,6 +274,10 @@ void cObjectClient::Connection::sendRest()
 
 void cObjectClient::Connection::connect()
 {
+    asio::error_code isName;
+    const auto address = asio::ip::make_address(m_host, isName);
+    if (!isName) // no resolver, which is a thread with its memory
+        return tryEndpoints(tcp::resolver::results_type::create(tcp::endpoint(address, m_portNumber), m_host, m_port));
     m_ioResolver.async_resolve(m_host, m_port,
                                [this](const asio::error_code& failure, const tcp::resolver::results_type& endpoints) {
                                    if (failure)

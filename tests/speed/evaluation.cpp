@@ -1,9 +1,7 @@
 // Prints what the evaluation of a leaf costs on cards of different sizes, beside two look-ups in a hash table of
 // labels.
-#include "../unit/ManagerBench.h"
-#include "../unit/simPort.h"
+#include "card.h"
 #include "figures.h"
-#include "tavd/Tavd.h"
 
 #include <cstdio>
 #include <string>
@@ -15,34 +13,21 @@ namespace {
 constexpr int kRounds = 15;
 constexpr long kLeavesOfARun = 400000;
 
-// Input i drives output i; the ports come from a server, as on a card.
 class CardOfSize {
 public:
-    explicit CardOfSize(int connections) : m_connections(connections)
+    explicit CardOfSize(int connections) : m_connections(connections), m_card(connections)
     {
-        std::vector<sim::Port> ports;
         for (int i = 0; i < connections; ++i) {
-            const std::string in = "BUILDING-A-INPUT-" + std::to_string(i);
-            const std::string out = "BUILDING-A-OUTPUT-" + std::to_string(i);
-            const auto id = static_cast<uint32_t>(i + 1);
-            ports.push_back(simPort(false, in, id));
-            ports.push_back(simPort(true, out, id));
-            m_manager.addConnection(composite(tavTrigger::OR, {leaf(in.c_str())}), action(out.c_str()));
-            m_labels.push_back(in);
-            m_labels.push_back(out);
-            m_table[in] = m_table[out] = i;
+            for (const std::string& label : {Card::input(i), Card::output(i)}) {
+                m_labels.push_back(label);
+                m_table[label] = i;
+            }
         }
-        m_server.setPorts(ports);
-        m_server.start("127.0.0.1", 0);
-        m_manager.connectTo("127.0.0.1", m_server.port());
-        m_manager.collectLabels();
-        m_manager.update_lists();
-        m_manager.check_trigger_values(); // drives the outputs to where they stay
     }
     int connections() const { return m_connections; }
     double evaluation()
     {
-        return nanosecondsALeaf([this] { m_manager.check_trigger_values(); });
+        return nanosecondsALeaf([this] { m_card.manager.check_trigger_values(); });
     }
     double lookUps()
     {
@@ -65,8 +50,7 @@ private:
     }
 
     int m_connections;
-    sim::Tavd& m_server = ManagerBench::kept<sim::Tavd>();
-    ManagerBench& m_manager = ManagerBench::forEver();
+    Card m_card;
     std::vector<std::string> m_labels;
     std::unordered_map<std::string, int> m_table;
 };

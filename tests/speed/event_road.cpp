@@ -8,9 +8,28 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <random>
+#include <sched.h>
 #include <sys/socket.h>
 
 namespace {
+
+// Keeps the calling thread, and what it starts from here on, to the machine's first core (the measuring side) or to its
+// second one (the daemon, and the far side of the ping-pong): where threads happen to run must not decide the ratio.
+void stayOn(int core)
+{
+    cpu_set_t all, one;
+    CPU_ZERO(&one);
+    if (sched_getaffinity(0, sizeof all, &all) != 0)
+        return;
+    static const cpu_set_t given = all;
+    for (int cpu = 0, seen = 0; cpu < CPU_SETSIZE; ++cpu) {
+        if (!CPU_ISSET(cpu, &given) || seen++ != core)
+            continue;
+        CPU_SET(cpu, &one);
+        (void)sched_setaffinity(0, sizeof one, &one);
+        return;
+    }
+}
 
 // A message of an event's size over loopback TCP to a thread that hands it to another, which sends it back.
 class PingPong {
@@ -32,8 +51,10 @@ public:
         const int on = 1;
         setsockopt(m_near, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         setsockopt(m_far, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        stayOn(1);
         m_reader = std::thread([this] { read(); });
         m_writer = std::thread([this] { answer(); });
+        stayOn(0);
     }
     ~PingPong()
     {
@@ -192,7 +213,9 @@ int main(int argc, char* argv[])
     PlainServer server(connections, 60000);
     if (mode == "setup")
         bench.modem->setDelay(std::chrono::milliseconds(800));
+    stayOn(1);
     bench.startDaemon();
+    stayOn(0);
     server.serveFirstPoll();
     std::vector<bool> states(static_cast<size_t>(connections));
     std::unique_ptr<Noise> noise;

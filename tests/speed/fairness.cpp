@@ -1,8 +1,6 @@
 // Prints for how many evaluations GSM commands, refreshes and events wait at worst while all three come without pause:
 // three threads as in the daemon. Counted, not timed.
-#include "../unit/ManagerBench.h"
-#include "../unit/simPort.h"
-#include "tavd/Tavd.h"
+#include "card.h"
 
 #include <algorithm>
 #include <atomic>
@@ -42,40 +40,19 @@ private:
     unsigned m_turns = 0;
 };
 
-struct Card {
-    explicit Card(int connections)
-    {
-        std::vector<sim::Port> ports;
-        for (int i = 0; i < connections; ++i) {
-            const std::string number = std::to_string(i);
-            ports.push_back(simPort(false, "IN" + number, static_cast<uint32_t>(i + 1)));
-            ports.push_back(simPort(true, "OUT" + number, static_cast<uint32_t>(i + 1)));
-            manager.addConnection(composite(tavTrigger::OR, {leaf(("IN" + number).c_str())}),
-                                  action(("OUT" + number).c_str()));
-        }
-        server.setPorts(ports);
-        server.start("127.0.0.1", 0);
-        manager.collectLabels();
-        manager.connectTo("127.0.0.1", server.port());
-        manager.update_lists();
-    }
-    void event(uint32_t port, unsigned status)
-    {
-        cObjectEvent event;
-        event.setEventType(cObjectEvent::EVENT_PORT);
-        event.setDeviceSerial(sim::Port().serial);
-        event.setPortId(static_cast<int>(port));
-        event.setObjectType(2);
-        event.setStatus(static_cast<cObject::eObjectStatus>(status));
-        cObjectList message;
-        message.setMsgType(3);
-        message.add(&event);
-        manager.handleObjectAction(&message);
-    }
-
-    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
-    ManagerBench& manager = ManagerBench::forEver();
-};
+void deliver(ManagerBench& manager, uint32_t port, unsigned status)
+{
+    cObjectEvent event;
+    event.setEventType(cObjectEvent::EVENT_PORT);
+    event.setDeviceSerial(sim::Port().serial);
+    event.setPortId(static_cast<int>(port));
+    event.setObjectType(2);
+    event.setStatus(static_cast<cObject::eObjectStatus>(status));
+    cObjectList message;
+    message.setMsgType(3);
+    message.add(&event);
+    manager.handleObjectAction(&message);
+}
 
 } // namespace
 
@@ -96,11 +73,12 @@ int main(int argc, char* argv[])
     };
     Turns events(card.manager.mEvaluationMutex), refreshes(events), commands(events);
     std::thread delivery([&] {
-        play(events,
-             [&](int i) { card.event(static_cast<uint32_t>(i % 2 + 1), static_cast<unsigned>(i / 2 % 2 + 1)); });
+        play(events, [&](int i) {
+            deliver(card.manager, static_cast<uint32_t>(i % 2 + 1), static_cast<unsigned>(i / 2 % 2 + 1));
+        });
     });
     std::thread poll([&] { play(refreshes, [&](int) { card.manager.update_lists(); }); });
-    tavTrigger* commanded = action("OUT1");
+    tavTrigger* commanded = action(Card::output(1).c_str());
     play(commands, [&](int) { card.manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr); });
     delivery.join();
     poll.join();

@@ -1,11 +1,9 @@
 // Walks the daemon's roads for tests/speed/instructions, which counts their instructions with callgrind; counts their
 // allocations itself. Each road is walked until it is warm, and then counted, on the thread that walks it alone.
-#include "../unit/ManagerBench.h"
-#include "../unit/simPort.h"
+#include "card.h"
 #include "codec.h"
 #include "gsmIOpairs.h"
 #include "modem/ModemSim.h"
-#include "tavd/Tavd.h"
 #include "tavobj.pb.h"
 
 #include <chrono>
@@ -125,34 +123,7 @@ public:
     }
 };
 
-/// Input IN<i> drives output OUT<i> at a server of this process.
-class Card {
-public:
-    explicit Card(int connections)
-    {
-        std::vector<sim::Port> ports;
-        for (int i = 0; i < connections; ++i) {
-            const std::string number = std::to_string(i);
-            ports.push_back(simPort(false, "IN" + number, static_cast<uint32_t>(i + 1)));
-            ports.push_back(simPort(true, "OUT" + number, static_cast<uint32_t>(i + 1)));
-            manager.addConnection(composite(tavTrigger::OR, {leaf(("IN" + number).c_str())}),
-                                  action(("OUT" + number).c_str()));
-        }
-        m_server.setPorts(ports);
-        m_server.start("127.0.0.1", 0);
-        manager.collectLabels();
-        manager.connectTo("127.0.0.1", m_server.port());
-        manager.update_lists();
-        manager.check_trigger_values();
-    }
-
-    ManagerBench& manager = ManagerBench::kept<CountedManager>();
-
-private:
-    sim::Tavd& m_server = ManagerBench::kept<sim::Tavd>();
-};
-
-// The content of the frame that tells of input IN0's new status.
+// The content of the frame that tells of the first input's new status.
 std::string event(bool set)
 {
     tavobj::Message message;
@@ -224,11 +195,13 @@ void countCommand()
     std::ofstream file(pairs);
     file << "<io_connections>\n";
     for (int i = 0; i < 16; ++i)
-        file << "<connection><trigger operation=\"OR\"><detail dev_type=\"IO\" io_label=\"IN" << i
-             << "\"/></trigger><action><detail dev_type=\"IO\" io_label=\"OUT" << i << "\"/></action></connection>\n";
+        file << "<connection><trigger operation=\"OR\"><detail dev_type=\"IO\" io_label=\"" << Card::input(i)
+             << "\"/></trigger><action><detail dev_type=\"IO\" io_label=\"" << Card::output(i)
+             << "\"/></action></connection>\n";
     file << "</io_connections>\n";
     file.close();
-    std::ofstream(records) << "<gsm_connections><Label name=\"IN0\"><message value=\"PUMP\"/><number value=\"111\"/>"
+    std::ofstream(records) << "<gsm_connections><Label name=\"" << Card::input(0)
+                           << "\"><message value=\"PUMP\"/><number value=\"111\"/>"
                               "</Label></gsm_connections>\n";
     Card card(16);
     cIOpairs connections(pairs.c_str());

@@ -1,0 +1,39 @@
+// A manager of this process with a simulated object server, both there until the process ends.
+#ifndef CARD_H
+#define CARD_H
+
+#include "../unit/ManagerBench.h"
+#include "../unit/simPort.h"
+#include "tavd/Tavd.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// Input i drives output i, whose ids are i + 1; the outputs stand where the inputs want them.
+class Card {
+public:
+    explicit Card(int connections)
+    {
+        std::vector<sim::Port> ports;
+        for (int i = 0; i < connections; ++i) {
+            const auto id = static_cast<uint32_t>(i + 1);
+            ports.push_back(simPort(false, input(i), id));
+            ports.push_back(simPort(true, output(i), id));
+            manager.addConnection(composite(tavTrigger::OR, {leaf(input(i).c_str())}), action(output(i).c_str()));
+        }
+        server.setPorts(ports);
+        server.start("127.0.0.1", 0);
+        manager.collectLabels();
+        manager.connectTo("127.0.0.1", server.port());
+        manager.update_lists();
+        manager.check_trigger_values();
+    }
+    static std::string input(int i) { return "BUILDING-A-INPUT-" + std::to_string(i); }
+    static std::string output(int i) { return "BUILDING-A-OUTPUT-" + std::to_string(i); }
+
+    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    ManagerBench& manager = ManagerBench::forEver();
+};
+
+#endif
