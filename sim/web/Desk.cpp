@@ -203,8 +203,8 @@ std::string Desk::obey(const std::string& line, bool ofScenario)
 // Before a command is obeyed, so that what it causes comes after it.
 void Desk::tellOf(const std::string& line)
 {
-    static const std::array<const char*, 10> faults = {"server", "modem", "kill",  "start",        "drive",
-                                                       "limit",  "clock", "flood", "short-writes", "signals"};
+    static const std::array<const char*, 9> faults = {"server", "modem", "kill",         "drive",  "limit",
+                                                      "clock",  "flood", "short-writes", "signals"};
     bench::Words words(line);
     const std::string verb = words.next("a command");
     if (verb == "sms") {
@@ -212,6 +212,8 @@ void Desk::tellOf(const std::string& line)
         m_hub.tell(Happening::SmsIn, words.rest("a text"), number);
     } else if (std::find(faults.begin(), faults.end(), verb) != faults.end()) {
         m_hub.tell(Happening::Fault, line);
+    } else if (verb == "start") {
+        m_hub.tell(Happening::Note, "the daemon is started");
     }
     if (verb == "server" && !words.empty()) {
         const std::string what = words.next("");
