@@ -48,6 +48,8 @@ json Board::portState(const sim::Port& port) const
         state["value"] = sim::stateWord(port.state);
         state["default"] = sim::stateWord(port.defaultState);
         state["by"] = driverWord(port.toggled);
+        if (const auto cause = m_causes.find(port.label); cause != m_causes.end())
+            state["cause"] = cause->second;
     } else {
         state["value"] = sim::statusWord(port.status);
     }
@@ -66,6 +68,7 @@ void Board::setPorts(const std::vector<sim::Port>& ports)
 {
     m_ports.clear();
     m_order.clear();
+    m_causes.clear();
     for (const sim::Port& port : ports) {
         const Key key(port.output, port.label);
         if (m_ports.emplace(key, port).second)
@@ -131,13 +134,13 @@ json Board::portEvent(const Happening& happening)
     known->second = now;
     if (now.output ? before.state == now.state && before.toggled == now.toggled : before.status == now.status)
         return {};
+    if (now.output)
+        m_causes[now.label] = causeOf(now, happening.time);
     json event = portState(now);
     event["kind"] = now.output ? "output" : "input";
     event.erase("output");
-    if (now.output) {
-        event["cause"] = causeOf(now, happening.time);
+    if (now.output)
         return event;
-    }
     m_changed[now.label] = happening.time;
     if (m_rules)
         m_dirtyRules.merge(std::set<size_t>(m_rules->setInput(now.label, now.status)));

@@ -59,6 +59,7 @@ private:
 
     std::map<Key, sim::Port> m_ports;
     std::vector<Key> m_order;                 // as the server lists them
+    std::map<std::string, nlohmann::json> m_causes; // of outputs, by label
     std::map<std::string, int64_t> m_changed; // when an input changed last
     Happening m_lastSms;
     std::unique_ptr<Rules> m_rules;

@@ -230,7 +230,7 @@ void Desk::tellState()
     }
     const bool runs = m_card.daemon().running();
     if (runs && !m_wasStarted)
-        m_hub.setRules(std::string(bench::kConfigFolder) + "/telnodriver.xml");
+        m_hub.setRules(pairFileOf(bench::kConfigFolder));
     m_wasStarted = runs;
     if (m_modem == nullptr && m_card.started()) {
         try {

@@ -1,9 +1,11 @@
 #include "web/Rules.h"
 
 #include "GSMIOmanager.h"
+#include "properties.h"
 #include "web/Text.h"
 
 #include <algorithm>
+#include <unistd.h>
 
 using nlohmann::json;
 
@@ -49,6 +51,16 @@ void gatherInputs(tavTrigger* node, std::set<std::string>& labels)
 }
 
 } // namespace
+
+std::string pairFileOf(const std::string& folder)
+{
+    cProperties properties;
+    const std::string file = folder + "/telnodriver.conf";
+    if (access(file.c_str(), R_OK) == 0)
+        properties.load(file.c_str());
+    const std::string path = properties.getString("ioPairFile", "telnodriver.xml");
+    return folder + '/' + path.substr(path.rfind('/') + 1);
+}
 
 // A manager that starts nothing, with the connections of a file and ports of the page's own.
 class Rules::Manager : public GSMIOmanager {

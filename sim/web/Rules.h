@@ -12,6 +12,9 @@
 
 namespace web {
 
+/// The pair file of a folder that stands for /etc/tav: the one that its properties name.
+std::string pairFileOf(const std::string& folder);
+
 /// Connections as trees, and what the daemon makes of them with given inputs. One thread at a time.
 class Rules {
 public:

@@ -60,6 +60,7 @@ void live(Browser& browser)
 void takePictures(Browser& browser, const std::string& folder)
 {
     expect(browser, "document.querySelectorAll('.mark').length > 4");
+    browser.value("scrollTo(0, 0)");
     save(folder + "/page.png", browser.picture());
     for (const char* part : {"inputs", "outputs", "rules", "telephone", "modem", "faults", "timeline", "log"})
         save(folder + "/page-" + part + ".png", browser.picture(std::string("#") + part));

@@ -34,6 +34,7 @@ onChange((fresh, changed) => {
     setText(byId('title'), store.about.title);
     document.body.classList.toggle('reading', store.about.readOnly);
   }
+  byId('peer').hidden = store.parts.server?.running ?? true;
   showParts();
   if (fresh) say(fresh);
 });

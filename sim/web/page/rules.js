@@ -36,7 +36,7 @@ function buildRule(rule, number) {
   const nodes = [];
   const tree = make('ul', { classes: 'tree', children: [buildNode(rule.tree, nodes)] });
   const action = make('p', { classes: 'action' });
-  action.append(`${rule.inverse ? '⇏' : '⇒'} ${rule.sms ? 'alarm SMS ' : ''}`, quoted(rule.output, 'label'));
+  action.append(`⇒ ${rule.sms ? 'alarm SMS ' : ''}`, quoted(rule.output, 'label'));
   if (rule.inverse) action.append(make('span', { classes: 'quiet', text: ' (inverse)' }));
   const effect = make('span', { classes: 'quiet' });
   action.append(effect);
