@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -147,8 +148,8 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     if (file.empty())
         lines.emplace_back("start");
     const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));
-    web::Site site;
-    std::string wrong = site.listen(where); // on the machine's loopback, not on that of the sandbox
+    auto listening = std::make_unique<web::Site>();
+    std::string wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
     if (wrong.empty())
         wrong = bench::enterSandbox();
     if (!wrong.empty()) {
@@ -158,8 +159,12 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
-    signal(SIGINT, [](int) { web::Desk::stop(); });
-    signal(SIGTERM, [](int) { web::Desk::stop(); });
+    const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
+    struct sigaction once {}; // the second signal does not wait for the end of the line under way
+    once.sa_handler = [](int) { web::Desk::stop(); };
+    once.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &once, nullptr);
+    sigaction(SIGTERM, &once, nullptr);
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
@@ -167,8 +172,8 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         bench::Player player(card, folder);
         for (const std::string& line : lines)
             bench::Player::checkVerb(line);
-        site.serve(hub, [&](const std::string& path, const nlohmann::json& wish) { return desk.command(path, wish); });
-        printf("Open %s\n", site.link().c_str());
+        site->serve(hub, [&](const std::string& path, const nlohmann::json& wish) { return desk.command(path, wish); });
+        printf("Open %s\n", site->link().c_str());
         return desk.run(player, file, lines) ? 0 : 1;
     } catch (const bench::Failure& failure) {
         fprintf(stderr, "tavbench: %s\n", failure.what());
@@ -195,19 +200,20 @@ int main(int argc, char* argv[])
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
     std::vector<std::string> web;
     CLI::Option* page = app.add_option("--web", web, "show the card in a browser: PORT or ADDRESS:PORT to listen on")
-                            ->expected(0, 1)
-                            ->type_name("[PORT]");
+                            ->expected(0, 2)
+                            ->type_name("[PORT] [FILE]");
     CLI11_PARSE(app, argc, argv);
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     signal(SIGPIPE, SIG_IGN);
     if (!wishes.config.empty())
         wishes.config = bench::absolute(wishes.config);
 
-    // "--web FILE" has a file and no port.
-    std::string where = web.empty() ? "" : web.front();
-    if (where.find('.') != std::string::npos && access(where.c_str(), R_OK) == 0) {
-        files.insert(files.begin(), where);
-        where.clear();
+    std::string where;
+    for (const std::string& word : web) {
+        if (access(word.c_str(), R_OK) == 0 || !where.empty() || word.find(".bench") != std::string::npos)
+            files.push_back(word);
+        else
+            where = word;
     }
     if (page->count() > 0 && files.size() <= 1)
         return showPage(where, files.empty() ? "" : files.front(), wishes);

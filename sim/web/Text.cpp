@@ -31,7 +31,7 @@ std::string withoutControls(const std::string& text)
     std::string all;
     for (size_t begin = 0;;) {
         const size_t end = text.find('\0', begin);
-        all += visibleText(text.substr(begin, end - begin).c_str());
+        all += visibleText((text.substr(begin, end - begin) + '\n').c_str()); // one line feed at the end is dropped
         if (end == std::string::npos)
             return all;
         all += "\\x00";

@@ -160,6 +160,8 @@ std::string Browser::element(const std::string& selector)
 
 void Browser::click(const std::string& selector)
 {
+    (void)value("document.querySelector(`" + selector +
+                "`)?.scrollIntoView({block: 'center'})"); // not under the header
     ask("POST", "/element/" + element(selector) + "/click");
 }
 
