@@ -152,7 +152,7 @@ json Board::portEvent(const Happening& happening)
 json Board::causeOf(const sim::Port& output, int64_t time)
 {
     if (output.toggled != 4)
-        return {{"text", std::string("driven by ") + driverWord(output.toggled)}};
+        return {{"text", output.toggled == 1 ? "a client that gave no name" : driverWord(output.toggled)}};
     json cause = {{"text", "the daemon evaluated its rules anew"}};
     int64_t latest = time - kInputMemory;
     for (const size_t rule : m_rules ? m_rules->driving(output.label) : std::vector<size_t>()) {

@@ -97,6 +97,32 @@ int Program::end()
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+ObjectServer::ObjectServer(std::string programs) : m_programs(std::move(programs))
+{
+    m_file = std::filesystem::temp_directory_path().string() + "/ports.XXXXXX";
+    const int file = mkstemp(m_file.data());
+    const std::string ports = "<ports><input label='DOOR_OPEN' id='1'/><input label='ROOM1_WARM' id='2'/>"
+                              "<input label='SMOKE' id='3'/><input label='WINDOW' id='4'/>"
+                              "<output label='FAN' id='1'/><output label='HORN' id='2'/></ports>";
+    if (write(file, ports.data(), ports.size()) != static_cast<ssize_t>(ports.size()))
+        throw std::runtime_error("no file of ports");
+    close(file);
+    m_server =
+        std::make_unique<Program>(std::vector<std::string>{m_programs + "/tavd-sim", "--port", "0", "--ports", m_file});
+    m_port = m_server->lineAfter("ports at 127.0.0.1:");
+}
+
+ObjectServer::~ObjectServer()
+{
+    unlink(m_file.c_str());
+}
+
+void ObjectServer::change(const std::string& command) const
+{
+    if (system((m_programs + "/tavctl --port " + m_port + ' ' + command).c_str()) != 0)
+        throw std::runtime_error(command);
+}
+
 Browser::Browser()
 {
     m_profile = std::filesystem::temp_directory_path().string() + "/page-test.XXXXXX";

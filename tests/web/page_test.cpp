@@ -181,6 +181,25 @@ TEST_F(Page, AScenarioIsSteppedPausedAndRunAndAFailedLineIsShown)
     EXPECT_EQ(1, m_bench->end());
 }
 
+TEST_F(Page, AnObjectServersPageShowsItsPortsAndRulesAndTakesNoCommand)
+{
+    const std::string programs = std::string(TAVBENCH).substr(0, std::string(TAVBENCH).rfind('/'));
+    auto server = std::make_unique<ObjectServer>(programs);
+    Program reader({programs + "/tavctl", "--port", server->port(), "web", "--listen", "0", "--config", CONFIGURATION});
+    browser.open(reader.lineAfter("Open "));
+    expectLamp("HORN", "clear");
+    EXPECT_EQ(true, browser.value("document.querySelector('.switch[data-label=SMOKE]').disabled"));
+    EXPECT_EQ(true, browser.value("['telephone', 'faults'].every((id) => !document.getElementById(id).offsetParent)"));
+    server->change("alarm SMOKE set");
+    EXPECT_TRUE(browser.becomes("document.querySelector('#rule-1 .dot').classList.contains('active')"));
+    server->change("drive HORN set");
+    expectLamp("HORN", "set");
+    expectText("#outputs-list", "last by a client that gave no name");
+    server.reset();
+    EXPECT_TRUE(browser.becomes("!document.querySelector('#peer').hidden"));
+    expectText("#log-lines", "the server closed the connection");
+}
+
 TEST_F(Page, GoesOnByItselfAfterARestartAndAfterAFloodOfEvents)
 {
     openBench();

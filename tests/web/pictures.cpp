@@ -1,4 +1,4 @@
-// Makes the screenshots of the page: pictures TAVBENCH CONFIGURATION FOLDER
+// Makes the screenshots of the page, from programs of a folder, a configuration and a scenario.
 #include "Browser.h"
 
 #include <cstdio>
@@ -72,33 +72,52 @@ void takePictures(Browser& browser, const std::string& folder)
     save(folder + "/page-narrow.png", browser.picture());
 }
 
+void stepScenario(Browser& browser, const std::string& programs, const std::string& file, const std::string& folder)
+{
+    Program bench({programs + "/tavbench", "--web", "0", "--speed", "10", file});
+    browser.open(bench.lineAfter("Open "));
+    for (int i = 0; i < 8; ++i) {
+        expect(browser, "document.querySelector('#scenario-state').textContent === 'paused'");
+        browser.click("#scenario-step");
+    }
+    expect(browser, "document.querySelector('#scenario-state').textContent === 'paused'");
+    save(folder + "/page-scenario.png", browser.picture("#scenario"));
+}
+
+// The page of tavctl.
+void readOnly(Browser& browser, const std::string& programs, const std::string& config, const std::string& folder)
+{
+    ObjectServer server(programs);
+    Program reader({programs + "/tavctl", "--port", server.port(), "web", "--listen", "0", "--config", config});
+    browser.open(reader.lineAfter("Open "));
+    expect(browser, lampIs("HORN", "clear"));
+    for (const char* change : {"alarm SMOKE set", "drive HORN set", "alarm DOOR_OPEN set"})
+        server.change(change);
+    expect(browser, "document.querySelector('#timeline-plot .mark.output[aria-label*=HORN]')");
+    save(folder + "/page-reading.png", browser.picture());
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
     if (argc != 5) {
-        fprintf(stderr, "usage: pictures TAVBENCH CONFIGURATION SCENARIO FOLDER\n");
+        fprintf(stderr, "usage: page-pictures PROGRAMS CONFIGURATION SCENARIO FOLDER\n");
         return 2;
     }
-    const std::string folder = argv[4];
+    const std::string programs = argv[1], folder = argv[4];
     try {
         Browser browser;
         browser.setWidth(1280, 1000);
         {
-            Program bench({argv[1], "--web", "0", "--speed", "10", "--config", argv[2]});
+            Program bench({programs + "/tavbench", "--web", "0", "--speed", "10", "--config", argv[2]});
             browser.open(bench.lineAfter("Open "));
             live(browser);
             takePictures(browser, folder);
         }
-        Program bench({argv[1], "--web", "0", "--speed", "10", argv[3]});
         browser.setWidth(1280, 1000);
-        browser.open(bench.lineAfter("Open "));
-        for (int i = 0; i < 8; ++i) {
-            expect(browser, "document.querySelector('#scenario-state').textContent === 'paused'");
-            browser.click("#scenario-step");
-        }
-        expect(browser, "document.querySelector('#scenario-state').textContent === 'paused'");
-        save(folder + "/page-scenario.png", browser.picture("#scenario"));
+        stepScenario(browser, programs, argv[3], folder);
+        readOnly(browser, programs, argv[2], folder);
     } catch (const std::exception& problem) {
         fprintf(stderr, "pictures: %s\n", problem.what());
         return 1;

@@ -5,7 +5,7 @@ export function describe(event) {
     case 'input':
       return `${event.label} became ${event.value}`;
     case 'output':
-      return `${event.label} was driven ${event.value} by ${event.by}`;
+      return `${event.label} was driven ${event.value}${event.by === 'nobody' ? '' : ` by ${event.by}`}`;
     case 'sms-in':
       return `SMS of ${event.who}: ${event.text}`;
     case 'sms-out':

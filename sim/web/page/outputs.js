@@ -18,7 +18,8 @@ function show(port) {
   lamp.dataset.value = port.value;
   lamp.setAttribute('aria-label', `${port.label} is ${port.value}`);
   setText(value, port.value === port.default ? `${port.value}, its default` : port.value);
-  setText(by, port.by === 'nobody' ? 'not driven yet' : `last by ${port.by}${port.cause ? `: ${port.cause.text}` : ''}`);
+  const driver = port.by === 'I/O driver' ? `${port.by}${port.cause ? `: ${port.cause.text}` : ''}` : port.cause?.text;
+  setText(by, driver ? `last by ${driver}` : 'not driven yet');
 }
 
 onChange((fresh, changed) => {
