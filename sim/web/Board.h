@@ -58,9 +58,9 @@ private:
     nlohmann::json portState(const sim::Port& port) const;
 
     std::map<Key, sim::Port> m_ports;
-    std::vector<Key> m_order;                 // as the server lists them
+    std::vector<Key> m_order;                       // as the server lists them
     std::map<std::string, nlohmann::json> m_causes; // of outputs, by label
-    std::map<std::string, int64_t> m_changed; // when an input changed last
+    std::map<std::string, int64_t> m_changed;       // when an input changed last
     Happening m_lastSms;
     std::unique_ptr<Rules> m_rules;
     std::set<size_t> m_dirtyRules;

@@ -230,7 +230,7 @@ void Desk::tellState()
     }
     const bool runs = m_card.daemon().running();
     if (runs && !m_wasStarted)
-        m_hub.setRules(pairFileOf(bench::kConfigFolder));
+        tellRules();
     m_wasStarted = runs;
     if (m_modem == nullptr && m_card.started()) {
         try {
@@ -243,6 +243,21 @@ void Desk::tellState()
     m_hub.set("server",
               {{"running", serves}, {"hanging", m_hanging}, {"clients", serves ? m_card.server().clients() : 0}});
     m_hub.set("daemon", {{"running", runs}});
+}
+
+// Of a daemon that was started: what it has read.
+void Desk::tellRules()
+{
+    const std::string file = pairFileOf(bench::kConfigFolder);
+    std::string content;
+    try {
+        content = bench::readFile(file);
+    } catch (const bench::Failure&) {
+        content = " "; // no rules
+    }
+    if (content != m_pairs)
+        m_hub.setRules(file);
+    m_pairs = content;
 }
 
 void Desk::tellProgress(const char* state, const std::string& failure)

@@ -51,6 +51,7 @@ private:
     void playLine();
     void tellOf(const std::string& line);
     void tellState();
+    void tellRules();
     void tellProgress(const char* state, const std::string& failure = "");
     std::string control(const std::string& wish);
 
@@ -60,6 +61,7 @@ private:
     std::vector<std::string> m_lines;
     size_t m_next = 0; // line of the scenario
     bool m_good = true, m_hanging = false, m_wasStarted = false;
+    std::string m_pairs;            // the pair file that the viewers have
     std::vector<sim::Port> m_ports; // as the viewers know them by name
 
     std::mutex m_mutex;

@@ -1,6 +1,9 @@
 #include "web/Hub.h"
 
 #include <algorithm>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using nlohmann::json;
 using std::chrono::milliseconds;
@@ -29,6 +32,12 @@ std::string sent(const char* event, const json& data)
 }
 
 } // namespace
+
+void giveWay()
+{
+    // On Linux each thread has a priority of its own.
+    (void)setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), 10);
+}
 
 // Numbers begin with the time, so that no number of an earlier run is taken for one of this.
 Hub::Hub(json about) : m_about(std::move(about)), m_last(static_cast<uint64_t>(now())), m_thread([this] { run(); }) {}
@@ -91,6 +100,7 @@ void Hub::set(const std::string& part, json value)
 
 void Hub::run()
 {
+    giveWay();
     while (!closed()) {
         std::this_thread::sleep_for(kGathering);
         batch();

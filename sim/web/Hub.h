@@ -64,6 +64,9 @@ private:
     std::thread m_thread;
 };
 
+/// The calling thread, and those that it starts from now on, give way to the card's and the daemon's.
+void giveWay();
+
 } // namespace web
 
 #endif

@@ -125,7 +125,10 @@ void Site::serve(Hub& hub, Obey obey)
                                           : httplib::Server::HandlerResponse::Unhandled;
     });
     addRoutes();
-    m_thread = std::thread([this] { m_server->listen_after_bind(); });
+    m_thread = std::thread([this] {
+        giveWay();
+        m_server->listen_after_bind();
+    });
     while (!m_server->is_running())
         std::this_thread::sleep_for(std::chrono::milliseconds(1)); // until then it could not be stopped
 }
