@@ -145,6 +145,10 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     std::vector<std::string> lines;
     if (!file.empty() && !readLines(file, lines))
         return 2;
+    if (file.empty() && wishes.config.empty()) {
+        fprintf(stderr, "tavbench: a page needs a scenario or --config\n");
+        return 2;
+    }
     if (file.empty())
         lines.emplace_back("start");
     const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));

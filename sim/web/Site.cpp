@@ -56,6 +56,17 @@ bool parseWhere(const std::string& where, std::string& address, int& port)
     return port <= 65535;
 }
 
+// The library's own options let two servers share a port.
+std::unique_ptr<httplib::Server> newServer()
+{
+    auto server = std::make_unique<httplib::Server>();
+    server->set_socket_options([](socket_t socket) {
+        const int on = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    });
+    return server;
+}
+
 void refuse(httplib::Response& response, int status, const std::string& why)
 {
     response.status = status;
@@ -64,7 +75,7 @@ void refuse(httplib::Response& response, int status, const std::string& why)
 
 } // namespace
 
-Site::Site() : m_server(std::make_unique<httplib::Server>()) {}
+Site::Site() : m_server(newServer()) {}
 
 Site::~Site()
 {
@@ -87,7 +98,7 @@ std::string Site::listen(const std::string& where)
         m_port = kUsualPort;
     } else {
         // A server that failed to listen is of no more use.
-        m_server = std::make_unique<httplib::Server>();
+        m_server = newServer();
         m_port = m_server->bind_to_any_port(m_address);
         if (m_port <= 0)
             return m_address + " cannot be listened on";

@@ -217,9 +217,9 @@ bool Browser::becomes(const std::string& expression, std::chrono::seconds limit)
     return false;
 }
 
-void Browser::devtools(const std::string& command, const json& parameters)
+json Browser::devtools(const std::string& command, const json& parameters)
 {
-    ask("POST", "/goog/cdp/execute", {{"cmd", command}, {"params", parameters}});
+    return ask("POST", "/goog/cdp/execute", {{"cmd", command}, {"params", parameters}});
 }
 
 void Browser::setWidth(int width, int height, bool dark)
@@ -234,6 +234,12 @@ std::string Browser::picture(const std::string& selector)
 {
     const std::string what = selector.empty() ? "" : "/element/" + element(selector);
     return decoded(ask("GET", what + "/screenshot").get<std::string>());
+}
+
+double Browser::heap()
+{
+    devtools("HeapProfiler.collectGarbage", json::object());
+    return devtools("Runtime.getHeapUsage", json::object())["usedSize"].get<double>();
 }
 
 std::vector<std::string> Browser::complaints()

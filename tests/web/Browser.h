@@ -25,6 +25,7 @@ public:
     std::string lineAfter(const std::string& before);
     /// SIGTERM, then SIGKILL. @return its exit status, -1 when it had to be killed
     int end();
+    pid_t pid() const { return m_pid; }
 
 private:
     pid_t m_pid = -1;
@@ -68,12 +69,14 @@ public:
     void setWidth(int width, int height, bool dark = false);
     /// The bytes of a PNG, of the window or of one element.
     std::string picture(const std::string& selector = "");
+    /// Bytes that the page's scripts hold, after a collection.
+    double heap();
     /// What the browser complained about since it was asked last, violations of the page's policy among it.
     std::vector<std::string> complaints();
 
 private:
     nlohmann::json ask(const char* method, const std::string& path, const nlohmann::json& body = nullptr);
-    void devtools(const std::string& command, const nlohmann::json& parameters);
+    nlohmann::json devtools(const std::string& command, const nlohmann::json& parameters);
     std::string element(const std::string& selector);
 
     std::string m_profile;

@@ -102,6 +102,7 @@ TEST_F(SiteTest, KeepsItsTokenOverARestart)
     web::Site next;
     ASSERT_EQ("", next.listen("0"));
     EXPECT_THAT(next.link(), HasSubstr(token));
+    EXPECT_NE("", web::Site().listen(host)); // taken
     EXPECT_NE("", next.listen("somewhere.example:80"));
     EXPECT_NE("", next.listen("99999"));
 }
