@@ -189,7 +189,8 @@ std::string Desk::obey(const std::string& line, bool ofScenario)
         bench::Words words(line);
         if (words.empty())
             return "";
-        if (!ofScenario && (words.take("wait") || words.take("expect") || words.take("config") || words.take("gpio")))
+        if (!ofScenario && (words.take("wait") || words.take("expect") || words.take("config") || words.take("gpio") ||
+                            words.take("ports")))
             throw bench::Failure("a page's command neither waits nor changes the files");
         tellOf(line);
         m_player->obey(line);

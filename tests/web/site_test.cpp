@@ -139,8 +139,8 @@ TEST(HubTest, StaysBoundedAndTrueUnderAFlood)
     uint64_t seen = 0;
     size_t most = 0;
     std::string last;
-    for (int i = 0; i < 300000; ++i) {
-        hub.tell(port("IN", false, 1 + i % 2u));
+    for (unsigned i = 0; i < 300000; ++i) {
+        hub.tell(port("IN", false, 1 + i % 2));
         hub.tell(web::Happening::Log, std::string(5000, 'x'));
         if (i % 50000 == 0)
             most = std::max(most, hub.next(seen, kSoon).size());
