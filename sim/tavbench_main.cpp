@@ -139,6 +139,19 @@ int converse(const Wishes& wishes)
     return 0;
 }
 
+// Of the words behind --web: where to listen, or nothing; the others are files.
+std::string takeWhere(const std::vector<std::string>& words, std::vector<std::string>& files)
+{
+    std::string where;
+    for (const std::string& word : words) {
+        if (access(word.c_str(), R_OK) == 0 || !where.empty() || word.find(".bench") != std::string::npos)
+            files.push_back(word);
+        else
+            where = word;
+    }
+    return where;
+}
+
 // The card in a browser, with a scenario that waits for its viewers or without one. @return exit status
 int showPage(const std::string& where, const std::string& file, const Wishes& wishes)
 {
@@ -212,13 +225,7 @@ int main(int argc, char* argv[])
     if (!wishes.config.empty())
         wishes.config = bench::absolute(wishes.config);
 
-    std::string where;
-    for (const std::string& word : web) {
-        if (access(word.c_str(), R_OK) == 0 || !where.empty() || word.find(".bench") != std::string::npos)
-            files.push_back(word);
-        else
-            where = word;
-    }
+    const std::string where = takeWhere(web, files);
     if (page->count() > 0 && files.size() <= 1)
         return showPage(where, files.empty() ? "" : files.front(), wishes);
     if (page->count() > 0) {

@@ -136,13 +136,7 @@ bool Desk::run(bench::Player& player, const std::string& file, std::vector<std::
         Job job;
         if (nextJob(job))
             job.result.set_value(obey(job.line, false));
-        else if (m_next < m_lines.size() && [this] {
-                     const std::lock_guard<std::mutex> lock(m_mutex);
-                     const bool due = m_mode != Mode::Paused;
-                     if (m_mode == Mode::Step)
-                         m_mode = Mode::Paused;
-                     return due;
-                 }())
+        else if (lineIsDue())
             playLine();
         tellState();
     }
@@ -159,6 +153,15 @@ bool Desk::nextJob(Job& job)
     job = std::move(m_jobs.front());
     m_jobs.pop_front();
     return true;
+}
+
+bool Desk::lineIsDue()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const bool due = m_mode != Mode::Paused && m_next < m_lines.size();
+    if (m_mode == Mode::Step)
+        m_mode = Mode::Paused;
+    return due;
 }
 
 void Desk::playLine()

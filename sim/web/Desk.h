@@ -47,6 +47,7 @@ private:
     void listen();
     void watchModem();
     bool nextJob(Job& job);
+    bool lineIsDue();
     std::string obey(const std::string& line, bool ofScenario);
     void playLine();
     void tellOf(const std::string& line);
