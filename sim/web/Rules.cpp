@@ -112,7 +112,15 @@ private:
     cIOpairs m_reader;
 };
 
-Rules::Rules(const std::string& pairFile) : m_manager(new Manager(pairFile))
+// The daemon has no end, and so its manager none either: those of files that were replaced are kept, one a file.
+Rules::Manager* Rules::newManager(const std::string& pairFile)
+{
+    static auto* const all = new std::vector<Manager*>;
+    all->push_back(new Manager(pairFile));
+    return all->back();
+}
+
+Rules::Rules(const std::string& pairFile) : m_manager(newManager(pairFile))
 {
     std::set<std::string> outputs;
     for (size_t i = 0; i < size(); ++i) {

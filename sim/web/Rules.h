@@ -47,7 +47,9 @@ public:
 
 private:
     class Manager;
-    Manager* m_manager; // never destroyed: the daemon's manager lives as long as its process
+    static Manager* newManager(const std::string& pairFile);
+
+    Manager* m_manager; // borrowed from the process, as long as which it lives, like the daemon's
     std::vector<std::string> m_inputLabels, m_outputLabels;
     std::vector<std::set<std::string>> m_inputsOf; // by rule
     std::map<std::string, std::set<size_t>> m_rulesOf;
