@@ -4,6 +4,8 @@
 #include "bench/Prompt.h"
 #include "bench/Sandbox.h"
 #include "bench/Tools.h"
+#include "web/Desk.h"
+#include "web/Site.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,6 +13,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <memory>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,17 +45,22 @@ void traceTo(bench::Card& card, const Wishes& wishes)
     });
 }
 
+bool readLines(const std::string& file, std::vector<std::string>& lines)
+{
+    std::ifstream scenario(file);
+    if (!scenario)
+        fprintf(stderr, "tavbench: %s cannot be read\n", file.c_str());
+    for (std::string line; std::getline(scenario, line);)
+        lines.push_back(line);
+    return scenario.eof();
+}
+
 // Plays one file on a card of its own. @return exit status
 int play(const std::string& file, const Wishes& wishes)
 {
-    std::ifstream scenario(file);
-    if (!scenario) {
-        fprintf(stderr, "tavbench: %s cannot be read\n", file.c_str());
-        return 2;
-    }
     std::vector<std::string> lines;
-    for (std::string line; std::getline(scenario, line);)
-        lines.push_back(line);
+    if (!readLines(file, lines))
+        return 2;
 
     const std::string folder = bench::absolute(bench::folderOf(file));
     const std::string wrong = bench::enterSandbox();
@@ -131,6 +139,65 @@ int converse(const Wishes& wishes)
     return 0;
 }
 
+// Of the words behind --web: where to listen, or nothing; the others are files.
+std::string takeWhere(const std::vector<std::string>& words, std::vector<std::string>& files)
+{
+    std::string where;
+    for (const std::string& word : words) {
+        if (access(word.c_str(), R_OK) == 0 || !where.empty() || word.find(".bench") != std::string::npos)
+            files.push_back(word);
+        else
+            where = word;
+    }
+    return where;
+}
+
+// The card in a browser, with a scenario that waits for its viewers or without one. @return exit status
+int showPage(const std::string& where, const std::string& file, const Wishes& wishes)
+{
+    std::vector<std::string> lines;
+    if (!file.empty() && !readLines(file, lines))
+        return 2;
+    if (file.empty() && wishes.config.empty()) {
+        fprintf(stderr, "tavbench: a page needs a scenario or --config\n");
+        return 2;
+    }
+    if (file.empty())
+        lines.emplace_back("start");
+    const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));
+    auto listening = std::make_unique<web::Site>();
+    std::string wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
+    if (!wrong.empty()) {
+        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+        return 2;
+    }
+    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
+    web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
+    web::Desk desk(card, hub);
+    const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
+    struct sigaction once {}; // the second signal does not wait for the end of the line under way
+    once.sa_handler = [](int) { web::Desk::stop(); };
+    once.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &once, nullptr);
+    sigaction(SIGTERM, &once, nullptr);
+    try {
+        if (!wishes.config.empty())
+            card.useConfig(wishes.config);
+        card.useFaults();
+        bench::Player player(card, folder);
+        for (const std::string& line : lines)
+            bench::Player::checkVerb(line);
+        site->serve(hub, [&](const std::string& path, const nlohmann::json& wish) { return desk.command(path, wish); });
+        printf("Open %s\n", site->link().c_str());
+        return desk.run(player, file, lines) ? 0 : 1;
+    } catch (const bench::Failure& failure) {
+        fprintf(stderr, "tavbench: %s\n", failure.what());
+        return 1;
+    }
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -148,12 +215,23 @@ int main(int argc, char* argv[])
     app.add_flag("--narrate", wishes.narrate, "print what is done, what followed, and after how long");
     app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
+    std::vector<std::string> web;
+    CLI::Option* page = app.add_option("--web", web, "show the card in a browser: PORT or ADDRESS:PORT to listen on")
+                            ->expected(0, 2)
+                            ->type_name("[PORT] [FILE]");
     CLI11_PARSE(app, argc, argv);
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     signal(SIGPIPE, SIG_IGN);
     if (!wishes.config.empty())
         wishes.config = bench::absolute(wishes.config);
 
+    const std::string where = takeWhere(web, files);
+    if (page->count() > 0 && files.size() <= 1)
+        return showPage(where, files.empty() ? "" : files.front(), wishes);
+    if (page->count() > 0) {
+        fprintf(stderr, "tavbench: --web takes one scenario\n");
+        return 2;
+    }
     if (files.empty())
         return converse(wishes);
     if (files.size() == 1)

@@ -78,6 +78,8 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
     m_modemOptions.delay = real(Milliseconds(200));
     m_settings.program = m_tools.daemon;
     m_server.onChange([this](const sim::Port& port) {
+        if (m_portListener)
+            m_portListener(port);
         if (port.output)
             trace(Trace::Output,
                   port.label + ' ' + sim::stateWord(port.state) + (port.toggled == 4 ? "" : " (not by the daemon)"));

@@ -38,6 +38,9 @@ public:
 
     void onTrace(std::function<void(Trace, const std::string&)> listener) { m_trace = std::move(listener); }
 
+    /// Called after every change of a port, by the thread that changed it; set it before start().
+    void onPort(std::function<void(const sim::Port&)> listener) { m_portListener = std::move(listener); }
+
     // Before start() ---------------------------------------------------------------------------------------------
 
     void setModel(bool tavLite);
@@ -103,6 +106,7 @@ private:
 
     Tools m_tools;
     std::function<void(Trace, const std::string&)> m_trace;
+    std::function<void(const sim::Port&)> m_portListener;
     bool m_configured = false, m_serverAtStart = true, m_serverRuns = false, m_modemPresent = true, m_started = false;
     bool m_portsGiven = false, m_findsLeaks = false;
     std::map<std::string, std::string> m_properties;

@@ -318,10 +318,36 @@ void Player::modemNow(Words& words, const std::string& what)
         modem.store(storedSms(words));
     else if (what == "operator")
         modem.setOperator(words.next("a name"));
+    else if (what == "signal") {
+        const long strength = words.number("a signal", 0, 99);
+        modem.setSignal(static_cast<int>(strength), static_cast<int>(words.number("an error rate", 0, 99)));
+    } else if (what == "sim")
+        modemSim(words);
+    else if (what == "key")
+        modem.pulsePower();
     else if (what == "react")
         modemReact(words);
     else
         throw Failure("the running modem knows no " + what);
+}
+
+// sim out | in | nopin | pin PIN: another SIM in the slot, locked until its PIN is given
+void Player::modemSim(Words& words)
+{
+    ModemSim& modem = m_card.modem();
+    switch (words.oneOf("what the SIM does", {"out", "in", "nopin", "pin"})) {
+    case 0:
+        modem.setSimInserted(false);
+        break;
+    case 1:
+        modem.setSimInserted(true);
+        break;
+    case 2:
+        modem.exchangeSim("");
+        break;
+    default:
+        modem.exchangeSim(words.next("a PIN"));
+    }
 }
 
 // react PREFIX silence | unheard | error | late TIME | "LINE" [TIMES|always]

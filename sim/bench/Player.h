@@ -68,6 +68,7 @@ private:
     void modemBefore(Words& words, const std::string& what);
     void modemNow(Words& words, const std::string& what);
     void modemReact(Words& words);
+    void modemSim(Words& words);
     static modemsim::StoredSms storedSms(Words& words);
 
     // Kinds of expectations.

@@ -84,6 +84,16 @@ void ModemSim::setSimInserted(bool inserted)
     });
 }
 
+void ModemSim::exchangeSim(const std::string& pin)
+{
+    m_impl->change([&] {
+        m_impl->me.options.pin = pin;
+        m_impl->me.options.simInserted = true;
+        m_impl->me.sim.exchange(pin);
+        m_impl->me.followSim();
+    });
+}
+
 ModemSim::SimState ModemSim::simState() const
 {
     return m_impl->ask([this] { return m_impl->me.sim.state(); });

@@ -64,6 +64,8 @@ public:
     std::vector<StoredSms> stored() const; ///< in order of places
     /// Takes the SIM out or puts it back (locked again, its tries as they were).
     void setSimInserted(bool inserted);
+    /// Another SIM, of the same make, with this PIN (empty: it asks for none), locked, with all its tries.
+    void exchangeSim(const std::string& pin);
     SimState simState() const;
     /// Forces a state, such as NeedsPuk or PhonePin (which no code unlocks).
     void setSimState(SimState state);
@@ -72,6 +74,20 @@ public:
     int pinEntries() const;  ///< times that a PIN was given to the SIM or to the modem, right, wrong or out of place
     int pukEntries() const;  ///< the same for a PUK with a new PIN
     std::string pin() const; ///< the SIM's PIN now: the PUK sets a new one
+
+    /// What a person with an eye on it would see, of one moment.
+    struct Status {
+        bool powered, pluggedIn, inUse, silent, registered;
+        SimState sim;
+        int pinTries, pukTries;
+        int signal, errorRate; ///< as AT+CSQ says them
+        std::string operatorName;
+        milliseconds delay; ///< before each reply
+        int places;         ///< of the SIM
+        std::vector<StoredSms> stored;
+        std::size_t held; ///< SMS that the network keeps until a place is free
+    };
+    Status status() const;
 
     // ---- power ----
 

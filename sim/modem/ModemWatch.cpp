@@ -32,6 +32,17 @@ std::string ModemSim::transcript() const
     return m_impl->ask([this] { return m_impl->record.transcript(); });
 }
 
+ModemSim::Status ModemSim::status() const
+{
+    return m_impl->ask([this] {
+        const modemsim::Equipment& me = m_impl->me;
+        return Status{m_impl->key.isOn(), m_impl->pty.isOpen(), m_impl->hasUser,         m_impl->silent,
+                      me.registered(),    me.sim.state(),       me.sim.pinTriesLeft(),   me.sim.pukTriesLeft(),
+                      me.options.signal,  me.options.errorRate, me.options.operatorName, me.options.delay,
+                      me.storage.size(),  me.storage.list(),    me.held.size()};
+    });
+}
+
 void ModemSim::clearRecord()
 {
     m_impl->change([this] {

@@ -64,6 +64,15 @@ void SimCard::setInserted(bool inserted)
     powerUp();
 }
 
+void SimCard::exchange(const std::string& pin)
+{
+    m_pin = pin;
+    m_pinTries = std::max(m_allPinTries, 3);
+    m_pukTries = std::max(m_allPukTries, 10);
+    m_state = SimState::Ready;
+    setInserted(true);
+}
+
 void SimCard::setState(SimState state)
 {
     m_inserted = state != SimState::Absent;

@@ -30,6 +30,7 @@ public:
 
     void powerUp(); ///< locks again
     void setInserted(bool inserted);
+    void exchange(const std::string& pin); ///< for one with this PIN and all its tries
     void setState(SimState state);
     SimState state() const { return m_inserted ? m_state : SimState::Absent; }
     bool inserted() const { return m_inserted; }

@@ -481,6 +481,12 @@ std::optional<Port> Tavd::output(const std::string& label) const
     return port != nullptr ? std::optional<Port>(*port) : std::nullopt;
 }
 
+std::vector<Port> Tavd::ports() const
+{
+    std::lock_guard<std::mutex> lock(m_server->mutex);
+    return m_server->ports;
+}
+
 std::vector<Tavd::Write> Tavd::writes() const
 {
     std::lock_guard<std::mutex> lock(m_server->mutex);

@@ -54,6 +54,8 @@ public:
     /// The port of this label and kind as it is now.
     std::optional<Port> input(const std::string& label) const;
     std::optional<Port> output(const std::string& label) const;
+    /// All ports as they are now, in the order of setPorts().
+    std::vector<Port> ports() const;
 
     /// Every write of an output so far, in order, and how many gets have been answered.
     std::vector<Write> writes() const;

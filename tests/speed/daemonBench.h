@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,6 +35,8 @@ public:
         m_program = path;
         m_program = m_program.substr(0, m_program.rfind('/')) + "/telnodriver";
         server.onChange([this](const sim::Port& port) {
+            if (alsoTold)
+                alsoTold(port);
             if (!port.output)
                 return;
             const std::lock_guard<std::mutex> lock(m_mutex);
@@ -124,6 +127,7 @@ public:
             check("the modem is not set up");
     }
 
+    std::function<void(const sim::Port&)> alsoTold; ///< of every change; set before startServer()
     sim::Tavd server;
     std::unique_ptr<ModemSim> modem;
     bench::Daemon daemon;

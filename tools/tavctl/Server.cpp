@@ -213,17 +213,27 @@ bool Server::list()
     return true;
 }
 
-// Events name a port by serial, id and type; the labels are those of a listing.
 bool Server::watch()
+{
+    const auto print = [](const tavobj::Object& object) { printWithTime(line(object)); };
+    return follow(
+        [&](const tavobj::Message& listing) {
+            std::for_each(listing.objects().begin(), listing.objects().end(), print);
+        },
+        print);
+}
+
+// Events name a port by serial, id and type; the labels are those of a listing.
+bool Server::follow(const std::function<void(const tavobj::Message&)>& listed,
+                    const std::function<void(const tavobj::Object&)>& changed)
 {
     tavobj::Message listing;
     if (!fetchAll(listing))
         return false;
     std::map<std::array<uint32_t, 3>, tavobj::Object> known;
-    for (const tavobj::Object& object : listing.objects()) {
+    for (const tavobj::Object& object : listing.objects())
         known[{object.port().serial(), object.port().id(), object.port().type()}] = object;
-        printWithTime(line(object));
-    }
+    listed(listing);
     for (;;) {
         tavobj::Message news;
         if (!receive(news, Clock::time_point::max()))
@@ -235,9 +245,9 @@ bool Server::watch()
                 if (port == known.end() || port->second.port().status() == object.event().status())
                     continue;
                 port->second.mutable_port()->set_status(object.event().status());
-                printWithTime(line(port->second));
+                changed(port->second);
             } else if (news.type() == kSet) {
-                printWithTime(line(object));
+                changed(object);
             }
         }
     }

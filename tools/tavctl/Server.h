@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 /// One operation, with its printing, a call. Connects at the first; a server that does not answer in 5 s has failed.
@@ -19,6 +20,9 @@ public:
     /// Each returns false with error() telling why.
     bool list();
     bool watch();
+    /// Calls @p listed with all ports, then @p changed with each port that has changed, until the connection breaks.
+    bool follow(const std::function<void(const tavobj::Message&)>& listed,
+                const std::function<void(const tavobj::Object&)>& changed);
     bool alarm(const std::string& label, const std::string& status);
     bool drive(const std::string& label, const std::string& state);
     const std::string& error() const { return m_error; }

@@ -1,5 +1,8 @@
 // tavctl: a client of any object server, for the command line.
 #include "Server.h"
+#ifdef TAVCTL_WEB
+#include "Web.h"
+#endif
 
 #include <CLI/CLI.hpp>
 
@@ -23,6 +26,13 @@ int main(int argc, char* argv[])
         ->check(CLI::IsMember({"unknown", "set", "clear", "warn"}));
     drive->add_option("LABEL", label)->required();
     drive->add_option("STATE", word, "set or clear")->required()->check(CLI::IsMember({"set", "clear"}));
+    std::string listen, folder;
+#ifdef TAVCTL_WEB
+    CLI::App* web = app.add_subcommand("web", "show the ports in a browser, for reading only");
+    web->add_option("--listen", listen, "PORT or ADDRESS:PORT to listen on, else on 127.0.0.1 alone");
+    web->add_option("--config", folder, "folder with the daemon's configuration: shows its rules, too")
+        ->check(CLI::ExistingDirectory);
+#endif
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& wrong) {
@@ -33,6 +43,10 @@ int main(int argc, char* argv[])
     }
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
 
+#ifdef TAVCTL_WEB
+    if (web->parsed())
+        return showPage(host, port, listen, folder);
+#endif
     Server server(host, port);
     bool done = false;
     if (list->parsed())

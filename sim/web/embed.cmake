@@ -1,0 +1,21 @@
+# Makes OUT, a C++ source with the files of FOLDER; index.html is the first of them.
+file(GLOB names RELATIVE ${FOLDER} ${FOLDER}/*)
+list(REMOVE_ITEM names index.html)
+list(INSERT names 0 index.html)
+set(types_html "text/html; charset=utf-8")
+set(types_css "text/css; charset=utf-8")
+set(types_js "text/javascript; charset=utf-8")
+set(types_svg "image/svg+xml")
+set(rows "")
+set(arrays "")
+foreach(name ${names})
+  string(REGEX REPLACE ".*\\." "" ending ${name})
+  string(MAKE_C_IDENTIFIER "k_${name}" array)
+  file(READ ${FOLDER}/${name} digits HEX)
+  string(REGEX REPLACE "(..)" "'\\\\x\\1'," bytes "${digits}")
+  string(APPEND arrays "const char ${array}[] = {${bytes}};\n")
+  string(APPEND rows "        {\"/${name}\", \"${types_${ending}}\", {${array}, sizeof ${array}}},\n")
+endforeach()
+file(WRITE ${OUT} "#include \"web/Files.h\"\n\nnamespace web {\n\nnamespace {\n\n${arrays}\n} // namespace\n\n"
+  "const std::vector<File>& files()\n{\n    static const std::vector<File> all = {\n${rows}    };\n    return all;\n}\n\n"
+  "} // namespace web\n")
