@@ -14,6 +14,15 @@ int main(int argc, char* argv[])
     app.add_option("--ports", file, "XML file of the ports")->required();
     app.add_option("--listen", address, "address to listen on")->capture_default_str();
     app.add_option("--port", port, "TCP port to listen on; 0 for a free one")->capture_default_str();
+    sim::Tavd::Manners manners;
+    bool silent = false;
+    double delay = 0;
+    app.add_flag("--reversed", manners.reversed, "answer in the reverse order");
+    app.add_flag("--no-acknowledgements", silent, "do not answer a set");
+    app.add_flag("--strange-events", manners.strange,
+                 "send events of unknown ports, devices and sites before each event");
+    app.add_option("--omit", manners.omitted, "label of a port that answers do not hold");
+    app.add_option("--answer-after", delay, "seconds from a get to its answer")->check(CLI::Range(0.0, 3600.0));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& wrong) {
@@ -42,6 +51,10 @@ int main(int argc, char* argv[])
             printf("input %s status=%s\n", changed.label.c_str(), sim::statusWord(changed.status));
     });
     if (sim::readPorts(file, ports, error)) {
+        manners.acknowledges = !silent;
+        manners.answerDelay =
+            std::chrono::duration_cast<sim::Tavd::Clock::duration>(std::chrono::duration<double>(delay));
+        tavd.setManners(manners);
         tavd.setPorts(ports);
         if (tavd.start(address, port, &error)) {
             printf("%zu ports at %s:%d\n", ports.size(), address.c_str(), tavd.port());

@@ -77,6 +77,11 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
     // begins a fifth into its second has come whole when it looks, though the threads on both sides be slow.
     m_modemOptions.delay = real(Milliseconds(200));
     m_settings.program = m_tools.daemon;
+    sim::Tavd::Manners mean; // what no daemon may rely on, no scenario gives it unasked
+    mean.reversed = true;
+    mean.acknowledges = false;
+    mean.strange = true;
+    m_server.setManners(mean);
     m_server.onChange([this](const sim::Port& port) {
         if (m_portListener)
             m_portListener(port);

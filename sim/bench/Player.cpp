@@ -15,7 +15,9 @@ const std::vector<Verb>& Player::verbs()
         {"ports", &Player::ports, false, "ports FILE"},
         {"gpio", &Player::gpio, false, "gpio \"LINE\"... | gpio absent"},
         {"server", &Player::server, true,
-         "server absent | start | stop | restart [LABEL=STATUS...] | hang | resume | send \"BYTES\""},
+         "server absent | start | stop | restart [LABEL=STATUS...] | hang | resume | send \"BYTES\" | kind | answers "
+         "after "
+         "TIME | omits [LABEL...]"},
         {"start", &Player::start, true, "start [ARGUMENT]"},
         {"kill", &Player::kill, true, "kill [at PREFIX]"},
         {"alarm", &Player::alarm, true, "alarm LABEL set|clear|warn|unknown [LABEL STATUS...]"},
@@ -154,7 +156,8 @@ void Player::gpio(Words& words)
 
 void Player::server(Words& words)
 {
-    switch (words.oneOf("what the server does", {"absent", "start", "stop", "restart", "hang", "resume", "send"})) {
+    switch (words.oneOf("what the server does",
+                        {"absent", "start", "stop", "restart", "hang", "resume", "send", "kind", "answers", "omits"})) {
     case 0:
         m_card.setServerAtStart(false);
         break;
@@ -184,9 +187,38 @@ void Player::server(Words& words)
     case 5:
         m_card.server().hang(false);
         break;
-    default:
+    case 6:
         m_card.server().sendRaw(words.next("bytes"));
+        break;
+    case 7:
+        m_card.server().setManners({});
+        break;
+    case 8:
+        serverAnswers(words);
+        break;
+    default:
+        serverOmits(words);
     }
+}
+
+// server answers after TIME
+void Player::serverAnswers(Words& words)
+{
+    if (!words.take("after"))
+        throw Failure("server answers after TIME");
+    sim::Tavd::Manners manners = m_card.server().manners();
+    manners.answerDelay = m_card.real(words.time("a time"));
+    m_card.server().setManners(manners);
+}
+
+// server omits [LABEL...]: these alone
+void Player::serverOmits(Words& words)
+{
+    sim::Tavd::Manners manners = m_card.server().manners();
+    manners.omitted.clear();
+    while (!words.empty())
+        manners.omitted.push_back(words.next("a label"));
+    m_card.server().setManners(manners);
 }
 
 void Player::start(Words& words)

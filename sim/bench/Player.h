@@ -47,6 +47,8 @@ private:
     void ports(Words& words);
     void gpio(Words& words);
     void server(Words& words);
+    void serverAnswers(Words& words);
+    void serverOmits(Words& words);
     void start(Words& words);
     void kill(Words& words);
     void alarm(Words& words);

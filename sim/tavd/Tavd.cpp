@@ -21,7 +21,8 @@ constexpr size_t kMaxFrame = 1 << 20;
 constexpr size_t kUnsentLimit = 100000;
 enum eKind : uint32_t { KIND_PORT = 1, KIND_DIN = 2, KIND_DOUT = 3, KIND_AIN = 4, KIND_EVENT = 5 };
 enum eType : uint32_t { TYPE_GET = 0, TYPE_SET = 1, TYPE_EVENT = 3 };
-enum eEvent : uint32_t { EVENT_PORT = 2 };
+enum eEvent : uint32_t { EVENT_DEVICE = 1, EVENT_PORT = 2, EVENT_SITE = 3 };
+constexpr uint32_t kAccess = 10; // kind of an object
 
 void addPort(const Port& from, tavobj::Message& message)
 {
@@ -51,6 +52,21 @@ void addEvent(const Port& from, tavobj::Message& message)
     event->set_id(from.id);
     event->set_object_type(from.type);
     event->set_status(from.status);
+}
+
+// What concerns no port that a client asked for: it must be passed over.
+void addStrangeEvents(tavobj::Message& message)
+{
+    Port unknown;
+    unknown.serial = 0xffffffff;
+    unknown.id = 0xffffffff;
+    unknown.status = 1;
+    addEvent(unknown, message);
+    for (const uint32_t type : {EVENT_SITE, EVENT_DEVICE}) {
+        addEvent(unknown, message);
+        message.mutable_objects(message.objects_size() - 1)->mutable_event()->set_event_type(type);
+    }
+    message.add_objects()->set_kind(kAccess);
 }
 
 std::string framed(const tavobj::Message& message)
@@ -163,6 +179,7 @@ public:
     void broadcast(const std::string& frame, const Session* except = nullptr);
     void changed(const Port& port);
     Port* find(const std::string& label, bool output);
+    bool acknowledges() const;
 
     // State, guarded by mutex; change is notified after every change of it.
     mutable std::mutex mutex;
@@ -170,6 +187,7 @@ public:
     std::vector<Port> ports;
     std::vector<Write> writes;
     std::string forgedAnswer;
+    Manners manners;
     size_t gets = 0, clients = 0, connections = 0;
     uint16_t listening = 0;
     std::function<void(const Port&)> listener; // not changed while the server runs
@@ -179,6 +197,7 @@ private:
     void admit(const std::shared_ptr<Session>& session);
     void receive(const std::shared_ptr<Session>& session, const tavobj::Message& request);
     void answer(const std::shared_ptr<Session>& session, const tavobj::Message& request);
+    void sendAfter(Clock::duration delay, const std::shared_ptr<Session>& session, std::string frame);
     void obey(const std::shared_ptr<Session>& session, const tavobj::Message& request);
 
     // Of the io thread.
@@ -307,23 +326,40 @@ void Tavd::Server::answer(const std::shared_ptr<Session>& session, const tavobj:
     message.set_type(TYPE_GET);
     message.set_id(request.id());
     std::string forged;
+    Clock::duration delay{0};
     {
         std::lock_guard<std::mutex> lock(mutex);
         ++gets;
         forged = forgedAnswer;
+        delay = manners.answerDelay;
         if (request.all()) {
             for (const Port& port : ports)
                 addPort(port, message);
         }
         for (const tavobj::Object& wanted : request.objects()) {
-            if (const Port* port = find(wanted.port().label(), wanted.kind() == KIND_DOUT))
+            const Port* port = find(wanted.port().label(), wanted.kind() == KIND_DOUT);
+            const auto& omitted = manners.omitted;
+            if (port != nullptr && std::find(omitted.begin(), omitted.end(), port->label) == omitted.end())
                 addPort(*port, message);
         }
+        if (manners.reversed)
+            std::reverse(message.mutable_objects()->pointer_begin(), message.mutable_objects()->pointer_end());
     }
     tavobj::Message id; // its encoding behind the forged content puts the request's id into it
     id.set_id(request.id());
-    session->send(forged.empty() ? framed(message) : Tavd::frame(forged + id.SerializeAsString()));
+    sendAfter(delay, session, forged.empty() ? framed(message) : Tavd::frame(forged + id.SerializeAsString()));
     change.notify_all();
+}
+
+void Tavd::Server::sendAfter(Clock::duration delay, const std::shared_ptr<Session>& session, std::string frame)
+{
+    if (delay <= Clock::duration::zero())
+        return session->send(std::move(frame));
+    const auto timer = std::make_shared<asio::steady_timer>(*m_context, delay);
+    timer->async_wait([timer, session, frame = std::move(frame)](const asio::error_code& cancelled) {
+        if (!cancelled)
+            session->send(frame);
+    });
 }
 
 void Tavd::Server::obey(const std::shared_ptr<Session>& session, const tavobj::Message& request)
@@ -360,7 +396,14 @@ void Tavd::Server::obey(const std::shared_ptr<Session>& session, const tavobj::M
         }
         changed(now);
     }
-    session->send(framed(acknowledgement));
+    if (acknowledges())
+        session->send(framed(acknowledgement));
+}
+
+bool Tavd::Server::acknowledges() const
+{
+    std::lock_guard<std::mutex> lock(mutex);
+    return manners.acknowledges;
 }
 
 void Tavd::Server::broadcast(const std::string& frame, const Session* except)
@@ -400,6 +443,18 @@ void Tavd::setPorts(std::vector<Port> ports)
     m_server->ports = std::move(ports);
 }
 
+void Tavd::setManners(Manners manners)
+{
+    std::lock_guard<std::mutex> lock(m_server->mutex);
+    m_server->manners = std::move(manners);
+}
+
+Tavd::Manners Tavd::manners() const
+{
+    std::lock_guard<std::mutex> lock(m_server->mutex);
+    return m_server->manners;
+}
+
 bool Tavd::start(const std::string& address, uint16_t port, std::string* error)
 {
     return m_server->start(address, port, error);
@@ -432,6 +487,8 @@ bool Tavd::setInputs(const std::vector<std::pair<std::string, uint32_t>>& change
     std::vector<Port> news;
     {
         std::lock_guard<std::mutex> lock(m_server->mutex);
+        if (m_server->manners.strange)
+            addStrangeEvents(message);
         for (const auto& wanted : changes) {
             Port* port = m_server->find(wanted.first, false);
             if (port == nullptr)

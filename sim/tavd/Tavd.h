@@ -29,6 +29,15 @@ public:
         Clock::time_point time;
     };
 
+    /// How the server behaves where a client has no right to better. A new one is kind.
+    struct Manners {
+        Clock::duration answerDelay{0}; ///< from a get to its answer
+        bool reversed = false;          ///< answers come in the reverse order of what was asked
+        bool acknowledges = true;       ///< a set is answered
+        bool strange = false;           ///< each event comes behind others: of unknown ports, devices, sites, accesses
+        std::vector<std::string> omitted; ///< labels of ports that answers do not hold
+    };
+
     Tavd();
     ~Tavd();
     Tavd(const Tavd&) = delete;
@@ -36,6 +45,9 @@ public:
 
     /// Replaces all ports, without a word to the clients; most useful before start().
     void setPorts(std::vector<Port> ports);
+    /// From now on it behaves so.
+    void setManners(Manners manners);
+    Manners manners() const;
     /// Listens and serves. @param port 0 for a free one. @return false with what is wrong in @p error
     bool start(const std::string& address, uint16_t port, std::string* error = nullptr);
     /// The port that start() listens on; kept over a stop(), so that start("...", port()) is a restart.

@@ -2,6 +2,7 @@
 
 #include "visibleText.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace web {
@@ -31,7 +32,10 @@ std::string withoutControls(const std::string& text)
     std::string all;
     for (size_t begin = 0;;) {
         const size_t end = text.find('\0', begin);
-        all += visibleText((text.substr(begin, end - begin) + '\n').c_str()); // one line feed at the end is dropped
+        const std::string part = text.substr(begin, end - begin);
+        std::string blanked = part; // a backslash stands as it is
+        std::replace(blanked.begin(), blanked.end(), '\\', ' ');
+        all += visibleText(part.c_str(), blanked.c_str());
         if (end == std::string::npos)
             return all;
         all += "\\x00";
