@@ -151,8 +151,11 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     blankStructure(format, blankFormat);
     va_list again;
     va_copy(again, arguments);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the second has the conversions of the first
     const bool formatted = std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) >= 0 &&
                            std::vsnprintf(blanked, sizeof blanked, blankFormat, again) >= 0;
+#pragma GCC diagnostic pop
     va_end(again);
     if (!formatted) {
         return;
