@@ -57,20 +57,14 @@ void serve(ModemSim& modem, int signals)
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv)
-{
-    ModemSim::Options options;
-    long delay = 0;
-    long registration = 0;
-    bool off = false;
-    bool trace = false;
+struct Wishes {
+    long delay = 0, registration = 0; // milliseconds
+    bool off = false, trace = false;
     int errorMode = 0;
+};
 
-    CLI::App app(
-        "A GSM modem on a pseudo terminal. Standard input takes commands (help lists them), standard output shows "
-        "every SMS that is sent.");
+void addOptions(CLI::App& app, ModemSim::Options& options, Wishes& wishes)
+{
     app.add_option("--link", options.link, "symbolic link to the terminal")->required();
     app.add_option("--pin", options.pin, "the SIM asks for this PIN")
         ->check(CLI::Validator(
@@ -85,20 +79,19 @@ int main(int argc, char** argv)
         ->check(CLI::Range(0, 255))
         ->capture_default_str();
     app.add_option("--operator", options.operatorName, "network operator; empty for none")->capture_default_str();
-    app.add_option("--registration", registration, "milliseconds from the unlocked SIM to the network")
+    app.add_option("--registration", wishes.registration, "milliseconds from the unlocked SIM to the network")
         ->check(CLI::NonNegativeNumber);
-    app.add_option("--cmee", errorMode, "error reports: 0 plain, 1 numbers, 2 texts")->check(CLI::Range(0, 2));
+    app.add_option("--cmee", wishes.errorMode, "error reports: 0 plain, 1 numbers, 2 texts")->check(CLI::Range(0, 2));
     app.add_option("--chunk", options.chunk, "cut replies into pieces of so many bytes");
-    app.add_option("--delay", delay, "milliseconds before each reply")->check(CLI::NonNegativeNumber);
+    app.add_option("--delay", wishes.delay, "milliseconds before each reply")->check(CLI::NonNegativeNumber);
     app.add_flag("--echo", options.echo, "echo what is typed");
-    app.add_flag("--off", off, "start switched off");
-    app.add_flag("--trace", trace, "show every line on standard output");
-    CLI11_PARSE(app, argc, argv);
-    options.delay = ModemSim::milliseconds(delay);
-    options.registrationTime = ModemSim::milliseconds(registration);
-    options.errorMode = static_cast<modemsim::ErrorMode>(errorMode);
-    options.powered = !off;
+    app.add_flag("--off", wishes.off, "start switched off");
+    app.add_flag("--trace", wishes.trace, "show every line on standard output");
+}
 
+// Until its input or a signal ends it. @return the exit status
+int run(const ModemSim::Options& options, bool trace)
+{
     const int signals = takeSignals();
     std::signal(SIGPIPE, SIG_IGN);
     try {
@@ -123,4 +116,24 @@ int main(int argc, char** argv)
         return 1;
     }
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    ModemSim::Options options;
+    Wishes wishes;
+
+    CLI::App app(
+        "A GSM modem on a pseudo terminal. Standard input takes commands (help lists them), standard output shows "
+        "every SMS that is sent.");
+    addOptions(app, options, wishes);
+    CLI11_PARSE(app, argc, argv);
+    options.delay = ModemSim::milliseconds(wishes.delay);
+    options.registrationTime = ModemSim::milliseconds(wishes.registration);
+    options.errorMode = static_cast<modemsim::ErrorMode>(wishes.errorMode);
+    options.powered = !wishes.off;
+
+    return run(options, wishes.trace);
 }

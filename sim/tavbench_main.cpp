@@ -56,6 +56,47 @@ bool readLines(const std::string& file, std::vector<std::string>& lines)
 }
 
 // Plays one file on a card of its own. @return exit status
+// Obeys the lines, and then, where it is wished, those of the prompt. @p number is the line under way.
+void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench::Card& card, bench::Player& player,
+             size_t& number)
+{
+    for (number = 1; number <= lines.size(); ++number) {
+        bench::Player::checkVerb(lines[number - 1]);
+        if (bench::Player::makesFaults(lines[number - 1]))
+            card.useFaults();
+    }
+    for (number = 1; number <= lines.size(); ++number) {
+        const std::string& line = lines[number - 1];
+        if (wishes.narrate && !line.empty() && line[0] != '#' && line.rfind("expect", 0) != 0 &&
+            line.rfind("note", 0) != 0)
+            printf("  %s\n", line.c_str());
+        player.obey(line);
+    }
+    number = lines.size();
+    player.checkEnd();
+    if (wishes.stay) {
+        traceTo(card, wishes);
+        bench::prompt(player);
+    }
+    card.checkSanitizers();
+}
+
+// What went wrong, and the end of what the daemon printed.
+void tellFailure(const std::string& where, const std::string& line, const char* what, const bench::Daemon& daemon)
+{
+    fprintf(stderr, "%s: %s\n", where.c_str(), what);
+    if (!line.empty())
+        fprintf(stderr, "    %s\n", line.c_str());
+    std::vector<std::string> log = daemon.lines(true, 0);
+    const std::vector<std::string> errors = daemon.lines(false, 0);
+    log.insert(log.end(), errors.begin(), errors.end());
+    const size_t shown = std::min<size_t>(log.size(), 40);
+    fprintf(stderr, "%s", daemon.sanitizerReport().c_str());
+    fprintf(stderr, "The last %zu lines that the daemon printed:\n", shown);
+    for (size_t i = log.size() - shown; i < log.size(); ++i)
+        fprintf(stderr, "    %s\n", log[i].c_str());
+}
+
 int play(const std::string& file, const Wishes& wishes)
 {
     std::vector<std::string> lines;
@@ -79,37 +120,11 @@ int play(const std::string& file, const Wishes& wishes)
         player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
         if (wishes.narrate)
             player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
-        for (number = 1; number <= lines.size(); ++number) {
-            bench::Player::checkVerb(lines[number - 1]);
-            if (bench::Player::makesFaults(lines[number - 1]))
-                card.useFaults();
-        }
-        for (number = 1; number <= lines.size(); ++number) {
-            const std::string& line = lines[number - 1];
-            if (wishes.narrate && !line.empty() && line[0] != '#' && line.rfind("expect", 0) != 0 &&
-                line.rfind("note", 0) != 0)
-                printf("  %s\n", line.c_str());
-            player.obey(line);
-        }
-        number = lines.size();
-        player.checkEnd();
-        if (wishes.stay) {
-            traceTo(card, wishes);
-            bench::prompt(player);
-        }
-        card.checkSanitizers();
+        perform(lines, wishes, card, player, number);
     } catch (const bench::Failure& failure) {
-        fprintf(stderr, "%s:%zu: %s\n", file.c_str(), number, failure.what());
-        if (number > 0 && number <= lines.size())
-            fprintf(stderr, "    %s\n", lines[number - 1].c_str());
-        std::vector<std::string> log = card.daemon().lines(true, 0);
-        const std::vector<std::string> errors = card.daemon().lines(false, 0);
-        log.insert(log.end(), errors.begin(), errors.end());
-        const size_t shown = std::min<size_t>(log.size(), 40);
-        fprintf(stderr, "%s", card.daemon().sanitizerReport().c_str());
-        fprintf(stderr, "The last %zu lines that the daemon printed:\n", shown);
-        for (size_t i = log.size() - shown; i < log.size(); ++i)
-            fprintf(stderr, "    %s\n", log[i].c_str());
+        const bool inLine = number > 0 && number <= lines.size();
+        tellFailure(file + ':' + std::to_string(number), inLine ? lines[number - 1] : "", failure.what(),
+                    card.daemon());
         return 1;
     }
     printf("%s: passed\n", file.c_str());

@@ -6,6 +6,46 @@
 #include <csignal>
 #include <cstdio>
 
+namespace {
+
+// Until it is interrupted. @return the exit status
+int serve(const std::string& file, const std::string& address, uint16_t port, sim::Tavd::Manners manners)
+{
+    // Blocked before the server's thread exists, so that only sigwait below gets them.
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGINT);
+    sigaddset(&ends, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+
+    std::vector<sim::Port> ports;
+    std::string error;
+    sim::Tavd tavd;
+    tavd.onChange([](const sim::Port& changed) {
+        if (changed.output)
+            printf("output %s state=%s\n", changed.label.c_str(), sim::stateWord(changed.state));
+        else
+            printf("input %s status=%s\n", changed.label.c_str(), sim::statusWord(changed.status));
+    });
+    if (sim::readPorts(file, ports, error)) {
+        tavd.setManners(std::move(manners));
+        tavd.setPorts(ports);
+        if (tavd.start(address, port, &error)) {
+            printf("%zu ports at %s:%d\n", ports.size(), address.c_str(), tavd.port());
+            int received = 0;
+            sigwait(&ends, &received);
+            tavd.stop();
+            return 0;
+        }
+    }
+    fprintf(stderr, "tavd-sim: %s\n", error.c_str());
+    return 1;
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
     CLI::App app("An object server for a desk: publishes the ports of a file and obeys its clients");
@@ -32,38 +72,7 @@ int main(int argc, char* argv[])
         return 1;
     }
 
-    // Blocked before the server's thread exists, so that only sigwait below gets them.
-    sigset_t ends;
-    sigemptyset(&ends);
-    sigaddset(&ends, SIGINT);
-    sigaddset(&ends, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
-    signal(SIGPIPE, SIG_IGN);
-    setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-
-    std::vector<sim::Port> ports;
-    std::string error;
-    sim::Tavd tavd;
-    tavd.onChange([](const sim::Port& changed) {
-        if (changed.output)
-            printf("output %s state=%s\n", changed.label.c_str(), sim::stateWord(changed.state));
-        else
-            printf("input %s status=%s\n", changed.label.c_str(), sim::statusWord(changed.status));
-    });
-    if (sim::readPorts(file, ports, error)) {
-        manners.acknowledges = !silent;
-        manners.answerDelay =
-            std::chrono::duration_cast<sim::Tavd::Clock::duration>(std::chrono::duration<double>(delay));
-        tavd.setManners(manners);
-        tavd.setPorts(ports);
-        if (tavd.start(address, port, &error)) {
-            printf("%zu ports at %s:%d\n", ports.size(), address.c_str(), tavd.port());
-            int received = 0;
-            sigwait(&ends, &received);
-            tavd.stop();
-            return 0;
-        }
-    }
-    fprintf(stderr, "tavd-sim: %s\n", error.c_str());
-    return 1;
+    manners.acknowledges = !silent;
+    manners.answerDelay = std::chrono::duration_cast<sim::Tavd::Clock::duration>(std::chrono::duration<double>(delay));
+    return serve(file, address, port, std::move(manners));
 }

@@ -253,7 +253,18 @@ void Card::start()
         startServer();
     startModem();
 
-    // Properties above the file's: the first line of a key counts.
+    putPropertiesAbove();
+    listenToGpio();
+    m_settings.environment = environment();
+    const std::string wrong = m_daemon.start(m_settings);
+    if (!wrong.empty())
+        throw Failure(m_tools.daemon + ": " + wrong);
+    m_started = true;
+}
+
+// The first line of a key counts.
+void Card::putPropertiesAbove()
+{
     if (m_properties.find("serialPortName") == m_properties.end())
         m_properties["serialPortName"] = kModemLink;
     const std::string path = configPath("telnodriver.conf");
@@ -263,7 +274,10 @@ void Card::start()
             above += property.first + '=' + property.second + '\n';
         writeConfigFile("telnodriver.conf", above + readFile(path));
     }
+}
 
+void Card::listenToGpio()
+{
     if (m_gpioEnd < 0) {
         mkfifo(kGpioReport, 0600);
         m_gpioEnd = open(kGpioReport, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -271,17 +285,22 @@ void Card::start()
         fcntl(m_gpioEnd, F_SETFL, 0);
         m_gpioReader = std::thread([this] { readGpioReport(); });
     }
-    m_settings.environment = {std::string("VELIOSIM_REPORT=") + kGpioReport};
+}
+
+// What the daemon finds in its environment: the libraries to be preloaded, and what they ask for.
+std::vector<std::string> Card::environment()
+{
+    std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + kGpioReport};
     if (!m_gpioTable.empty()) {
         writeConfigFile(".gpio-table", m_gpioTable);
-        m_settings.environment.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
+        variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
     }
     std::string preload = m_tools.libraries + "/libveliosim.so";
     if (m_tools.speed != 1) {
         preload = m_tools.libraries + "/libwaitshim.so:/usr/$LIB/faketime/libfaketimeMT.so.1:" + preload;
         std::ostringstream rate;
         rate << "FAKETIME=+0 x" << m_tools.speed;
-        m_settings.environment.push_back(rate.str());
+        variables.push_back(rate.str());
     }
     // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
     const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
@@ -289,16 +308,13 @@ void Card::start()
     if (m_findsLeaks)
         useFaults();
     if (m_faults.prepared()) {
-        m_settings.environment.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
+        variables.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
         preload = m_tools.libraries + "/libfaultshim.so:" + preload;
     }
     if (m_findsLeaks)
         preload = addressSanitizer + ':' + preload;
-    m_settings.environment.push_back("LD_PRELOAD=" + preload);
-    const std::string wrong = m_daemon.start(m_settings);
-    if (!wrong.empty())
-        throw Failure(m_tools.daemon + ": " + wrong);
-    m_started = true;
+    variables.push_back("LD_PRELOAD=" + preload);
+    return variables;
 }
 
 void Card::killAt(const std::string& prefix)

@@ -100,6 +100,9 @@ public:
 
 private:
     void startModem();
+    void putPropertiesAbove();
+    void listenToGpio();
+    std::vector<std::string> environment();
     void killIfDue(const std::string& command);
     void readGpioReport();
     void trace(Trace kind, const std::string& text) const;

@@ -34,6 +34,23 @@ std::string statusField(pid_t pid, const char* name)
     return "0";
 }
 
+// In the child: the three ends become its standard streams, nothing else is inherited.
+[[noreturn]] void become(char* const* arguments, char* const* variables, const int (&streams)[3], int highest,
+                         const rlimit& limit)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    for (int i = 0; i < 3; ++i)
+        dup2(streams[i], i);
+    for (int inherited = 3; inherited < highest; ++inherited)
+        close(inherited); // the simulators' sockets and terminals
+    setrlimit(RLIMIT_NOFILE, &limit);
+    execve(arguments[0], arguments, variables);
+    _exit(127);
+}
+
 } // namespace
 
 std::string Daemon::start(const Settings& settings)
@@ -67,20 +84,8 @@ std::string Daemon::start(const Settings& settings)
     m_pid = fork();
     if (m_pid < 0)
         return strerror(errno);
-    if (m_pid == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        sigset_t none;
-        sigemptyset(&none);
-        sigprocmask(SIG_SETMASK, &none, nullptr);
-        dup2(input.ends[0], 0);
-        dup2(out.ends[1], 1);
-        dup2(log.ends[1], 2);
-        for (int inherited = 3; inherited < highest; ++inherited)
-            close(inherited); // the simulators' sockets and terminals
-        setrlimit(RLIMIT_NOFILE, &limit);
-        execve(arguments[0], arguments.data(), variables.data());
-        _exit(127);
-    }
+    if (m_pid == 0)
+        become(arguments.data(), variables.data(), {input.ends[0], out.ends[1], log.ends[1]}, highest, limit);
     close(input.ends[0]);
     close(out.ends[1]);
     close(log.ends[1]);

@@ -44,10 +44,13 @@ public:
     bool run();
 
 private:
-    bool play();
     struct Figures {
         long residentKiB, threads, descriptors;
     };
+
+    bool play();
+    void letSomethingHappen();
+    bool summarise(const Figures& early, const Figures& late);
 
     // What may happen; each leaves the site in order, or throws.
     void flipInputs();
@@ -295,20 +298,8 @@ bool Soak::run()
     }
 }
 
-bool Soak::play()
+void Soak::letSomethingHappen()
 {
-    m_card.useConfig(m_wishes.config);
-    m_card.start();
-    const auto ready = [this] {
-        for (const std::string& line : m_card.daemon().lines(false, 0))
-            if (line.find("modem setup correctly") != std::string::npos)
-                return true;
-        return false;
-    };
-    if (!waitUntil(ready, seconds(600)))
-        throw Failure("the modem is not set up");
-    expectOutputs("the start", seconds(10));
-
     struct Happening {
         const char* name;
         void (Soak::*happen)();
@@ -325,31 +316,20 @@ bool Soak::play()
                                                           {"strangers", &Soak::stranger, 5},
                                                           {"modem failures", &Soak::hurtModem, 4},
                                                           {"unasked modem lines", &Soak::chatter, 3}}};
-    m_start = Clock::now();
-    Figures early = figures();
-    bool warm = false;
-    print("at start", early);
-    while (daysSince(m_start) < m_wishes.days && g_enough == 0) {
-        if (!warm && daysSince(m_start) >= m_wishes.days / 10) {
-            warm = true;
-            print("after a tenth", early = figures());
+    int at = static_cast<int>(pick(100));
+    for (const Happening& happening : happenings) {
+        at -= happening.weight;
+        if (at < 0) {
+            (this->*happening.happen)();
+            ++m_count[happening.name];
+            break;
         }
-        int at = static_cast<int>(pick(100));
-        for (const Happening& happening : happenings) {
-            at -= happening.weight;
-            if (at < 0) {
-                (this->*happening.happen)();
-                ++m_count[happening.name];
-                break;
-            }
-        }
-        pause(seconds(pick(600))); // five minutes on average
     }
-    pause(seconds(130)); // a last poll, and whatever the modem still has to do
-    expectOutputs("everything", seconds(10));
-    const Figures late = figures();
-    print("at the end", late);
+}
 
+// @return whether nothing has grown
+bool Soak::summarise(const Figures& early, const Figures& late)
+{
     printf("\nseed %u, speed %g: %.2f days of the daemon's time in %.0f s; the final states are right\n", m_wishes.seed,
            m_wishes.speed, daysSince(m_start), std::chrono::duration<double>(Clock::now() - m_start).count());
     m_count["refreshes of the port lists"] = static_cast<long>(m_card.server().gets());
@@ -364,6 +344,40 @@ bool Soak::play()
            late.residentKiB - early.residentKiB, late.threads - early.threads, late.descriptors - early.descriptors,
            grown ? "GROWN" : "no growth");
     return !grown;
+}
+
+bool Soak::play()
+{
+    m_card.useConfig(m_wishes.config);
+    m_card.start();
+    const auto ready = [this] {
+        for (const std::string& line : m_card.daemon().lines(false, 0))
+            if (line.find("modem setup correctly") != std::string::npos)
+                return true;
+        return false;
+    };
+    if (!waitUntil(ready, seconds(600)))
+        throw Failure("the modem is not set up");
+    expectOutputs("the start", seconds(10));
+
+    m_start = Clock::now();
+    Figures early = figures();
+    bool warm = false;
+    print("at start", early);
+    while (daysSince(m_start) < m_wishes.days && g_enough == 0) {
+        if (!warm && daysSince(m_start) >= m_wishes.days / 10) {
+            warm = true;
+            print("after a tenth", early = figures());
+        }
+        letSomethingHappen();
+        pause(seconds(pick(600))); // five minutes on average
+    }
+    pause(seconds(130)); // a last poll, and whatever the modem still has to do
+    expectOutputs("everything", seconds(10));
+    const Figures late = figures();
+    print("at the end", late);
+
+    return summarise(early, late);
 }
 
 } // namespace

@@ -8,6 +8,17 @@
 
 #include <cstdio>
 
+namespace {
+
+void addChange(CLI::App& command, const char* what, const std::vector<std::string>& words, std::string& label,
+               std::string& word)
+{
+    command.add_option("LABEL", label)->required();
+    command.add_option(what, word)->required()->check(CLI::IsMember(words));
+}
+
+} // namespace
+
 int main(int argc, char* argv[])
 {
     CLI::App app("Lists, watches and changes the ports of an object server");
@@ -20,12 +31,8 @@ int main(int argc, char* argv[])
     CLI::App* watch = app.add_subcommand("watch", "print every change with its time, until interrupted");
     CLI::App* alarm = app.add_subcommand("alarm", "set an input's alarm status (simulated servers only)");
     CLI::App* drive = app.add_subcommand("drive", "drive an output");
-    alarm->add_option("LABEL", label)->required();
-    alarm->add_option("STATUS", word, "set, clear, warn or unknown")
-        ->required()
-        ->check(CLI::IsMember({"unknown", "set", "clear", "warn"}));
-    drive->add_option("LABEL", label)->required();
-    drive->add_option("STATE", word, "set or clear")->required()->check(CLI::IsMember({"set", "clear"}));
+    addChange(*alarm, "STATUS", {"set", "clear", "warn", "unknown"}, label, word);
+    addChange(*drive, "STATE", {"set", "clear"}, label, word);
     std::string listen, folder;
 #ifdef TAVCTL_WEB
     CLI::App* web = app.add_subcommand("web", "show the ports in a browser, for reading only");
