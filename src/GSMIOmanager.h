@@ -22,7 +22,7 @@
 #include <atomic>
 #include <cstdint>
 #include <pthread.h>
-#include <string_view>
+#include <string>
 #include <unordered_set>
 
 /// The configuration as read from the properties file; each text is terminated and cut to its field.
@@ -182,8 +182,8 @@ private:
     void sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj);
 
     PortIndex mInputIndex, mOutputIndex; // of mTriggerPorts and mOutputPorts
-    // Of the label lists; the texts are their ports'.
-    std::unordered_set<std::string_view> mKnownTriggerLabels, mKnownOutputLabels;
+    // Of the label lists.
+    std::unordered_set<std::string> mKnownTriggerLabels, mKnownOutputLabels;
     int mWakeFd; // eventfd that ends the poll loop's wait early
     // A send request waits for the GSM handler thread, which clears this; set under the evaluation mutex. True at
     // start, like m_RequestSmsSend.

@@ -13,11 +13,12 @@ const char* word(bool set)
     return set ? "SET" : "CLEARED";
 }
 
-// Adds a label to a label list unless it is there. @p known holds the list's labels, or fewer if others filled the
-// list.
-template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::string_view>& known, const char* label)
+// Adds a label to a label list unless it is there. @p known holds the list's labels; it is filled anew where others
+// have filled or emptied the list.
+template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::string>& known, const char* label)
 {
     if (known.size() != labels->size()) {
+        known.clear();
         labels->reset();
         while (auto* port = static_cast<cObjectPort*>(labels->get())) {
             if (port->getPortLabel() != nullptr)
@@ -30,7 +31,7 @@ template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::st
     auto* port = new Port();
     port->setPortLabel(label);
     labels->add(port);
-    known.insert(port->getPortLabel());
+    known.insert(label);
     return true;
 }
 

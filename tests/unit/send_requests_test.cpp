@@ -97,17 +97,24 @@ protected:
     EventNotifier* listener(const char* name) { return new Listener(name, mRecord); }
     void post(int number) { mQueue.iInsertEvent(new Numbered(number, mAlive)); }
 
-    Record& mRecord = *new Record;
-    std::atomic<int>& mAlive = *new std::atomic<int>(0); ///< requests
-    cGsmQManager& mQueue = kept();
-
 private:
-    static cGsmQManager& kept()
+    struct Kept {
+        Record record;
+        std::atomic<int> alive{0};
+        cGsmQManager queue;
+    };
+    static Kept& kept()
     {
-        static auto& all = *new std::vector<cGsmQManager*>;
-        all.push_back(new cGsmQManager);
+        static auto& all = *new std::vector<Kept*>;
+        all.push_back(new Kept);
         return *all.back();
     }
+    Kept& mKept = kept();
+
+protected:
+    Record& mRecord = mKept.record;
+    std::atomic<int>& mAlive = mKept.alive; ///< requests
+    cGsmQManager& mQueue = mKept.queue;
 };
 
 TEST_F(SendRequests, EveryPassDeliversAllNewestFirst)
