@@ -66,7 +66,7 @@ struct Lifetime {
 template <size_t size> void blankStructure(const char* format, char (&copy)[size])
 {
     size_t length = 0;
-    for (; format[length] != '\0' && length < size - 1; ++length) {
+    for (; length < size - 1 && format[length] != '\0'; ++length) {
         const char character = format[length];
         const bool structure = (character >= 0 && character < ' ') || character == '\\';
         copy[length] = structure ? ' ' : character;
