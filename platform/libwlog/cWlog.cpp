@@ -68,7 +68,7 @@ template <size_t size> void blankStructure(const char* format, char (&copy)[size
     size_t length = 0;
     for (; length < size - 1 && format[length] != '\0'; ++length) {
         const char character = format[length];
-        const bool structure = (character >= 0 && character < ' ') || character == '\\';
+        const bool structure = static_cast<unsigned char>(character) < ' ' || character == '\\';
         copy[length] = structure ? ' ' : character;
     }
     copy[length] = '\0';
