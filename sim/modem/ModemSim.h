@@ -125,6 +125,8 @@ public:
     /// The terminal goes away as an unplugged modem does: its users read end of file, writes fail, a link stays
     /// dangling.
     void hangUp();
+    /// What was written at either end of the terminal has come to the other when this returns.
+    void flush();
     /// A new terminal after hangUp(), the link points to it; users must open it again. Powered as it was.
     void plugIn();
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <termios.h>
@@ -124,6 +125,17 @@ bool Pty::hasUser() const
 {
     pollfd state{m_fd, POLLOUT, 0};
     return m_fd != -1 && poll(&state, 1, 0) >= 0 && (state.revents & POLLHUP) == 0;
+}
+
+// A terminal's bytes are handed to the other end by a thread of the kernel; a look for them at that end waits for it.
+void Pty::flush() const
+{
+    const int user = hasUser() ? ioctl(m_fd, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1;
+    pollfd ends[] = {{m_fd, POLLIN, 0}, {user, POLLIN, 0}};
+    (void)!poll(ends, 2, 0);
+    if (user != -1) {
+        close(user);
+    }
 }
 
 void Pty::forgetUnread()

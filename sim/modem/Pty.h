@@ -21,6 +21,7 @@ public:
     bool isOpen() const { return m_fd != -1; }
     int fd() const { return m_fd; } ///< borrowed, -1 when hung up
     bool hasUser() const;           ///< somebody has the terminal open
+    void flush() const;             ///< what was written at either end has come to the other, though unread
     void forgetUnread();            ///< drops what was written and never read, as a port does that nobody has open
 
     std::string read();                          ///< what is there now, at most 4096 bytes; empty: nothing

@@ -16,7 +16,7 @@
 // its bytes), refused-open, refused-count, refused-table, refused-write (A the error number), ioctl (A an unknown
 // request) or close.
 //
-// Nothing here allocates memory or runs before the first call, so that it lives with sanitizers and libfaketime.
+// Nothing here allocates memory or runs before the first call, so that it lives with sanitizers.
 #undef _FORTIFY_SOURCE
 #undef _FILE_OFFSET_BITS
 #undef _TIME_BITS
@@ -115,7 +115,7 @@ void report(const char* kind, long a, long b = 0)
     const int error = errno;
     timespec real{};
     timespec seen{};
-    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &real); // past libfaketime
+    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &real); // past the bench's clock
     clock_gettime(CLOCK_MONOTONIC, &seen);
     char line[160];
     const int length = snprintf(line, sizeof line, "%s %ld %ld %lld %lld\n", kind, a, b,

@@ -1,5 +1,7 @@
 #include "web/Hub.h"
 
+#include "clock/benchclock.h"
+
 #include <algorithm>
 #include <sched.h>
 #include <sys/resource.h>
@@ -40,6 +42,7 @@ void giveWay()
     const sched_param none{};
     (void)sched_setscheduler(0, SCHED_BATCH, &none);
     (void)setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), 19);
+    pthread_setname_np(pthread_self(), kMachineTime);
 }
 
 // Numbers begin with the time, so that no number of an earlier run is taken for one of this.
