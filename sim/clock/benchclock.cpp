@@ -36,6 +36,7 @@ constexpr Nanoseconds kFarthest = Nanoseconds(1) << 61; // 73 years: an end that
 
 ClockPage machine; // zeros: no rules
 std::atomic<ClockPage*> current{&machine};
+bool daemons = false; // this process was started by the bench
 
 ClockPage& page()
 {
@@ -163,7 +164,7 @@ public:
     Wait(ClockWait::Kind kind, Nanoseconds deadline, bool day) : m_wait(takeWait(kind)), m_deadline(deadline), m_day(day)
     {
         m_wait.ofDay = day;
-        m_wait.look = left() <= kLongestLook;
+        m_wait.look = daemons && left() <= kLongestLook;
         m_wait.deadline = deadline;
         m_wait.state = left() > 0 ? ClockWait::Waiting : ClockWait::Due;
         if (kind == ClockWait::Descriptors) { // one that came too late for an earlier wait
@@ -306,6 +307,7 @@ struct Timer {
     ClockWait* wait = nullptr;
     Nanoseconds interval = 0;
     bool day = false;
+    pthread_t thread{};
 };
 
 constexpr int kTimers = 32;
@@ -355,10 +357,6 @@ void* keepTimer(void* argument)
         else
             wait.state = ClockWait::Idle;
     }
-    const TimersLocked lock;
-    wait.state = ClockWait::Free;
-    timer.wait = nullptr;
-    --timersOpen;
     return nullptr;
 }
 
@@ -375,8 +373,7 @@ int openTimer(clockid_t clock, int flags)
     free->day = ofDay(clock);
     free->wait = &takeWait(ClockWait::Timer);
     free->wait->state = ClockWait::Idle;
-    pthread_t thread;
-    const int wrong = pthread_create(&thread, nullptr, keepTimer, &*free);
+    const int wrong = pthread_create(&free->thread, nullptr, keepTimer, &*free);
     if (wrong != 0) {
         free->wait->state = ClockWait::Free;
         free->wait = nullptr;
@@ -384,7 +381,6 @@ int openTimer(clockid_t clock, int flags)
         errno = wrong;
         return -1;
     }
-    pthread_detach(thread);
     free->fd = fd;
     ++timersOpen;
     return fd;
@@ -399,13 +395,21 @@ itimerspec leftOf(const Timer& timer)
 
 void closeTimer(int fd)
 {
+    Timer* timer = nullptr;
+    {
+        const TimersLocked lock;
+        timer = findTimer(fd);
+        if (timer == nullptr || timer->wait->process != getpid()) // a forked process closes what it has inherited
+            return;
+        timer->fd = -1;
+        timer->wait->state = ClockWait::Ended;
+        futex(timer->wait->state, FUTEX_WAKE, 1);
+    }
+    pthread_join(timer->thread, nullptr);
     const TimersLocked lock;
-    Timer* timer = findTimer(fd);
-    if (timer == nullptr)
-        return;
-    timer->fd = -1;
-    timer->wait->state = ClockWait::Ended;
-    futex(timer->wait->state, FUTEX_WAKE, 1);
+    timer->wait->state = ClockWait::Free;
+    timer->wait = nullptr;
+    --timersOpen;
 }
 
 // ---- Which page ------------------------------------------------------------------------------------------------------
@@ -432,6 +436,7 @@ __attribute__((constructor)) void followVariable()
     if (memory == MAP_FAILED)
         giveUp("the page cannot be mapped");
     prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY); // so that the bench can show where a thread spins
+    daemons = true;
     benchclock_follow(static_cast<ClockPage*>(memory));
 }
 
@@ -632,7 +637,7 @@ EXPORTED int pthread_cond_broadcast(pthread_cond_t* condition) noexcept
 
 EXPORTED int timerfd_create(clockid_t clock, int flags) noexcept
 {
-    return follows() ? openTimer(clock, flags) : NEXT(timerfd_create)(clock, flags);
+    return role() != Role::Machine ? openTimer(clock, flags) : NEXT(timerfd_create)(clock, flags);
 }
 
 EXPORTED int timerfd_settime(int fd, int flags, const itimerspec* wanted, itimerspec* old) noexcept

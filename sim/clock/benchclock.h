@@ -7,12 +7,13 @@
 //   descriptors  select, pselect, poll, ppoll, epoll_wait, epoll_pwait, where they are given a time-out
 //   conditions   pthread_cond_timedwait, pthread_cond_clockwait; pthread_cond_signal and _broadcast end them
 //   timers       timerfd_create, timerfd_settime, timerfd_gettime; close
-// Waits without an end are the kernel's: the bench sees that the thread sleeps. A wait of at most two milliseconds is
-// a look: it holds the clock up for nobody, and ends when the clock moves or other threads have run. A wait that is not
+// Waits without an end are the kernel's: the bench sees that the thread sleeps. In a process that
+// the bench has started a wait of at most two milliseconds is a look: the clock does not move for its sake, and it ends
+// when the clock moves or other threads have run. A wait that is not
 // in the list, such as sem_timedwait, takes real time and is told once on standard error.
 //
 // Without a page, or where the page leaves the clock to the machine, everything passes through. Nothing here allocates
-// memory but the threads of timers, so that it lives with sanitizers.
+// memory but for the threads of timers, so that it lives with sanitizers.
 #ifndef SIM_CLOCK_BENCHCLOCK_H
 #define SIM_CLOCK_BENCHCLOCK_H
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -57,6 +58,7 @@ void Pty::open()
     m_device = name;
     try {
         makeRaw();
+        watchUsers();
         replaceLink();
     } catch (...) {
         hangUp();
@@ -68,7 +70,23 @@ void Pty::hangUp()
 {
     if (m_fd != -1) {
         close(m_fd);
-        m_fd = -1;
+        close(m_users);
+        m_fd = m_users = -1;
+    }
+}
+
+void Pty::watchUsers()
+{
+    m_users = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (m_users == -1 || inotify_add_watch(m_users, m_device.c_str(), IN_OPEN | IN_CLOSE) == -1) {
+        fail(errno, m_device);
+    }
+}
+
+void Pty::forgetUsers() const
+{
+    char events[4096];
+    while (m_users != -1 && ::read(m_users, events, sizeof events) > 0) {
     }
 }
 
@@ -135,6 +153,7 @@ void Pty::flush() const
     (void)!poll(ends, 2, 0);
     if (user != -1) {
         close(user);
+        forgetUsers(); // that was us
     }
 }
 

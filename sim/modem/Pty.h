@@ -21,6 +21,8 @@ public:
     bool isOpen() const { return m_fd != -1; }
     int fd() const { return m_fd; } ///< borrowed, -1 when hung up
     bool hasUser() const;           ///< somebody has the terminal open
+    int usersFd() const { return m_users; } ///< borrowed; readable when somebody has opened or closed it, until...
+    void forgetUsers() const;               ///< ... this
     void flush() const;             ///< what was written at either end has come to the other, though unread
     void forgetUnread();            ///< drops what was written and never read, as a port does that nobody has open
 
@@ -33,10 +35,12 @@ private:
     void makeRaw() const;
     void replaceLink() const;
     void removeLink() const;
+    void watchUsers();
 
     const std::string m_link;
     std::string m_device;
     int m_fd = -1;
+    int m_users = -1; // inotify
 };
 
 } // namespace modemsim
