@@ -101,14 +101,15 @@ void Stillness::list(pid_t id, Process& process)
     }
 }
 
+// How often it has run is read before its state: a thread that sleeps and has not run since has slept since.
 // @return false: another list of threads is needed
 bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
 {
     for (const auto& [id, thread] : process.threads) {
         if (id == process.besides)
             continue;
-        char text[128];
-        if (readAgain(thread.state, text) == 0)
+        char runs[64], text[128];
+        if (readAgain(thread.runs, runs) == 0 || readAgain(thread.state, text) == 0)
             return false;
         if (strstr(text, kMachinesName.c_str()) != nullptr)
             continue;
@@ -117,8 +118,7 @@ bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
             look.ended.push_back(ofProcess); // the last of its threads is the process
         else if (state != 'S' && state != 'Z' && state != 'X')
             look.allSleep = false;
-        readAgain(thread.runs, text);
-        const char* last = strrchr(text, ' ');
+        const char* last = strrchr(runs, ' ');
         look.runs[id] = last != nullptr ? strtoull(last, nullptr, 10) : 0;
     }
     return true;

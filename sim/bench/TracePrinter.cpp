@@ -31,7 +31,7 @@ TracePrinter::~TracePrinter()
 
 void TracePrinter::add(Trace kind, const std::string& text)
 {
-    if ((kind == Trace::Log && !m_log) || (kind == Trace::ModemTalk && !m_talk))
+    if (((kind == Trace::Log || kind == Trace::StandardOutput) && !m_log) || (kind == Trace::ModemTalk && !m_talk))
         return;
     const std::chrono::duration<double> since = Time::Clock::now() - m_begin;
     {

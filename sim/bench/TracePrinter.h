@@ -15,7 +15,7 @@ namespace bench {
 /// Threads: lines come from any; the card's thread makes and ends it.
 class TracePrinter {
 public:
-    /// @param talk the modem's, too; @param log the daemon's, too
+    /// @param talk the modem's, too; @param log what the daemon prints, too
     TracePrinter(Card& card, bool talk, bool log);
     ~TracePrinter();
     TracePrinter(const TracePrinter&) = delete;

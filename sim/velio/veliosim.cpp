@@ -45,6 +45,7 @@ constexpr char kDevice[] = "/dev/velio0";
 constexpr unsigned long kCountRequest = 0x6701;
 constexpr unsigned long kTableRequest = 0x80046702;
 constexpr int kMostPins = 256;
+constexpr long kSettling = 3000000; // nanoseconds until the write of a level returns: whoever reads the report is first
 
 struct PinRecord { // one entry of the driver's table, native byte order
     std::uint16_t id;
@@ -279,6 +280,8 @@ ssize_t setLevel(const void* bytes, std::size_t length)
     }
     memcpy(&record, bytes, sizeof record);
     report("write", record.id, record.level);
+    const timespec settling = {0, kSettling};
+    nanosleep(&settling, nullptr);
     return written;
 }
 
