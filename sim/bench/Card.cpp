@@ -74,8 +74,8 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
 {
     m_modemOptions.pin = "1357";
     m_modemOptions.link = kModemLink;
-    // The daemon looks at an exchange when it has sent the command and once a second from then on: an answer that begins
-    // a fifth into its second has come whole when it looks.
+    // The daemon looks at an exchange when it has sent the command and once a second from then on: an answer that
+    // begins a fifth into its second has come whole when it looks.
     m_modemOptions.delay = Milliseconds(200);
     m_settings.program = m_tools.daemon;
     sim::Tavd::Manners mean; // what no daemon may rely on, no scenario gives it unasked
@@ -104,7 +104,7 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
         if (m_modem)
             m_modem->flush();
     });
-    m_time.onMove([this] { m_faults.interrupt(); });
+    m_time.onMove([this] { return m_faults.interrupt(); });
     setModel(true);
 }
 

@@ -86,7 +86,7 @@ public:
     /// @throws Failure before the modem is there
     ModemSim& modem();
     size_t commandCount() const { return m_modem ? m_modem->commands().size() : 0; }
-    size_t sentCount() const { return m_modem ? m_modem->sent().size() : 0; }
+    size_t sentCount() const { return m_modem ? m_modem->sentCount() : 0; }
     Daemon& daemon() { return m_daemon; }
     /// Works after useFaults().
     Faults& faults() { return m_faults; }

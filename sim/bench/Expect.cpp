@@ -280,7 +280,8 @@ void Player::expectCpu(Words& words)
     const long percent = words.number("a percentage", 1, 100);
     const Milliseconds time = forTime.value_or(Milliseconds(5000));
     const double before = m_card.daemon().cpuSeconds();
-    throughout(time, [] { return true; }, nullptr);
+    throughout(
+        time, [] { return true; }, nullptr);
     const double used = (m_card.daemon().cpuSeconds() - before) * 100000 / static_cast<double>(time.count());
     if (used >= static_cast<double>(percent))
         throw Failure("the daemon used " + std::to_string(used) + " percent of a core");

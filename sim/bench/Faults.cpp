@@ -46,7 +46,7 @@ void Faults::daemonEnds()
 }
 
 // Nothing before the library has said that it takes the signal.
-void Faults::interrupt() const
+bool Faults::interrupt() const
 {
     const pid_t daemon = prepared() && m_page->interrupts != 0 ? m_page->ready.load() : 0;
     DIR* threads = daemon > 0 ? opendir(("/proc/" + std::to_string(daemon) + "/task").c_str()) : nullptr;
@@ -57,6 +57,7 @@ void Faults::interrupt() const
     }
     if (threads != nullptr)
         closedir(threads);
+    return daemon > 0;
 }
 
 bool Faults::withoutLeaks(std::chrono::seconds limit)

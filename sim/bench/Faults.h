@@ -26,7 +26,8 @@ public:
     /// Calls are interrupted, and every thread gets a signal whenever interrupt() is called. @throws Failure, as those
     /// below, unless prepared
     void setSignals(bool on) { page().interrupts = on ? 1 : 0; }
-    void interrupt() const;
+    /// @return whether signals are on
+    bool interrupt() const;
     void setShortWrites(bool on) { page().shortWrites = on ? 1 : 0; }
     /// So many commands to the modem go out half.
     void cutSerialWrites(long writes) { page().shortSerial = static_cast<uint32_t>(writes); }

@@ -477,7 +477,8 @@ void Player::note(Words& words)
 
 void Player::wait(Words& words)
 {
-    throughout(words.time("a time"), [] { return true; }, nullptr);
+    throughout(
+        words.time("a time"), [] { return true; }, nullptr);
 }
 
 } // namespace bench

@@ -118,6 +118,8 @@ bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
             look.ended.push_back(ofProcess); // the last of its threads is the process
         else if (state != 'S' && state != 'Z' && state != 'X')
             look.allSleep = false;
+        if (!look.allSleep)
+            return true;
         const char* last = strrchr(runs, ' ');
         look.runs[id] = last != nullptr ? strtoull(last, nullptr, 10) : 0;
     }

@@ -10,8 +10,8 @@
 
 namespace bench {
 
-/// Looks at threads as the kernel shows them in /proc. A thread that sleeps, and has not run between two looks, has slept
-/// all the time between them. Threads: one thread calls.
+/// Looks at threads as the kernel shows them in /proc. A thread that sleeps, and has not run between two looks, has
+/// slept all the time between them. Threads: one thread calls.
 class Stillness {
 public:
     /// What one look showed.

@@ -23,11 +23,11 @@ namespace bench {
 namespace {
 
 constexpr Nanoseconds kSecond = 1000000000;
-constexpr Nanoseconds kBegin = 1000 * kSecond;           // of the monotonic clocks
+constexpr Nanoseconds kBegin = 1000 * kSecond;            // of the monotonic clocks
 constexpr Nanoseconds kBeginOfDay = 1767265200 * kSecond; // 2026-01-01 11:00:00 UTC
-constexpr Nanoseconds kSpin = 10 * kSecond;              // of a processor, without a wait
-constexpr Nanoseconds kMachinesStep = 5000000;           // between two looks at a clock that is not the bench's
-constexpr Nanoseconds kPause = 20000;                    // between two looks at threads that run
+constexpr Nanoseconds kSpin = 10 * kSecond;               // of a processor, without a wait
+constexpr Nanoseconds kMachinesStep = 5000000;            // between two looks at a clock that is not the bench's
+constexpr Nanoseconds kPause = 20000;                     // between two looks at threads that run
 
 void reallySleep(Nanoseconds time)
 {
@@ -231,12 +231,10 @@ void Time::end(ClockWait& wait)
 
 void Time::pass(Clock::time_point limit)
 {
-    settle();
-    if (m_moves)
-        m_moves();
+    if (m_moves && m_moves())
+        settle();
     if (m_pace.machines)
         return reallySleep(kMachinesStep);
-    settle();
     const Nanoseconds most = std::chrono::nanoseconds(limit.time_since_epoch()).count();
     ClockWait* wait = next(most);
     Nanoseconds target = std::max(m_page->now.load(), wait != nullptr ? monotonic(*wait) : most);
@@ -246,9 +244,10 @@ void Time::pass(Clock::time_point limit)
         wait = next(target);
     }
     m_page->now = target;
-    m_runsAtLook.clear(); // the clock has moved: who only looks may do so
     if (wait != nullptr)
         end(*wait);
+    else
+        m_runsAtLook.clear(); // nobody else will have run: who only looks may do so, for the clock has moved
     settle();
 }
 
@@ -263,7 +262,7 @@ void Time::keepPace()
     if (m_pace.machines || m_pace.rate <= 0)
         return;
     const Clock::time_point target{std::chrono::nanoseconds(paced())};
-    while (Clock::now() < target)
+    for (settle(); Clock::now() < target;)
         pass(target);
 }
 

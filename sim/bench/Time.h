@@ -44,13 +44,14 @@ public:
     void onStill(std::function<void()> flush) { m_flush = std::move(flush); }
     /// Called when all has been done that can be done at this time.
     void onSettled(std::function<void()> listener) { m_settled = std::move(listener); }
-    /// Called when all sleep and the clock is to be moved.
-    void onMove(std::function<void()> listener) { m_moves = std::move(listener); }
+    /// Called when all sleep and the clock is to be moved. @return whether somebody may be awake now
+    void onMove(std::function<bool()> listener) { m_moves = std::move(listener); }
 
     /// Waits until all has been done that can be done at this time. @throws Failure when the daemon computes without
     /// end, after it has told where on standard error
     void settle();
-    /// Lets time pass: to the next moment at which something may happen, but not beyond @p limit.
+    /// After settle(): lets time pass, to the next moment at which something may happen, but not beyond @p limit, and
+    /// settles.
     void pass(Clock::time_point limit);
     /// Where time has a rate: as far as real time has come.
     void keepPace();
@@ -77,7 +78,8 @@ private:
     ClockPage* m_page = nullptr;
     Stillness m_stillness;
     pid_t m_daemon = 0;
-    std::function<void()> m_flush, m_settled, m_moves;
+    std::function<void()> m_flush, m_settled;
+    std::function<bool()> m_moves;
     std::map<pid_t, std::uint64_t> m_runsAtLook; // when those who only look looked last
     Nanoseconds m_realStart = 0, m_start = 0;    // of the rate
     Nanoseconds m_nextCheck = 0;                 // of checkProgress(), as is what follows

@@ -10,9 +10,9 @@
 
 namespace bench {
 
-/// Prints what happens on a card with the time since the printer was made. What happens at one time of the bench's clock
-/// is printed in an order of its own, causes first, so that two plays of a scenario print the same.
-/// Threads: lines come from any; the card's thread makes and ends it.
+/// Prints what happens on a card with the time since the printer was made. What happens at one time of the bench's
+/// clock is printed in an order of its own, causes first, so that two plays of a scenario print the same. Threads:
+/// lines come from any; the card's thread makes and ends it.
 class TracePrinter {
 public:
     /// @param talk the modem's, too; @param log what the daemon prints, too

@@ -43,7 +43,8 @@ ClockPage& page()
     return *current.load(std::memory_order_acquire);
 }
 
-// ---- The functions of the C library, or of a sanitizer before it -----------------------------------------------------
+// ---- The functions of the C library, or of a sanitizer before it
+// -----------------------------------------------------
 
 // Looked up once, when first needed.
 void* lookUp(std::atomic<void*>& known, const char* name)
@@ -63,7 +64,8 @@ void* lookUp(std::atomic<void*>& known, const char* name)
         return reinterpret_cast<decltype(&NAME)>(lookUp(known, #NAME));                                                \
     }())
 
-// ---- Whose time ------------------------------------------------------------------------------------------------------
+// ---- Whose time
+// ------------------------------------------------------------------------------------------------------
 
 enum class Role : std::uint8_t { Unknown, Follower, Conductor, Machine };
 
@@ -141,7 +143,8 @@ long futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value)
     return syscall(SYS_futex, &word, operation, value, nullptr, nullptr, 0);
 }
 
-// ---- One wait --------------------------------------------------------------------------------------------------------
+// ---- One wait
+// --------------------------------------------------------------------------------------------------------
 
 ClockWait& takeWait(ClockWait::Kind kind)
 {
@@ -161,7 +164,8 @@ ClockWait& takeWait(ClockWait::Kind kind)
 /// A wait of the calling thread, from its making to its end.
 class Wait {
 public:
-    Wait(ClockWait::Kind kind, Nanoseconds deadline, bool day) : m_wait(takeWait(kind)), m_deadline(deadline), m_day(day)
+    Wait(ClockWait::Kind kind, Nanoseconds deadline, bool day)
+        : m_wait(takeWait(kind)), m_deadline(deadline), m_day(day)
     {
         m_wait.ofDay = day;
         m_wait.look = daemons && left() <= kLongestLook;
@@ -209,7 +213,8 @@ int sleepUntil(Nanoseconds deadline, bool day, Nanoseconds& left)
     return whole ? 0 : EINTR;
 }
 
-// ---- Waits for descriptors -------------------------------------------------------------------------------------------
+// ---- Waits for descriptors
+// -------------------------------------------------------------------------------------------
 
 /// The caller's signal mask, or the thread's own, with the clock's signal let in.
 sigset_t letClockIn(const sigset_t* callers)
@@ -242,9 +247,8 @@ int awaitDescriptors(Nanoseconds time, const sigset_t* callers, Nanoseconds& lef
 int awaitPoll(pollfd* descriptors, nfds_t count, Nanoseconds time, const sigset_t* callers)
 {
     Nanoseconds left = 0;
-    const int found = awaitDescriptors(time, callers, left, [=](const sigset_t* open) {
-        return NEXT(ppoll)(descriptors, count, nullptr, open);
-    });
+    const int found = awaitDescriptors(
+        time, callers, left, [=](const sigset_t* open) { return NEXT(ppoll)(descriptors, count, nullptr, open); });
     for (nfds_t i = 0; found == 0 && i < count; ++i)
         descriptors[i].revents = 0;
     return found;
@@ -263,7 +267,8 @@ int awaitSelect(int count, fd_set* const (&sets)[3], Nanoseconds time, const sig
     return found;
 }
 
-// ---- Timed waits for conditions --------------------------------------------------------------------------------------
+// ---- Timed waits for conditions
+// --------------------------------------------------------------------------------------
 
 /// What the threads of this process wait for with an end; the waits have the same places as in the page.
 std::atomic<const pthread_cond_t*> conditions[ClockPage::kWaits];
@@ -300,7 +305,8 @@ int awaitCondition(pthread_cond_t* condition, pthread_mutex_t* mutex, Nanosecond
     return lost != 0 ? lost : wait.isDue() ? ETIMEDOUT : 0;
 }
 
-// ---- Timers: event descriptors that become readable when their time has come ------------------------------------------
+// ---- Timers: event descriptors that become readable when their time has come
+// ------------------------------------------
 
 struct Timer {
     std::atomic<int> fd{-1}; // -1: none
@@ -363,11 +369,12 @@ void* keepTimer(void* argument)
 int openTimer(clockid_t clock, int flags)
 {
     const TimersLocked lock;
-    const auto free = std::find_if(std::begin(timers), std::end(timers), [](const Timer& t) { return t.wait == nullptr; });
+    const auto free =
+        std::find_if(std::begin(timers), std::end(timers), [](const Timer& t) { return t.wait == nullptr; });
     if (free == std::end(timers))
         giveUp("too many timers");
-    const int fd = eventfd(0, ((flags & TFD_NONBLOCK) != 0 ? EFD_NONBLOCK : 0) |
-                                  ((flags & TFD_CLOEXEC) != 0 ? EFD_CLOEXEC : 0));
+    const int fd =
+        eventfd(0, ((flags & TFD_NONBLOCK) != 0 ? EFD_NONBLOCK : 0) | ((flags & TFD_CLOEXEC) != 0 ? EFD_CLOEXEC : 0));
     if (fd < 0)
         return fd;
     free->day = ofDay(clock);
@@ -412,7 +419,8 @@ void closeTimer(int fd)
     --timersOpen;
 }
 
-// ---- Which page ------------------------------------------------------------------------------------------------------
+// ---- Which page
+// ------------------------------------------------------------------------------------------------------
 
 void nothing(int /*signal*/) {}
 
@@ -460,7 +468,8 @@ EXPORTED void benchclock_conduct()
     ownRole = Role::Conductor;
 }
 
-// ---- Clocks ----------------------------------------------------------------------------------------------------------
+// ---- Clocks
+// ----------------------------------------------------------------------------------------------------------
 
 EXPORTED int clock_gettime(clockid_t clock, timespec* time) noexcept
 {
@@ -491,7 +500,8 @@ EXPORTED time_t time(time_t* result) noexcept
     return fine.tv_sec;
 }
 
-// ---- Sleeps ----------------------------------------------------------------------------------------------------------
+// ---- Sleeps
+// ----------------------------------------------------------------------------------------------------------
 
 EXPORTED int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* left)
 {
@@ -539,7 +549,8 @@ EXPORTED unsigned sleep(unsigned time)
     return nanosleep(&left, &left) == 0 ? 0 : static_cast<unsigned>((nanoseconds(left) + kSecond / 2) / kSecond);
 }
 
-// ---- Descriptors -----------------------------------------------------------------------------------------------------
+// ---- Descriptors
+// -----------------------------------------------------------------------------------------------------
 
 EXPORTED int poll(pollfd* descriptors, nfds_t count, int time)
 {
@@ -587,9 +598,8 @@ EXPORTED int epoll_pwait(int epoll, epoll_event* events, int most, int time, con
     if (time <= 0 || !follows())
         return NEXT(epoll_pwait)(epoll, events, most, time, mask);
     Nanoseconds left = 0;
-    return awaitDescriptors(Nanoseconds(time) * 1000000, mask, left, [=](const sigset_t* open) {
-        return NEXT(epoll_pwait)(epoll, events, most, -1, open);
-    });
+    return awaitDescriptors(Nanoseconds(time) * 1000000, mask, left,
+                            [=](const sigset_t* open) { return NEXT(epoll_pwait)(epoll, events, most, -1, open); });
 }
 
 EXPORTED int epoll_wait(int epoll, epoll_event* events, int most, int time)
@@ -599,7 +609,8 @@ EXPORTED int epoll_wait(int epoll, epoll_event* events, int most, int time)
     return epoll_pwait(epoll, events, most, time, nullptr);
 }
 
-// ---- Conditions ------------------------------------------------------------------------------------------------------
+// ---- Conditions
+// ------------------------------------------------------------------------------------------------------
 
 EXPORTED int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                                     const timespec* deadline)
@@ -633,7 +644,8 @@ EXPORTED int pthread_cond_broadcast(pthread_cond_t* condition) noexcept
     return NEXT(pthread_cond_broadcast)(condition);
 }
 
-// ---- Timers ----------------------------------------------------------------------------------------------------------
+// ---- Timers
+// ----------------------------------------------------------------------------------------------------------
 
 EXPORTED int timerfd_create(clockid_t clock, int flags) noexcept
 {
@@ -681,7 +693,8 @@ EXPORTED int close(int fd)
     return NEXT(close)(fd);
 }
 
-// ---- Waits that are not answered -------------------------------------------------------------------------------------
+// ---- Waits that are not answered
+// -------------------------------------------------------------------------------------
 
 #define NOT_ANSWERED(RESULT, NAME, PARAMETERS, ARGUMENTS, ...)                                                         \
     EXPORTED RESULT NAME PARAMETERS __VA_ARGS__                                                                        \
@@ -700,10 +713,10 @@ NOT_ANSWERED(int, pthread_rwlock_timedrdlock, (pthread_rwlock_t * lock, const ti
 NOT_ANSWERED(int, pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec* end), (lock, end), noexcept)
 NOT_ANSWERED(int, pthread_timedjoin_np, (pthread_t thread, void** result, const timespec* end), (thread, result, end))
 NOT_ANSWERED(int, sigtimedwait, (const sigset_t* set, siginfo_t* info, const timespec* time), (set, info, time))
-NOT_ANSWERED(int, epoll_pwait2,
-             (int epoll, epoll_event* events, int most, const timespec* time, const sigset_t* mask),
+NOT_ANSWERED(int, epoll_pwait2, (int epoll, epoll_event* events, int most, const timespec* time, const sigset_t* mask),
              (epoll, events, most, time, mask))
-NOT_ANSWERED(ssize_t, mq_timedreceive, (mqd_t queue, char* bytes, size_t length, unsigned* priority, const timespec* end),
+NOT_ANSWERED(ssize_t, mq_timedreceive,
+             (mqd_t queue, char* bytes, size_t length, unsigned* priority, const timespec* end),
              (queue, bytes, length, priority, end))
 NOT_ANSWERED(unsigned, alarm, (unsigned time), (time), noexcept)
 NOT_ANSWERED(int, timer_settime, (timer_t timer, int flags, const itimerspec* wanted, itimerspec* old),

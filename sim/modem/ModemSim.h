@@ -133,6 +133,7 @@ public:
     // ---- what happened ----
 
     std::vector<SentSms> sent() const;
+    std::size_t sentCount() const;
     /// Every line in both directions since the start, oldest first; the newest 100,000 are kept.
     std::vector<TrafficLine> traffic() const;
     /// Command lines (and SMS texts) that begin with @p prefix.
