@@ -21,6 +21,8 @@
 
 namespace {
 
+constexpr unsigned kReading = 1; // seconds that a person needs for a note
+
 struct Wishes {
     std::string config, daemon;
     bench::Pace pace;
@@ -101,7 +103,12 @@ int play(const std::string& file, const Wishes& wishes)
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
         bench::Player player(card, folder);
-        player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
+        const bool read = wishes.narrate && isatty(STDOUT_FILENO) != 0;
+        player.onNote([read](const std::string& text) {
+            printf("\n%s\n", text.c_str());
+            if (read)
+                sleep(kReading);
+        });
         if (wishes.narrate)
             player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
         perform(lines, wishes, card, player, number);

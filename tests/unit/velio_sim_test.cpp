@@ -1,5 +1,5 @@
-// The GPIO stand-in that is preloaded into the daemon. The tests run this program again with the library preloaded; that
-// run does what the daemon does and prints what it saw.
+// The GPIO stand-in that is preloaded into the daemon. The tests run this program again with the library preloaded;
+// that run does what the daemon does and prints what it saw.
 #include <array>
 #include <cerrno>
 #include <cstdint>
