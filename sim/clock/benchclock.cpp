@@ -13,7 +13,6 @@
 #include <fcntl.h>
 #include <iterator>
 #include <linux/futex.h>
-#include <mqueue.h>
 #include <poll.h>
 #include <pthread.h>
 #include <semaphore.h>
@@ -216,24 +215,13 @@ int sleepUntil(Nanoseconds deadline, bool day, Nanoseconds& left)
 // ---- Waits for descriptors
 // -------------------------------------------------------------------------------------------
 
-/// The caller's signal mask, or the thread's own, with the clock's signal let in.
-sigset_t letClockIn(const sigset_t* callers)
-{
-    sigset_t open;
-    if (callers != nullptr)
-        open = *callers;
-    else
-        pthread_sigmask(SIG_BLOCK, nullptr, &open);
-    sigdelset(&open, clockSignal());
-    return open;
-}
-
 /// Asks @p ready, which waits without an end under a mask, until it has an answer or the time is over. @return its
 /// answer, or 0; @p left is the rest of the time
-template <typename Ready>
-int awaitDescriptors(Nanoseconds time, const sigset_t* callers, Nanoseconds& left, const Ready& ready)
+template <typename Ready> int awaitDescriptors(Nanoseconds time, Nanoseconds& left, const Ready& ready)
 {
-    const sigset_t open = letClockIn(callers);
+    sigset_t open;
+    pthread_sigmask(SIG_BLOCK, nullptr, &open);
+    sigdelset(&open, clockSignal());
     Wait wait(ClockWait::Descriptors, page().now + std::min(time, kFarthest), false);
     const int found = ready(&open);
     const int error = errno;
@@ -241,29 +229,6 @@ int awaitDescriptors(Nanoseconds time, const sigset_t* callers, Nanoseconds& lef
     if (found < 0 && error == EINTR && wait.isDue())
         return 0;
     errno = error;
-    return found;
-}
-
-int awaitPoll(pollfd* descriptors, nfds_t count, Nanoseconds time, const sigset_t* callers)
-{
-    Nanoseconds left = 0;
-    const int found = awaitDescriptors(
-        time, callers, left, [=](const sigset_t* open) { return NEXT(ppoll)(descriptors, count, nullptr, open); });
-    for (nfds_t i = 0; found == 0 && i < count; ++i)
-        descriptors[i].revents = 0;
-    return found;
-}
-
-int awaitSelect(int count, fd_set* const (&sets)[3], Nanoseconds time, const sigset_t* callers, Nanoseconds& left)
-{
-    const int found = awaitDescriptors(time, callers, left, [&](const sigset_t* open) {
-        return NEXT(pselect)(count, sets[0], sets[1], sets[2], nullptr, open);
-    });
-    const size_t words = (static_cast<size_t>(std::max(count, 0)) + NFDBITS - 1) / NFDBITS;
-    for (fd_set* set : sets) {
-        if (found == 0 && set != nullptr)
-            memset(set, 0, words * sizeof(fd_mask));
-    }
     return found;
 }
 
@@ -556,7 +521,13 @@ EXPORTED int poll(pollfd* descriptors, nfds_t count, int time)
 {
     if (time <= 0 || !follows())
         return NEXT(poll)(descriptors, count, time);
-    return awaitPoll(descriptors, count, Nanoseconds(time) * 1000000, nullptr);
+    Nanoseconds left = 0;
+    const int found = awaitDescriptors(Nanoseconds(time) * 1000000, left, [=](const sigset_t* open) {
+        return NEXT(ppoll)(descriptors, count, nullptr, open);
+    });
+    for (nfds_t i = 0; found == 0 && i < count; ++i)
+        descriptors[i].revents = 0;
+    return found;
 }
 
 /// Where the C library checks sizes.
@@ -567,46 +538,30 @@ EXPORTED int __poll_chk(pollfd* descriptors, nfds_t count, int time, size_t size
     return poll(descriptors, count, time);
 }
 
-EXPORTED int ppoll(pollfd* descriptors, nfds_t count, const timespec* time, const sigset_t* mask)
-{
-    if (time == nullptr || !valid(*time) || nanoseconds(*time) == 0 || !follows())
-        return NEXT(ppoll)(descriptors, count, time, mask);
-    return awaitPoll(descriptors, count, nanoseconds(*time), mask);
-}
-
 EXPORTED int select(int count, fd_set* readable, fd_set* writable, fd_set* special, timeval* time)
 {
     if (time == nullptr || nanoseconds(*time) <= 0 || !follows())
         return NEXT(select)(count, readable, writable, special, time);
     Nanoseconds left = 0;
-    const int found = awaitSelect(count, {readable, writable, special}, nanoseconds(*time), nullptr, left);
+    const int found = awaitDescriptors(nanoseconds(*time), left, [=](const sigset_t* open) {
+        return NEXT(pselect)(count, readable, writable, special, nullptr, open);
+    });
     *time = {static_cast<time_t>(left / kSecond), static_cast<suseconds_t>(left % kSecond / 1000)};
+    const size_t words = (static_cast<size_t>(std::max(count, 0)) + NFDBITS - 1) / NFDBITS;
+    for (fd_set* set : {readable, writable, special}) {
+        if (found == 0 && set != nullptr)
+            memset(set, 0, words * sizeof(fd_mask));
+    }
     return found;
-}
-
-EXPORTED int pselect(int count, fd_set* readable, fd_set* writable, fd_set* special, const timespec* time,
-                     const sigset_t* mask)
-{
-    if (time == nullptr || !valid(*time) || nanoseconds(*time) == 0 || !follows())
-        return NEXT(pselect)(count, readable, writable, special, time, mask);
-    Nanoseconds left = 0;
-    return awaitSelect(count, {readable, writable, special}, nanoseconds(*time), mask, left);
-}
-
-EXPORTED int epoll_pwait(int epoll, epoll_event* events, int most, int time, const sigset_t* mask)
-{
-    if (time <= 0 || !follows())
-        return NEXT(epoll_pwait)(epoll, events, most, time, mask);
-    Nanoseconds left = 0;
-    return awaitDescriptors(Nanoseconds(time) * 1000000, mask, left,
-                            [=](const sigset_t* open) { return NEXT(epoll_pwait)(epoll, events, most, -1, open); });
 }
 
 EXPORTED int epoll_wait(int epoll, epoll_event* events, int most, int time)
 {
     if (time <= 0 || !follows())
         return NEXT(epoll_wait)(epoll, events, most, time);
-    return epoll_pwait(epoll, events, most, time, nullptr);
+    Nanoseconds left = 0;
+    return awaitDescriptors(Nanoseconds(time) * 1000000, left,
+                            [=](const sigset_t* open) { return NEXT(epoll_pwait)(epoll, events, most, -1, open); });
 }
 
 // ---- Conditions
@@ -709,15 +664,15 @@ NOT_ANSWERED(int, sem_clockwait, (sem_t * semaphore, clockid_t clock, const time
 NOT_ANSWERED(int, pthread_mutex_timedlock, (pthread_mutex_t * mutex, const timespec* end), (mutex, end), noexcept)
 NOT_ANSWERED(int, pthread_mutex_clocklock, (pthread_mutex_t * mutex, clockid_t clock, const timespec* end),
              (mutex, clock, end), noexcept)
-NOT_ANSWERED(int, pthread_rwlock_timedrdlock, (pthread_rwlock_t * lock, const timespec* end), (lock, end), noexcept)
-NOT_ANSWERED(int, pthread_rwlock_timedwrlock, (pthread_rwlock_t * lock, const timespec* end), (lock, end), noexcept)
-NOT_ANSWERED(int, pthread_timedjoin_np, (pthread_t thread, void** result, const timespec* end), (thread, result, end))
 NOT_ANSWERED(int, sigtimedwait, (const sigset_t* set, siginfo_t* info, const timespec* time), (set, info, time))
+NOT_ANSWERED(int, ppoll, (pollfd * descriptors, nfds_t count, const timespec* time, const sigset_t* mask),
+             (descriptors, count, time, mask))
+NOT_ANSWERED(int, pselect, (int count, fd_set* r, fd_set* w, fd_set* s, const timespec* time, const sigset_t* mask),
+             (count, r, w, s, time, mask))
+NOT_ANSWERED(int, epoll_pwait, (int epoll, epoll_event* events, int most, int time, const sigset_t* mask),
+             (epoll, events, most, time, mask))
 NOT_ANSWERED(int, epoll_pwait2, (int epoll, epoll_event* events, int most, const timespec* time, const sigset_t* mask),
              (epoll, events, most, time, mask))
-NOT_ANSWERED(ssize_t, mq_timedreceive,
-             (mqd_t queue, char* bytes, size_t length, unsigned* priority, const timespec* end),
-             (queue, bytes, length, priority, end))
 NOT_ANSWERED(unsigned, alarm, (unsigned time), (time), noexcept)
 NOT_ANSWERED(int, timer_settime, (timer_t timer, int flags, const itimerspec* wanted, itimerspec* old),
              (timer, flags, wanted, old), noexcept)

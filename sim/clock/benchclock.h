@@ -4,7 +4,7 @@
 // the libraries that they use see time or wait for it:
 //   clocks       clock_gettime (but for the CPU-time clocks), gettimeofday, time
 //   sleeps       nanosleep, clock_nanosleep, usleep, sleep
-//   descriptors  select, pselect, poll, ppoll, epoll_wait, epoll_pwait, where they are given a time-out
+//   descriptors  select, poll, epoll_wait, where they are given a time-out
 //   conditions   pthread_cond_timedwait, pthread_cond_clockwait; pthread_cond_signal and _broadcast end them
 //   timers       timerfd_create, timerfd_settime, timerfd_gettime; close
 // Waits without an end are the kernel's: the bench sees that the thread sleeps. In a process that

@@ -150,35 +150,16 @@ const std::vector<Wait>& waits()
              return select(pipeEnd() + 1, &set, nullptr, nullptr, &time) + FD_ISSET(pipeEnd(), &set) +
                     static_cast<int>(time.tv_sec + time.tv_usec);
          }},
-        {"pselect",
-         [] {
-             fd_set set;
-             FD_ZERO(&set);
-             FD_SET(pipeEnd(), &set);
-             return pselect(pipeEnd() + 1, &set, nullptr, nullptr, &ten, nullptr) + FD_ISSET(pipeEnd(), &set);
-         }},
         {"poll",
          [] {
              pollfd end = {pipeEnd(), POLLIN, 5};
              return poll(&end, 1, 10000) + end.revents;
-         }},
-        {"ppoll",
-         [] {
-             pollfd end = {pipeEnd(), POLLIN, 5};
-             return ppoll(&end, 1, &ten, nullptr) + end.revents;
          }},
         {"epoll_wait",
          [] {
              const int epoll = epoll_create1(0);
              epoll_event event{};
              const int found = epoll_wait(epoll, &event, 1, 10000);
-             return found + close(epoll);
-         }},
-        {"epoll_pwait",
-         [] {
-             const int epoll = epoll_create1(0);
-             epoll_event event{};
-             const int found = epoll_pwait(epoll, &event, 1, 10000, nullptr);
              return found + close(epoll);
          }},
         {"pthread_cond_timedwait", [] { return conditionWait(CLOCK_REALTIME, false); }},
