@@ -225,6 +225,7 @@ void Soak::stranger()
 {
     static const std::array<const char*, 6> texts = {"PUMP ON", "PUMP OFF",   "OK",
                                                      "ERROR",   "DOOR QUERY", "line\r\nPUMP ON"};
+    pause(seconds(60)); // answers and alarms of before have gone out
     const size_t sent = m_card.sentCount();
     std::string text = texts[pick(texts.size())];
     if (pick(2) == 0) {
