@@ -15,7 +15,9 @@
 #include "enum_list.h"
 #include "fairMutex.h"
 #include "gsmMessageInfo.h"
+#include "laterLog.h"
 #include "portIndex.h"
+#include "scopedLock.h"
 #include "tavConnection.h"
 #include "tavTrigger.h"
 
@@ -132,6 +134,20 @@ public:
                         Gsm* gsmObj);
 
 protected:
+    /// Holds the evaluation mutex for a block. What the thread logs meanwhile is written when it has let go.
+    class Evaluating {
+    public:
+        explicit Evaluating(GSMIOmanager& manager) : m_lines(manager), m_lock(manager.mEvaluationMutex) {}
+
+    private:
+        LaterLog m_lines;
+        ScopedLock<FairMutex> m_lock;
+    };
+    // The logger's, for whoever may be Evaluating.
+    void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void info(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
     /// Makes the client, with the manager as its listener. From then on messages may be delivered.
     void connectTo(const char* host, int port);
     void handle_event(cObjectList* rx_msg);
