@@ -1,4 +1,4 @@
-#include "gsmAlphabet.h"
+#include "GsmAlphabet.h"
 
 #include <cstdio>
 #include <libxml/xmlstring.h>
