@@ -1,4 +1,4 @@
-// The port lists: which labels the connections name, and the ports that the object server has for them.
+// The label lists, with the labels in the connections, and the port lists, with the object server's ports for them.
 #include "GSMIOmanager.h"
 
 #include "libraryExtras.h"

@@ -1,7 +1,7 @@
 // The GSM message file: what its reader tolerates silently.
 #include "Elements.h"
-#include "Site.h"
 #include "GsmAlphabet.h"
+#include "Site.h"
 
 #include <algorithm>
 #include <cctype>
