@@ -30,9 +30,9 @@ constexpr std::size_t kLongestPin = 7; ///< the daemon cuts a longer one
 constexpr const char* kUsage =
     "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM] [--root DIR]\n"
     "  --properties FILE   the properties file\n"
-    "  --record FILE       what became of the PIN\n"
-    "  --checker PROGRAM   what finds errors in the configuration\n"
-    "  --root DIR          stands before the paths that name the card's model\n"
+    "  --record FILE       the outcome of the last PIN\n"
+    "  --checker PROGRAM   the program that checks the configuration\n"
+    "  --root DIR          prefix of the paths that tell the card's model\n"
     "  --help              print this\n";
 
 enum class Sim { SILENT, BUSY, READY, ASKS_PIN, OTHER };
@@ -105,7 +105,7 @@ Sim wakeSim(ModemPort& port)
     cWlog logger("telnodriver-guard");
     Sim sim = Sim::SILENT;
     for (int pulse = 0; pulse < kPulses && sim == Sim::SILENT; ++pulse) {
-        fprintf(stderr, "telnodriver-guard: the modem is silent: pulsing its power\n");
+        fprintf(stderr, "telnodriver-guard: the modem is silent: giving it a power pulse\n");
         gpio.toggle_GSM_power(&logger);
         sim = awaitSim(port);
     }
@@ -117,7 +117,7 @@ bool refuse(const Settings& settings, const char* what)
     fprintf(
         stderr,
         "telnodriver-guard: not started: the SIM %s simPin of %s. Check the PIN in a telephone, then correct or touch "
-        "the file: the guard tries the PIN of an unchanged file once only\n",
+        "the file: the guard tries a PIN once, until the file changes\n",
         what, settings.properties.c_str());
     return false;
 }
@@ -129,7 +129,7 @@ bool tryPin(const Settings& settings, ModemPort& port, const PinRecord& record, 
         return refuse(settings, "has refused");
     }
     if (record.outcome() == PinRecord::SENT) {
-        return refuse(settings, "was given, and may have refused,");
+        return refuse(settings, "has received, and may have refused,");
     }
     // The daemon would cut a longer one, and send the rest.
     if (pin.size() < 4 || pin.size() > kLongestPin || pin.find_first_not_of("0123456789") != std::string::npos) {

@@ -41,16 +41,17 @@ void checkLogFile(const Site& site, const Place& file, const std::string& user, 
     if (stat(folder.c_str(), &status) != 0) {
         report.warning(site.properties, file.line,
                        "the folder of the log file " + file.label +
-                           " cannot be used, and its appender is left out: " + strerror(errno));
+                           " cannot be used, so its appender is left out: " + strerror(errno));
         return;
     }
     const bool there = stat(file.label.c_str(), &status) == 0;
     if (there && !S_ISREG(status.st_mode))
-        report.warning(site.properties, file.line, "the log file " + file.label + " is no regular file: name another");
+        report.warning(site.properties, file.line,
+                       "the log file " + file.label + " is not a regular file: name another");
     else if (!mayWrite(there ? file.label : folder, user))
         report.warning(site.properties, file.line,
                        "the user " + user + " cannot write the log file " + file.label +
-                           ", and its appender is left out: use /var/lib/telnodriver, which is the service's");
+                           ", so its appender is left out: use the service's folder, /var/lib/telnodriver");
 }
 
 } // namespace
@@ -61,11 +62,11 @@ void checkCard(const Site& site, bool modem, const std::string& user, Report& re
     struct stat status {};
     if (modem && stat(port.label.c_str(), &status) != 0)
         report.warning(site.properties, port.line,
-                       "the serial port " + port.label + " cannot be used, and no SMS is sent or obeyed: " +
+                       "the serial port " + port.label + " cannot be used, so no SMS is sent or obeyed: " +
                            strerror(errno) + "; is the modem plugged in?");
     else if (modem && !S_ISCHR(status.st_mode))
         report.warning(site.properties, port.line,
-                       port.label + " is no serial port, and no SMS is sent or obeyed: name the modem's");
+                       port.label + " is not a serial port, so no SMS is sent or obeyed: name the modem's");
     for (const Place& file : site.logFiles)
         checkLogFile(site, file, user, report);
 }

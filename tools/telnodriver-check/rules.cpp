@@ -83,7 +83,7 @@ private:
                 continue;
             const std::string place = std::to_string(m_site.rules[other.first->second].action);
             m_report.warning(m_site.pairs, m_site.rules[i].action,
-                             "the output " + label + " is driven by the connection of line " + place + " too" +
+                             "the output " + label + " is driven by the connection of line " + place + ", too" +
                                  verdict(m_connections[other.first->second], m_connections[i]));
         }
     }
@@ -93,7 +93,7 @@ private:
         bool certain = true;
         const auto states = m_evaluation.contradiction(one, other, certain);
         if (!states)
-            return certain ? ", always in the same way: take one of them away"
+            return certain ? ", always in the same way: remove one of them"
                            : ": the last one evaluated wins; join their triggers";
         std::string shown;
         size_t count = 0;
@@ -199,10 +199,10 @@ private:
         m_report.warning(m_site.pairs, m_site.rules[loop.front()].action,
                          loop.size() == 1
                              ? "the output " + label +
-                                   " is an input of its own rule, which may switch to and fro or "
-                                   "stay for ever: take another input"
+                                   " is an input of its own rule, which may oscillate or "
+                                   "stay active for ever: use another input"
                              : "the output " + label + " leads back to its own rule by the connections of line" +
-                                   lines + ", which may switch to and fro or stay for ever: break the loop");
+                                   lines + ", which may oscillate or stay active for ever: break the loop");
     }
 
     const Site& m_site;

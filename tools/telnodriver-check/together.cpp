@@ -65,7 +65,7 @@ void checkRecords(const Site& site, Report& report)
         if (!record.label.empty() && !holds(site.commanded, record.label) && !holds(site.alarms, record.label))
             report.warning(site.messages, record.line,
                            "no outermost trigger has a detail labelled " + record.label +
-                               " and no GSM action bears it: ON and OFF do nothing");
+                               ", and no GSM action has that label: ON and OFF do nothing");
         for (const Record& other : site.records) {
             if (&other == &record || record.message.empty() || !begins(other.message, record.message) ||
                 !shareNumber(record, other))
@@ -93,7 +93,7 @@ void checkAlarms(const Site& site, Report& report)
     for (const Record& record : site.records) {
         if (holds(site.alarms, record.label) && record.message.size() + kAlarmEnd.size() > kLongestAlarm)
             report.error(site.messages, record.line,
-                         "the alarm text is cut to 135 characters, its \" LOW\" included: use a message of 131");
+                         "the alarm text is cut to 135 characters, including \" LOW\": use a message of at most 131");
     }
     for (const Place& alarm : site.alarms) {
         const bool found = std::any_of(site.records.begin(), site.records.end(),
@@ -185,8 +185,8 @@ void checkServer(const Site& site, const std::string& host, Report& report)
             if (known.count(place.label) == 0 && !outputs && decides(site, place))
                 report.warning(site.pairs, place.line,
                                "the object server has no input " + place.label +
-                                   ", and as the last child it leaves its trigger without a state: put a known "
-                                   "input last, or take it away");
+                                   ", so its trigger has no state, since this is the last child: put a known "
+                                   "input last, or remove it");
             else if (known.count(place.label) == 0)
                 report.warning(site.pairs, place.line,
                                std::string("the object server has no ") + (outputs ? "output " : "input ") +
