@@ -5,7 +5,7 @@
 
 namespace {
 
-// As the parser normalises what stands in an attribute.
+// An attribute's value as the parser normalises it.
 std::string normalised(std::string value)
 {
     std::replace_if(
@@ -101,7 +101,8 @@ void Elements::checkLabel(xmlNode* node, const std::string& name, const std::str
     std::vector<Edit> edits;
     const auto line = m_attributes.equal_range(xmlGetLineNo(node));
     for (auto at = line.first; at != line.second && !inner.empty(); ++at) {
-        if (at->second.name == name && normalised(at->second.value) == value) // several in a line have one mistake
+        if (at->second.name == name &&
+            normalised(at->second.value) == value) // equal values in one line have the same mistake
             edits.push_back({at->second.offset, at->second.value.size(), trimmed(at->second.value)});
     }
     warning(node, "the label \"" + shown + "\" has blanks at an end, and labels are compared exactly: remove them",

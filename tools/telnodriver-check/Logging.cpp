@@ -29,7 +29,7 @@ std::string orLikely(const std::string& word, const std::vector<std::string>& kn
     return meant.empty() ? otherwise : meant + " may be meant";
 }
 
-// The one priority that other case or a single letter makes of @p word; empty if there is none, or a choice.
+// The only priority that differs from @p word in case or in one letter; empty if there is none, or more than one.
 std::string oneLetterOff(const std::string& word)
 {
     std::string found;
@@ -128,7 +128,7 @@ void Logging::finish(const std::string& text)
             continue;
         const Line& line = appender.second;
         const std::string added = kAppender + appender.first + ".layout=BasicLayout";
-        // In a file with CR LF the line's end is another edit's.
+        // In a file with CR LF, another edit changes the line's end.
         const bool returns = text.compare(line.offset + line.length, 1, "\r") == 0;
         warning(line,
                 "the appender \"" + appender.first + "\" has no layout, so the log goes to standard error: write " +

@@ -1,4 +1,4 @@
-// What only the card itself shows: its serial port, and the folders of its log files.
+// Checks on the card itself: the serial port, and the folders of log files.
 #include "Site.h"
 
 #include <cerrno>
@@ -10,14 +10,14 @@
 
 namespace {
 
-// Whether @p user may write at @p path; for a user who is not there, whether this process may.
+// Whether @p user may write to @p path. If there is no such user, whether this process may.
 bool mayWrite(const std::string& path, const std::string& user)
 {
     struct stat status {};
     const passwd* const account = getpwnam(user.c_str());
     if (account == nullptr || account->pw_uid == geteuid() || stat(path.c_str(), &status) != 0)
         return access(path.c_str(), W_OK) == 0;
-    const mode_t needed = S_ISDIR(status.st_mode) ? 3 : 2; // to make a file in it
+    const mode_t needed = S_ISDIR(status.st_mode) ? 3 : 2; // to create a file in it
     if (account->pw_uid == 0)
         return true;
     if (account->pw_uid == status.st_uid)

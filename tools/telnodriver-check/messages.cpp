@@ -1,4 +1,4 @@
-// The GSM message file: what its reader tolerates silently.
+// Checks the GSM message file for mistakes that its reader ignores.
 #include "Elements.h"
 #include "GsmAlphabet.h"
 #include "Site.h"
@@ -21,7 +21,7 @@ bool endsIn(const std::string& text, const std::string& end)
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// The command word at the end of a message; the ON within a longer word does what any other ending does.
+// The command word at the end of a message. ON as the end of a longer word does not count: any other ending is ON, too.
 std::string commandWord(const std::string& message)
 {
     for (const char* word : {"OFF", "QUERY"}) {
@@ -98,7 +98,7 @@ private:
         checkLabel(label, "name", record.label);
         if (record.numbers.empty())
             warning(label, "no number: nobody can command it, and its alarm reaches nobody");
-        // Ten numbers and more are two records with one text.
+        // Somebody with more than ten numbers needs two records with the same text.
         for (const Record& other : m_site.records) {
             if (!record.label.empty() && other.label == record.label &&
                 (other.message != record.message || other.numbers.size() < kMostNumbers))

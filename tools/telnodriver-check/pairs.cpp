@@ -1,4 +1,4 @@
-// The I/O pair file: what its reader tolerates silently.
+// Checks the I/O pair file for mistakes that its reader ignores.
 #include "Elements.h"
 #include "Site.h"
 
@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    // What a connection adds to the site, unless it is refused.
+    // Adds a connection to the site, unless it is refused.
     struct Gathered {
         std::vector<Place> inputs, last, commanded, outputs, alarms;
         std::vector<long> triggers;
@@ -48,7 +48,7 @@ private:
         return word;
     }
 
-    // The label of a detail; empty if it has none that can be used.
+    // The label of a detail; empty if it has no usable label.
     std::string label(xmlNode* detail)
     {
         checkAttributes(detail, {"io_label", "dev_type", "io_invert"});
@@ -172,7 +172,7 @@ private:
         return true;
     }
 
-    // All details of an action are one set of values: the last of each attribute counts.
+    // The details of an action are merged: the last value of each attribute counts.
     bool checkAction(xmlNode* action)
     {
         if (operation(action) == "AND")
@@ -198,8 +198,8 @@ private:
 
     Site& m_site;
     Gathered m_gathered;
-    bool m_refused = false; // the connection that is being checked
-    Place m_last{"", 0};    // the input at the end of the trigger that was checked last
+    bool m_refused = false; // the connection being checked
+    Place m_last{"", 0};    // the last input of the last trigger
 };
 
 } // namespace

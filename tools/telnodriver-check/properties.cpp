@@ -1,4 +1,4 @@
-// The properties file: keys that nobody reads, values that are cut or cannot work, lines that are lost.
+// Checks the properties file: unknown keys, values that are cut or cannot work, lines that are not read.
 #include "properties.h"
 #include "Logging.h"
 #include "Site.h"
@@ -27,7 +27,7 @@ bool allOf(const std::string& text, const char* characters)
     return text.find_first_not_of(characters) == std::string::npos;
 }
 
-// Why the daemon cannot reach @p host by any network; empty where it may.
+// Why @p host cannot be a host; empty if it can.
 std::string hostTrouble(const std::string& host)
 {
     in_addr v4{};
@@ -187,7 +187,7 @@ private:
 
 void checkProperties(Site& site, Report& report)
 {
-    cProperties properties; // what the daemon makes of it, by its own reader
+    cProperties properties; // the daemon's own reader
     std::string text;
     if (readText(site.properties, text)) {
         PropertiesFile(site, report).check(text);

@@ -1,4 +1,4 @@
-// What only two places together show: labels, messages and numbers that do not fit, and cards that answer each other.
+// Checks between files: labels, messages and numbers that do not match, and cards that answer each other.
 #include "Server.h"
 #include "Site.h"
 
@@ -22,7 +22,7 @@ bool holds(const std::vector<Place>& places, const std::string& label)
     return std::any_of(places.begin(), places.end(), [&](const Place& place) { return place.label == label; });
 }
 
-// One SMS has one sender: records without a common number cannot be commanded together.
+// An SMS has one sender, so it cannot command two records without a common number.
 bool shareNumber(const Record& one, const Record& other)
 {
     return std::any_of(one.numbers.begin(), one.numbers.end(), [&](const std::string& number) {
@@ -52,7 +52,7 @@ void checkCase(const Site& site, Report& report)
     }
 }
 
-// Whether an input is the last child of an AND or OR: while it is offline and no earlier child decides, it does.
+// Whether an input is the last child of an AND or OR. If no earlier child decides, it does, even while it is offline.
 bool decides(const Site& site, const Place& input)
 {
     return std::any_of(site.last.begin(), site.last.end(),
@@ -74,8 +74,8 @@ void checkRecords(const Site& site, Report& report)
                          "the message \"" + record.message + "\" begins that of line " + std::to_string(other.line) +
                              ": one SMS would command both");
         }
-        // A card that is sent "MESSAGE STATE:HIGH" or "MESSAGE LOW" by another one takes it for a command when its own
-        // record begins so and lists that card's number.
+        // A card takes "MESSAGE STATE:HIGH" or "MESSAGE LOW" from another card for a command, if the text begins with
+        // the message of its own record and this lists the other card's number.
         for (const Record& other : site.records) {
             for (const char* sent : {" STATE:", " LOW"}) {
                 if (!record.message.empty() && begins(other.message + sent, record.message) &&
@@ -104,7 +104,7 @@ void checkAlarms(const Site& site, Report& report)
     }
 }
 
-// A text that one card sends and the other obeys: a reply is an answer to QUERY, an alarm is sent unasked.
+// A text that one card sends and the other obeys: a reply (the answer to a QUERY) or an alarm.
 struct Obeyed {
     long sender, receiver; // lines
     std::string text;
@@ -116,7 +116,8 @@ std::vector<Obeyed> obeyed(const Site& from, const Site& at)
 {
     std::vector<Obeyed> found;
     for (const Record& sender : from.records) {
-        const bool alarms = from.pairs.empty() || holds(from.alarms, sender.label); // its pair file may not be known
+        const bool alarms =
+            from.pairs.empty() || holds(from.alarms, sender.label); // the other card's pair file may be unknown
         for (const Record& receiver : at.records) {
             for (const bool alarm : {false, true}) {
                 if (alarm && !alarms)
