@@ -231,7 +231,7 @@ void Gsm::deliver()
             drained = m_Progress.waiting == 0;
         }
         if (dropped > 0 && !told)
-            warn("The modem reports faster than its reports can be obeyed: of each kind only the newest waits\n");
+            warn("The modem sends reports faster than they are handled: only the newest of each kind is kept\n");
         told = (told || dropped > 0) && !drained;
     }
 }

@@ -29,7 +29,7 @@ bool findPowerPin(int device, cWlog* logger, uint16_t& pin)
     if (count <= 0)
         return false;
     if (count > kMaxPins) {
-        logger->error("%s claims %d pins: no pin is looked for", VEL_IO_DEVICE, count);
+        logger->error("%s reports %d pins: too many, so the power pin is not used", VEL_IO_DEVICE, count);
         return false;
     }
     logger->debug("Looking for GSM pin \"%s\"", kPowerPin);

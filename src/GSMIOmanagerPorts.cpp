@@ -133,7 +133,8 @@ void GSMIOmanager::fetchPorts(WList* ports, WList* labels, bool outputs)
         ports->add(port);
     }
     if (object != nullptr)
-        warn("The object server's answer holds an object of another kind, type %d: it and what follows is not used",
+        warn("The object server's answer contains an object of the wrong kind, type %d: it and all that follow are "
+             "ignored",
              object->getType());
     cObjectList unused;
     for (; object != nullptr; object = answer->next())

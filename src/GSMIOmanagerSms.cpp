@@ -128,14 +128,14 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
     UnreadMessages unread(*gsmObj);
     cEnumeratedList<Sms>* list = gsmObj->readSms();
     if (list == nullptr) {
-        logger->error("The stored messages could not be read; places 1 to %d are emptied all the same", kLastPlace);
+        logger->error("The stored messages could not be read; places 1 to %d are deleted all the same", kLastPlace);
         list = new cEnumeratedList<Sms>();
     }
     for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
         const int place = sms->getId() != nullptr ? atoi(sms->getId()) : 0;
         unread.listed(place);
         if (place > kLastPlace)
-            logger->warn("A message lies in storage place %d, which is never emptied: the SIM fills up", place);
+            logger->warn("A message is in storage place %d, which is never deleted: the SIM fills up", place);
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
@@ -152,10 +152,10 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         gsmObj->deleteSms(place);
     }
     if (!left.empty())
-        logger->warn("An SMS came during a pass into storage place%s: it is not read before the next report",
+        logger->warn("An SMS arrived during a pass in storage place%s: it is not read before the next report",
                      left.c_str());
     if (!lost.empty())
-        logger->warn("An SMS came during a pass into storage place%s: it may be deleted unread", lost.c_str());
+        logger->warn("An SMS arrived during a pass in storage place%s: it may be deleted unread", lost.c_str());
 }
 
 void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,

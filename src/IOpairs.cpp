@@ -35,7 +35,7 @@ WList* cIOpairs::getConnectionLst()
     }
     xmlCleanupParser();
     if (mOutOfMemory) {
-        error("%s: out of memory: no connection of it is used", mFilename);
+        error("%s: out of memory: none of its connections is used", mFilename);
         list->reset();
         while (auto* const connection = static_cast<tavConnection*>(list->get())) {
             delete connection;

@@ -55,7 +55,7 @@ void Modem::setPin(char* newPin)
     memset(pin, 0, sizeof pin);
     const std::size_t length = newPin == nullptr ? 0 : strlen(newPin);
     if (length >= sizeof pin)
-        error("The SIM PIN has %zu characters, at most %zu are possible: it is not used\n", length, sizeof pin - 1);
+        error("The SIM PIN has %zu characters, but at most %zu are allowed: it is not used\n", length, sizeof pin - 1);
     else if (length > 0)
         memcpy(pin, newPin, length);
 }
@@ -174,7 +174,7 @@ ErrStat::eErrStat Modem::qNetOperator(char* netOperator)
 ErrStat::eErrStat Modem::iEnterPin()
 {
     if (pin[0] == '\0') {
-        error("The SIM asks for a PIN and none is configured. Nothing is sent to the modem\n");
+        error("The SIM asks for a PIN, but none is configured. Nothing is sent to the modem\n");
         return ErrStat::UNKNOWN;
     }
     auto* cmd = make<CmdEnterPin>(pin);

@@ -29,7 +29,7 @@ cEnumeratedList<cgsmMessageInfo>* cgsmIOpairs::getGsmInfoList(const char* filena
         debug("Opened file OK");
         xmlNodePtr const root = xmlDocGetRootElement(document);
         if (isElement(root, "gsm_connections") && !getRecords(root, filename, list)) {
-            error("%s: out of memory: no record of it is used", filename);
+            error("%s: out of memory: none of its records is used", filename);
             list->keepNewest(0, [](cgsmMessageInfo* record) { delete record; });
         }
         xmlFreeDoc(document);

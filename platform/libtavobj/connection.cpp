@@ -53,7 +53,7 @@ bool cObjectClient::Connection::start(const char* host, int port)
             m_context.run();
         });
     } catch (const std::system_error& refused) {
-        error("No thread for the object server's client: %s", refused.what());
+        error("The threads of the object server's client could not be started: %s", refused.what());
         m_firstAttempt = false;
         return false;
     }

@@ -60,7 +60,7 @@ bool cObjectClient::Connection::queue(const std::string& key, std::string frame)
         return false;
     const bool wasEmpty = m_unsent.empty();
     if (!m_unsent.add(key, std::move(frame))) {
-        asio::post(m_context, [this] { lose("it does not read what it is sent"); });
+        asio::post(m_context, [this] { lose("it does not read its messages"); });
         return false;
     }
     if (wasEmpty && !sendSome())
@@ -120,12 +120,12 @@ std::string cObjectClient::Connection::receive(const char* content, size_t lengt
     const auto now = std::chrono::steady_clock::now();
     if (!message->remark.empty() && now >= m_ioNextRemark) {
         m_ioNextRemark = now + kRemarkPause;
-        warn("The object server at %s sent %s: left out", m_peer.c_str(), message->remark.c_str());
+        warn("The object server at %s sent %s: ignored", m_peer.c_str(), message->remark.c_str());
     }
     if (message->list->getMsgType() == tavcodec::MSG_GET)
         answer(std::move(message));
     else if (!m_delivery.push(std::move(message)))
-        return "its messages came faster than they could be obeyed";
+        return "too many of its messages are unhandled";
     return {};
 }
 

@@ -148,13 +148,13 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     }
     static char blankFormat[sizeof mLogBuffer]; // guarded by gate, like the next
     static char blanked[sizeof mLogBuffer];
-    const bool fits = blankStructure(format, blankFormat);
+    const char* const second = blankStructure(format, blankFormat) ? blankFormat : format;
     va_list again;
     va_copy(again, arguments);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral" // the second has the conversions of the first
     const bool formatted = std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) >= 0 &&
-                           (!fits || std::vsnprintf(blanked, sizeof blanked, blankFormat, again) >= 0);
+                           std::vsnprintf(blanked, sizeof blanked, second, again) >= 0;
 #pragma GCC diagnostic pop
     va_end(again);
     if (!formatted) {
@@ -165,7 +165,7 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     try {
         mCategory->log(priority,
                        // the overload that takes a finished text, not a format
-                       visibleText(mLogBuffer, fits ? blanked : mLogBuffer));
+                       visibleText(mLogBuffer, blanked));
     } catch (...) {
         return; // out of memory: the line is lost
     }

@@ -167,7 +167,7 @@ json Board::causeOf(const sim::Port& output, int64_t time)
         }
     }
     if (m_lastSms.time > (cause.contains("rule") ? latest : time - kSmsMemory))
-        cause = {{"text", "SMS of " + shown(m_lastSms.who, 40) + ": " + shown(m_lastSms.text, 80)}};
+        cause = {{"text", "SMS from " + shown(m_lastSms.who, 40) + ": " + shown(m_lastSms.text, 80)}};
     return cause;
 }
 
