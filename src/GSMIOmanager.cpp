@@ -57,7 +57,7 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
 {
     readConfiguration();
 
-    // From here on messages may be delivered: everything that they touch exists.
+    // Messages may arrive from here on: everything that they use exists.
     connectTo(mConfig_struct.host, kServerPort);
 
     mConn = new cIOpairs(mConfig_struct.ioPairFile);
@@ -102,7 +102,7 @@ void GSMIOmanager::connectTo(const char* host, int port)
     mObjectClient = new cObjectClient();
     mObjectClient->addListener(this);
     libraryExtras::onReconnection(*mObjectClient, [wake = mWakeFd] {
-        // The server may have forgotten outputs or learned ports, and inputs may have changed: poll now.
+        // Outputs, ports and inputs may have changed while the server was away: poll now.
         const uint64_t once = 1;
         (void)!::write(wake, &once, sizeof once);
     });
@@ -114,7 +114,7 @@ void GSMIOmanager::readConfiguration()
 {
     cProperties properties;
     snprintf(mConfig_struct.configFile, sizeof mConfig_struct.configFile, "%s", kPropertiesPath);
-    (void)properties.load(mConfig_struct.configFile); // without the file every key takes its default
+    (void)properties.load(mConfig_struct.configFile); // without the file, every key has its default
     cWlog::init(mConfig_struct.configFile);
 
     const auto keep = [&](const char* key, const char* defval, auto& field) {
@@ -176,7 +176,7 @@ void GSMIOmanager::run()
     }
 }
 
-// The queue is where evaluations find it, and the manager its listener, before the first evaluation on this thread.
+// Comes before the first evaluation on this thread, so that evaluations find the queue, and the queue its listener.
 void GSMIOmanager::attachSendRequestQueue()
 {
     auto* queue = new cGsmQManager();
@@ -185,8 +185,8 @@ void GSMIOmanager::attachSendRequestQueue()
     mSmsQHandler = queue;
 }
 
-// Sleeps for the poll period, or until there is a connection to the object server again; from the poll that has @p
-// begun to the next it is a second at least. An interrupted wait goes on.
+// Sleeps for the poll period, or until the object server is connected again. The next poll is at least a second after
+// the one that has @p begun. A signal does not end the wait.
 void GSMIOmanager::waitForPoll(int64_t begun)
 {
     const int64_t end = monotonicMs() + kPollPeriodMs;
@@ -205,6 +205,6 @@ void GSMIOmanager::waitForPoll(int64_t begun)
             return;
         }
         if (ready < 0 && errno != EINTR)
-            sleep(1); // out of memory for the wait: poll again, without a spin
+            sleep(1); // the wait failed: poll again, but do not spin
     }
 }

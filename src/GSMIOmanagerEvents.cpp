@@ -7,12 +7,7 @@ namespace {
 
 enum eMsgType { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };
 
-const char* word(cObject::eObjectStatus status)
-{
-    return status == cObject::OBJ_STATUS_ALARM_SET ? "SET" : "CLEARED";
-}
-
-// The first port that the event may be about, in a list that has no index.
+// The first port that the event may concern, for a list without an index.
 cObjectPort* walkTo(WList* ports, cObjectEvent* event)
 {
     if (ports == nullptr)
@@ -61,12 +56,12 @@ void GSMIOmanager::handle_event(cObjectList* rx_msg)
     }
 }
 
-// Marks the input that the event is about, if it is in the list. The evaluation mutex is held because evaluations read
-// the status of the objects that they have looked up.
+// Updates the event's input, if it is in the list. Holds the evaluation mutex, because evaluations read the status of
+// the objects that they have looked up.
 void GSMIOmanager::updateInput(cObjectEvent* event)
 {
     debug("Got MSG_EVT:EVENT_PORT Serial=0x%08X,port=%d,port_type=%d,almstat=%s", event->getDeviceSerial(),
-          event->getPortId(), event->getObjectType(), word(event->getStatus()));
+          event->getPortId(), event->getObjectType(), word(event->getStatus() == cObject::OBJ_STATUS_ALARM_SET));
 
     const Evaluating evaluation(*this);
     ScopedLock lists(mPortListMutex);
@@ -77,5 +72,5 @@ void GSMIOmanager::updateInput(cObjectEvent* event)
         return;
     port->setPortStatus(event->getStatus());
     debug("Updating Trigger: Serial=0x%08X,port=%d,port_type=%d,almstat=%s", port->getDeviceSerial(), port->getPortId(),
-          port->getPortType(), word(port->getPortStatus()));
+          port->getPortType(), word(port->getPortStatus() == cObject::OBJ_STATUS_ALARM_SET));
 }

@@ -64,7 +64,7 @@ bool Gsm::setupModem()
     return false;
 }
 
-// The PIN loop: at most two rounds. A second one sends the PIN again if the first could not learn its outcome.
+// At most two rounds. The second sends the PIN again if the modem did not answer what became of the first.
 void Gsm::unlockSim(Pinstat::ePinStat& pinStat)
 {
     int attempts = 1;
@@ -111,7 +111,7 @@ void Gsm::summarise(const Findings& found)
         debug("Could not obtain Net operator\n");
 }
 
-// What an operator must mend, in one line.
+// Tells the operator what to mend, in one line.
 void Gsm::explain(const Findings& found)
 {
     static const char* const kWaitsFor[] = {

@@ -1,4 +1,4 @@
-// What the daemon uses of the closed libraries beyond their given operations, where the linked library has it.
+// Optional operations of the closed libraries: used if the linked library has them.
 #ifndef LIBRARYEXTRAS_H
 #define LIBRARYEXTRAS_H
 
@@ -14,8 +14,8 @@ auto onReconnection(Client& client, Notice&& notice, int)
 }
 template <typename Client, typename Notice> void onReconnection(Client&, Notice&&, long) {}
 
-/// Lets the object client call @p notice when it has a connection again. Without such a notice nothing is done: what
-/// changed during an outage is then found by the next poll.
+/// Lets the object client call @p notice when it is connected again. Does nothing if the client cannot: then the next
+/// poll finds what changed during an outage.
 template <typename Client, typename Notice> void onReconnection(Client& client, Notice&& notice)
 {
     onReconnection(client, std::forward<Notice>(notice), 0);
@@ -30,7 +30,7 @@ template <typename Logger> bool mayTrace(const Logger&, long)
     return true;
 }
 
-/// Whether a debug line may be written; true where the logger cannot say.
+/// Whether a debug line may be written; true if the logger cannot tell.
 template <typename Logger> bool mayTrace(const Logger& logger)
 {
     return mayTrace(logger, 0);

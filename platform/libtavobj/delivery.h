@@ -13,21 +13,21 @@
 
 class cObjectListener;
 
-/// Calls the listeners with one message after the other, on a thread of its own.
+/// Passes messages to the listeners, one at a time, on its own thread.
 class Delivery {
 public:
     static constexpr size_t kLimit = 65536;        ///< undelivered messages
-    static constexpr size_t kObjectLimit = 262144; ///< objects in them: some tens of MB
+    static constexpr size_t kObjectLimit = 262144; ///< objects in them, some tens of MB
 
     ~Delivery() { stop(); }
 
-    /// Before start() only. @param listener borrowed
+    /// Call it before start(). @param listener  borrowed
     void addListener(cObjectListener* listener) { m_listeners.push_back(listener); }
     void start();
-    /// Ends the thread after the message that it is delivering.
+    /// Ends the thread after its current message.
     void stop();
 
-    /// Called by the io thread. @return false if too much is undelivered: all of that is dropped, @p message too
+    /// For the io thread. @return false if a limit is exceeded: then all undelivered messages are dropped
     bool push(std::unique_ptr<tavcodec::Incoming> message);
 
 private:

@@ -308,7 +308,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
     EXPECT_TRUE(delivered("9"));
     std::lock_guard<std::mutex> lock(slow.m_mutex);
     EXPECT_LT(slow.m_count, 5000);
-    EXPECT_EQ(1U, countOf("of each kind only the newest waits", testing::internal::GetCapturedStderr()));
+    EXPECT_EQ(1U, countOf("only the newest of each kind is kept", testing::internal::GetCapturedStderr()));
 }
 
 TEST(Gsm, IsDeadWithoutItsPort)

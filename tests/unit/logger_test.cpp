@@ -107,6 +107,17 @@ TEST_F(Logger, LeavesTheLineBreaksOfAFormatWhereTheyStand)
                          std::string(1021, 'x') + "\ne\nINFO Gsm: " + std::string(1023, 'y') + "\n");
 }
 
+#define TEN(text) text text text text text text text text text text
+
+TEST_F(Logger, TakesAFormatThatDoesNotFitForData)
+{
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    mLogger.info("%s" TEN(TEN(TEN("\n"))), "");
+    // The second conversion begins where a copy of the format would be cut.
+    mLogger.info("%." TEN(TEN(TEN("0"))) TEN("0") TEN("0") "s%s", "", "a\nERROR Gsm: forged");
+    EXPECT_EQ(log(), "INFO Gsm: \nINFO Gsm: a\\nERROR Gsm: forged\n");
+}
+
 TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
 {
     const std::string layout = "log4cpp.appender.A.layout=BasicLayout\n";
@@ -215,7 +226,7 @@ TEST_F(Logger, IsConfiguredAnewWhileThreadsLog)
     EXPECT_EQ(count, written);
 }
 
-TEST_F(Logger, LeavesAppendersOfOthersAlone)
+TEST_F(Logger, SharesItsCategoryWithLog4cpp)
 {
     log4cpp::Category& category = mLogger.getLog("Gsm");
     EXPECT_EQ(&category, &log4cpp::Category::getInstance("Gsm"));

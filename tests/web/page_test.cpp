@@ -84,7 +84,7 @@ TEST_F(Page, AnSmsIsSentAndAnswered)
     expectText("#log-lines", "AT+CMGD=10"); // the storage is emptied at the start
     sendSms("PUMP ON");
     expectLamp("PUMP", "set");
-    expectText("#outputs-list", "SMS of 0151000001: PUMP ON");
+    expectText("#outputs-list", "SMS from 0151000001: PUMP ON");
     sendSms("PUMP QUERY");
     expectText(".chat .received", "PUMP STATE:HIGH");
 }

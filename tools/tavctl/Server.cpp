@@ -29,7 +29,7 @@ Clock::time_point soon()
     return Clock::now() + std::chrono::seconds(kPatienceSeconds);
 }
 
-// As poll() wants it: -1 is for ever.
+// The time-out for poll(); -1 means for ever.
 int millisecondsUntil(Clock::time_point deadline)
 {
     if (deadline == Clock::time_point::max())
@@ -57,7 +57,7 @@ uint32_t number(const std::string& status)
     return 0;
 }
 
-// A label from the network, with nothing in it that a terminal would obey.
+// A label from the network, without control characters for a terminal.
 std::string printable(std::string label)
 {
     for (char& c : label) {
@@ -187,7 +187,7 @@ bool Server::request(tavobj::Message& message, tavobj::Message& answer)
     message.set_id(m_nextId++);
     if (!connect() || !send(message))
         return false;
-    const Clock::time_point deadline = soon(); // of the answer, whatever else the server says before it
+    const Clock::time_point deadline = soon(); // for the answer, whatever else the server sends before it
     do {
         if (!receive(answer, deadline))
             return false;

@@ -60,7 +60,7 @@ int showPage(const std::string& host, uint16_t port, const std::string& listen, 
             },
             [&](const tavobj::Object& object) { hub.tell(portOf(object)); });
         hub.set("server", {{"running", false}});
-        if (known) // once for each break
+        if (known) // logged once for each lost connection
             hub.tell(web::Happening::Fault, name + ": " + server.error());
         known = false;
     }

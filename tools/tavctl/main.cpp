@@ -27,7 +27,7 @@ int main(int argc, char* argv[])
     app.add_option("--host", host, "the object server's host")->capture_default_str();
     app.add_option("--port", port, "its TCP port")->capture_default_str();
     app.require_subcommand(1);
-    CLI::App* list = app.add_subcommand("list", "print one line a port");
+    CLI::App* list = app.add_subcommand("list", "print a line for each port");
     CLI::App* watch = app.add_subcommand("watch", "print every change with its time, until interrupted");
     CLI::App* alarm = app.add_subcommand("alarm", "set an input's alarm status (simulated servers only)");
     CLI::App* drive = app.add_subcommand("drive", "drive an output");
@@ -35,9 +35,9 @@ int main(int argc, char* argv[])
     addChange(*drive, "STATE", {"set", "clear"}, label, word);
     std::string listen, folder;
 #ifdef TAVCTL_WEB
-    CLI::App* web = app.add_subcommand("web", "show the ports in a browser, for reading only");
-    web->add_option("--listen", listen, "PORT or ADDRESS:PORT to listen on, else on 127.0.0.1 alone");
-    web->add_option("--config", folder, "folder with the daemon's configuration: shows its rules, too")
+    CLI::App* web = app.add_subcommand("web", "show the ports in a browser, read-only");
+    web->add_option("--listen", listen, "PORT of 127.0.0.1, or ADDRESS:PORT, to listen on");
+    web->add_option("--config", folder, "folder with the daemon's configuration, to show its rules")
         ->check(CLI::ExistingDirectory);
 #endif
     try {

@@ -38,19 +38,19 @@ void addChecking(CLI::App& app, Options& options)
 {
     app.add_option("PROPERTIES-FILE", options.properties, "the properties file, which names the other two")
         ->capture_default_str();
-    app.add_flag("--strict", options.strict, "take warnings for errors");
+    app.add_flag("--strict", options.strict, "treat warnings as errors");
     CLI::Option* format = app.add_option("--format", options.format, "text or json");
     format->check(CLI::IsMember({"text", "json"}))->capture_default_str();
-    app.add_option("--server", options.server, "HOST[:PORT] of an object server that is asked which labels it knows")
+    app.add_option("--server", options.server, "report labels that the object server at HOST[:PORT] does not know")
         ->check(wrongPort);
     app.add_option("--peer", options.peer,
-                   "the GSM message file of another card that this one texts with: finds what one sends and the other "
-                   "takes for a command");
+                   "the GSM message file of another card: report texts that one card sends and the other takes for a "
+                   "command");
     app.add_flag("--on-card", options.onCard,
-                 "look at the serial port and the log's folders, too; so it is for files in /etc/tav");
+                 "also check the serial port and the log's folders; the default for files in /etc/tav");
     app.add_option("--user", options.user, "the service's user, who must be able to write the log")
         ->capture_default_str();
-    CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch of what has only one remedy, and ask");
+    CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch for mistakes with only one remedy, and ask");
     fix->excludes(format);
     app.add_flag("--yes", options.yes, "with --fix: change the files without asking")->needs(fix);
 }
