@@ -16,11 +16,12 @@ const char kStyle[] = R"css(
   --frame:#64748b; --plain:#1e293b; --and:#1e3a8a; --and-line:#93c5fd; --or:#7c2d12; --or-line:#fdba74; --wrong:#7f1d1d;
   --wrong-line:#fca5a5; --output:#334155; --active:#14532d; --stateless:#713f12 } }
 body { background:var(--paper); color:var(--ink); font:16px/1.45 sans-serif; margin:0 auto; max-width:75rem; padding:1rem }
-h1 { font-size:1.5rem } h2 { font-size:1.2rem; margin:0 0 .4rem } h1, h2, code { overflow-wrap:anywhere } code, th { white-space:pre-wrap }
+h1 { font-size:1.5rem } h2 { font-size:1.2rem; margin:0 0 .4rem } h1, h2, code { overflow-wrap:anywhere }
+code, th { white-space:pre-wrap }
 a { color:var(--and-line) } .faint { color:var(--faint) }
 nav ol { columns:15rem; padding-left:3rem }
 section { border-top:1px solid var(--frame); margin-top:1.5rem; padding-top:1rem }
-figure { margin:.8rem 0; overflow-x:auto } svg { display:block; height:auto; max-width:100% }
+figure { margin:.8rem 0; overflow-x:auto } svg { display:block }
 svg text { fill:var(--ink) }
 .cluster path, .cluster polygon { stroke:var(--frame) }
 .node path, .node polygon, .node polyline, .node ellipse { fill:var(--plain); stroke:var(--faint) }
@@ -33,18 +34,21 @@ svg text { fill:var(--ink) }
 .stateless path, .stateless polygon, .stateless ellipse { fill:var(--stateless) }
 .edge path, .edge ellipse { stroke:var(--faint) } .edge polygon { fill:var(--faint); stroke:var(--faint) }
 .table { overflow-x:auto } table { border-collapse:collapse; font-size:.9rem }
-th, td { border:1px solid var(--frame); padding:.15rem .6rem; text-align:left } th { overflow-wrap:anywhere }
-.set { background:var(--active) } .offline { background:var(--stateless) } .effect { font-weight:bold }
+th, td { border:1px solid var(--frame); padding:.15rem .6rem; text-align:left }
+th { min-width:5rem; overflow-wrap:anywhere }
+.set { background:var(--active) } .offline { background:var(--stateless) }
+.effect { font-weight:bold; white-space:nowrap }
 @media print { body { font-size:10pt; max-width:none; padding:0 } h2, .words { break-after:avoid }
   figure, tr { break-inside:avoid } figure, .table { overflow:visible } thead { display:table-header-group }
-  .set, .offline { print-color-adjust:exact } svg { print-color-adjust:exact } a { color:inherit } }
+  .set, .offline, svg { print-color-adjust:exact } svg { height:auto; max-width:100% } a { color:inherit }
+  table { font-size:8pt; line-height:1.2 } th { min-width:0 } th, td { padding:.05rem .25rem } }
 )css";
 
-const char kLegend[] =
-    "<p class=\"faint\">Inputs stand on the left. An input is active while its alarm is set; a small circle inverts "
-    "it. "
-    "AND is active while all of its children are, OR while one is. While its trigger is active, an output is away from "
-    "its default state; a circle before the output swaps the two. In the tables warn and unknown count as clear.</p>\n";
+const char kLegend[] = R"html(<p class="faint">Inputs stand on the left. An input is active while its alarm is set; a
+small circle inverts it. AND is active while all of its children are, OR while one is. While its trigger is active, an
+output is away from its default state; a circle before the output swaps the two. In the tables warn and unknown count as
+clear.</p>
+)html";
 
 std::string code(const std::string& label)
 {
