@@ -5,6 +5,7 @@
 #include "maskedNumber.h"
 #include "scopedLock.h"
 #include "sms.h"
+#include "supervisor.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -139,6 +140,7 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
+        Supervisor::smsCame();
         obey(sms, gsmObj, gsmInfoList, gsm_connection, logger);
         gsmInfoList->resetEnum();
         sms->setRead(true);

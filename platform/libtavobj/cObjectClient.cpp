@@ -8,6 +8,7 @@
 #include <asio.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -65,6 +66,8 @@ public:
     bool start(const char* host, int port);
     cObjectList* get(cObjectList* request);
     int set(const cObject& object);
+    bool isConnected() const { return m_socket >= 0; }
+    size_t undelivered() const { return m_delivery.undelivered(); }
 
 private:
     struct Answer {
@@ -108,7 +111,7 @@ private:
     std::condition_variable m_changed; // a get is answered, or the first attempt to connect is over
     bool m_firstAttempt = false;       // it is under way
     bool m_unserved = false;           // a get has found no connection, or one was lost: the next is told of
-    int m_socket = -1;                 // to send on; -1 without a connection. The io thread opens and closes it
+    std::atomic<int> m_socket{-1};     // to send on; -1 without a connection. The io thread opens and closes it
     uint32_t m_nextId = 1;
     std::map<uint32_t, Answer*> m_pending;
     std::string m_sending; // the frame under way, of which m_sent bytes have gone
@@ -486,6 +489,16 @@ void cObjectClient::addListener(cObjectListener* listener)
 void cObjectClient::onReconnection(std::function<void()> notice)
 {
     mConnection->onReconnection(std::move(notice));
+}
+
+bool cObjectClient::isConnected() const
+{
+    return mConnection->isConnected();
+}
+
+size_t cObjectClient::undelivered() const
+{
+    return mConnection->undelivered();
 }
 
 bool cObjectClient::start(const char* host, int port)

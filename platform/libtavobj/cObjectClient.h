@@ -2,6 +2,7 @@
 #ifndef COBJECTCLIENT_H
 #define COBJECTCLIENT_H
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -32,6 +33,11 @@ public:
     /// lost or a get() has found none: what was missed is to be asked for. It returns at once and calls nothing of the
     /// client
     void onReconnection(std::function<void()> notice);
+
+    /// Whether there is a connection. Any thread; takes no lock, like undelivered().
+    bool isConnected() const;
+    /// Messages that wait for the delivery thread; the one that it delivers is none of them.
+    size_t undelivered() const;
 
     /// Starts both threads and the first attempt to connect; does not wait for it.
     /// @return false if it was started before or a thread could not be made
