@@ -13,6 +13,7 @@
 #include <sys/ptrace.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
@@ -120,6 +121,25 @@ pid_t daemonProcess()
     return child;
 }
 
+// Stops one thread of the daemon, and lets it go on at the end.
+class Stopped {
+public:
+    explicit Stopped(pid_t thread) : m_thread(thread)
+    {
+        int status = 0;
+        m_stopped = thread != 0 && ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) == 0 &&
+                    ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) == 0 && waitpid(thread, &status, __WALL) == thread;
+    }
+    ~Stopped() { ptrace(PTRACE_DETACH, m_thread, nullptr, nullptr); }
+    Stopped(const Stopped&) = delete;
+    Stopped& operator=(const Stopped&) = delete;
+    explicit operator bool() const { return m_stopped; }
+
+private:
+    pid_t m_thread;
+    bool m_stopped;
+};
+
 TEST(DaemonAndServiceManager, IsToldWhatTheDaemonIsDoing)
 {
     DaemonBench bench;
@@ -133,7 +153,7 @@ TEST(DaemonAndServiceManager, IsToldWhatTheDaemonIsDoing)
     EXPECT_THAT(manager.heard, HasSubstr("modem set-up, attempt 1 of 6"));
     EXPECT_THAT(manager.heard, Not(HasSubstr("last SMS")));
     bench.waitUntilModemReady();
-    bench.modem->receiveSms("111", "AL OFF");
+    bench.modem->sms("111", "AL OFF");
     EXPECT_TRUE(manager.hears("; last SMS "));
     bench.server.stop();
     EXPECT_TRUE(manager.hears("STATUS=object server not connected, 4 rules; modem ready"));
@@ -152,10 +172,8 @@ TEST(DaemonAndServiceManager, HearsNoMoreOfADaemonWhoseDeliveryThreadIsStopped)
     bench.startDaemon();
     bench.waitUntilObeyed();
     ASSERT_TRUE(manager.hears("WATCHDOG=1"));
-    const pid_t delivery = threadOf(daemonProcess(), "delivery");
-    ASSERT_NE(delivery, 0);
-    ASSERT_EQ(ptrace(PTRACE_SEIZE, delivery, nullptr, nullptr), 0) << strerror(errno);
-    ASSERT_EQ(ptrace(PTRACE_INTERRUPT, delivery, nullptr, nullptr), 0) << strerror(errno);
+    const Stopped delivery(threadOf(daemonProcess(), "delivery"));
+    ASSERT_TRUE(delivery) << strerror(errno);
     EXPECT_TRUE(manager.hears("WATCHDOG=1")) << "it waits, and no message is there for it";
     bench.server.setInput("IN0", 1);
     EXPECT_TRUE(manager.hears("STATUS=the delivery thread hangs; ", Supervisor::kLongestWork + kLimit));
