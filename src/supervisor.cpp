@@ -102,7 +102,8 @@ void Supervisor::setModem(const std::string& text)
     if (theOne == nullptr)
         return;
     std::string shown = text;
-    std::replace_if(shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    std::replace_if(
+        shown.begin(), shown.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     const std::lock_guard<std::mutex> held(theOne->m_modemLock);
     theOne->m_modem = shown;
 }

@@ -40,7 +40,7 @@ private:
     std::mutex m_mutex;                        // guards the queue and m_stop; not held while a listener runs
     std::condition_variable m_arrived;
     std::deque<std::unique_ptr<tavcodec::Incoming>> m_queue;
-    size_t m_objects = 0; // in the queue's messages
+    size_t m_objects = 0;                 // in the queue's messages
     std::atomic<size_t> m_undelivered{0}; // the queue's length, for those who look on
     bool m_stop = false;
     std::thread m_thread;

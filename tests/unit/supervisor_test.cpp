@@ -128,7 +128,8 @@ public:
     {
         int status = 0;
         m_stopped = thread != 0 && ptrace(PTRACE_SEIZE, thread, nullptr, nullptr) == 0 &&
-                    ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) == 0 && waitpid(thread, &status, __WALL) == thread;
+                    ptrace(PTRACE_INTERRUPT, thread, nullptr, nullptr) == 0 &&
+                    waitpid(thread, &status, __WALL) == thread;
     }
     ~Stopped() { ptrace(PTRACE_DETACH, m_thread, nullptr, nullptr); }
     Stopped(const Stopped&) = delete;
