@@ -204,6 +204,7 @@ void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm*
 void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
                              cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection, cWlog* logger)
 {
+    Heartbeat::within(Gsm::kLongestStep);
     WList* connections = gsm_connection->getConnectionLst(); // a list of this thread's own
     if (connections == nullptr) {
         record->set_state(on ? 1 : 0); // commanded, though nothing can be driven
