@@ -1,6 +1,7 @@
 // The AT command engine: one exchange at a time on the modem's serial port.
 #include "CmdHandler.h"
 
+#include "heartbeat.h"
 #include "replyLine.h"
 #include "scopedLock.h"
 #include "sleepWhole.h"
@@ -19,7 +20,6 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr seconds kPoll(1);             // between two looks at `busy`
 constexpr milliseconds kDeadPause(100); // between two looks at a dead port
 
 enum class Waited { Byte, Silence, Interrupted, Dead };
@@ -76,6 +76,7 @@ void CmdHandler::init(CmdHandler* handlrIns)
 
 void CmdHandler::execute(Command* cmd)
 {
+    Heartbeat::within(kLongestExchange);
     ScopedLock lock(buffMutex);
     cmd->setBusy(); // before it can receive a line, which clears it
     currCmd = cmd;
@@ -83,7 +84,7 @@ void CmdHandler::execute(Command* cmd)
     debug("Sending AT command:%s\n", text);
     (void)serial->send(text, static_cast<int>(strlen(text)));
     while (currCmd.load()->isBusy())
-        sleepWhole(kPoll);
+        sleepWhole(kBusyPoll);
 }
 
 Command* CmdHandler::getCurrCmd()

@@ -7,6 +7,7 @@
 #include "serialDriver.h"
 
 #include <atomic>
+#include <chrono>
 #include <pthread.h>
 
 /// Writes a command and waits until it is done. Every line from the modem goes to the current command.
@@ -18,6 +19,12 @@
 ///          or returns errors is treated as silent: each exchange on it ends as TIMEOUT.
 class CmdHandler : private cWlog {
 public:
+    static constexpr std::chrono::seconds kBusyPoll{1}; ///< between two looks at whether the exchange is over
+    /// After which a thread in an exchange counts as hung. A silent exchange takes the table's longest silence and a
+    /// look; each byte prolongs it, and a modem that dribbles its bytes has twenty times as long: 140 s.
+    static constexpr std::chrono::seconds kLongestExchange =
+        20 * (std::chrono::seconds(at::kLongestSilence) + kBusyPoll);
+
     /// @param ser  the open port; borrowed for the life of the process
     explicit CmdHandler(serialDriver* ser);
     CmdHandler(const CmdHandler&) = delete;

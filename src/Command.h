@@ -6,6 +6,7 @@
 #include "enum_list.h"
 #include "sms.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <mutex>
@@ -44,6 +45,12 @@ constexpr AtCommand ReadSms      {"AT+CMGL=\"ALL\"\r",       6, AtCommand::ToDef
 constexpr AtCommand DeleteSms    {"AT+CMGD=%s\r",            2, AtCommand::ToDefault}; // -, Modem::iDeleteSms
 constexpr AtCommand UsdCmd       {"AT+CUSD=1,\"%s\"\r",      2, AtCommand::ToDefault}; // -, Modem::iSendUsd
 // clang-format on
+
+/// Of the table above, seconds.
+constexpr int kLongestSilence =
+    std::max({Attention.silence, MdmID.silence, SIMin.silence, PinStat.silence, EnterPin.silence, EnterPuk.silence,
+              SignalStr.silence, NetOperator.silence, SMSTextMode.silence, SetBaudRate.silence, CharacterSet.silence,
+              SMSNumber.silence, ArbCmd.silence, ReadSms.silence, DeleteSms.silence, UsdCmd.silence});
 } // namespace at
 
 /// One AT command and its exchange: the text to write, the reply timeout, the status, the meaning of reply lines.

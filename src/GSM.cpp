@@ -2,6 +2,7 @@
 #include "GSM.h"
 
 #include "eventDispatch.h"
+#include "heartbeat.h"
 
 #include <cctype>
 #include <cerrno>
@@ -116,9 +117,11 @@ void Gsm::enterPuk()
 {
     int puk = 0;
     int newPin = 0;
+    Heartbeat::idle(); // a person may never come
     const char* wrong = readNumber("Puk required\nEnter Puk:", puk);
     if (wrong == nullptr)
         wrong = readNumber("Enter new pin:", newPin);
+    Heartbeat::within(kLongestStep);
     if (wrong != nullptr) {
         error("The SIM needs its PUK and %s: nothing is sent to the SIM\n", wrong);
         return;

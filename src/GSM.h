@@ -13,6 +13,7 @@
 
 #include <mutex>
 #include <semaphore.h>
+#include <string>
 #include <vector>
 
 class cObjectListener;
@@ -28,6 +29,9 @@ class Gsm : public cWlog {
 public:
     static constexpr size_t kMostWaiting = 256; ///< undelivered events
     static constexpr size_t kMostReports = 256; ///< see takeReportedPlaces()
+    /// Of what the GSM handler thread does between two exchanges with the modem, or in one: see kLongestExchange. A
+    /// pulse, the wait for the registration and one for a refresh are seconds.
+    static constexpr std::chrono::seconds kLongestStep = CmdHandler::kLongestExchange;
 
     Gsm();
     Gsm(const Gsm&) = delete;
@@ -40,6 +44,8 @@ public:
     /// It sends the PIN once, or twice if the modem does not answer what became of the first. Nothing here protects the
     /// SIM from a wrong PIN; the service's guard does. @return whether the modem is fully usable
     bool setupModem();
+    /// Signal strength and operator as the last pass of set-up found them: "-65 dBm, NET".
+    const std::string& inBrief() const { return m_inBrief; }
     /// Logs @p error and maps it: OK, TIMEOUT and MDMERR to themselves, all else to UNKNOWN.
     ErrStat::eErrStat errorHandle(ErrStat::eErrStat error);
     void enterPin();
@@ -79,6 +85,8 @@ private:
     sem_t binary_sem;
     cObjectListener* objListener;
 
+    std::string m_inBrief;
+
     std::mutex m_ListLock;
     eventDispatch::Progress m_Progress; ///< of m_EventList; guarded by m_ListLock
     std::vector<int> m_Reported;        ///< storage places; guarded by m_ListLock
@@ -90,6 +98,7 @@ private:
     void logOperator(const char* netOperator);
     void summarise(const Findings& found);
     void explain(const Findings& found);
+    static std::string brief(const Findings& found);
 };
 
 #endif

@@ -5,6 +5,7 @@
 #include "libraryExtras.h"
 #include "properties.h"
 #include "sleepWhole.h"
+#include "supervisor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -56,6 +57,7 @@ GSMIOmanager::GSMIOmanager(const property_values& configuration)
 GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
 {
     readConfiguration();
+    Supervisor::begin();
 
     // Messages may arrive from here on: everything that they use exists.
     connectTo(mConfig_struct.host, kServerPort);
@@ -67,6 +69,10 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
         delete mConnLst;
         mConnLst = connections;
     }
+    Supervisor::setRules(mConnLst->size());
+    Supervisor::run([client = mObjectClient] {
+        return Supervisor::Server{libraryExtras::isConnected(*client), libraryExtras::undelivered(*client)};
+    });
 }
 
 GSMIOmanager::~GSMIOmanager() = default;
@@ -143,6 +149,7 @@ void GSMIOmanager::run()
     if (!isAMatch(isamatch_logger)) {
         info("Not TAVLite card... disabling GSM");
         hasGsm = false;
+        Supervisor::setModem("no GSM on this card");
     } else if (isAMatch(isamatch_logger)) {
         hasGsm = true;
         info("TAVLite card");
@@ -167,11 +174,15 @@ void GSMIOmanager::run()
         }
     }
 
+    Supervisor::watch(Supervisor::POLL);
     for (;;) {
         const int64_t begun = monotonicMs();
+        Heartbeat::within(Supervisor::kLongestWork);
         debug("Polling Triggers");
         update_lists();
         check_trigger_values();
+        Supervisor::ready();
+        Heartbeat::within(std::chrono::milliseconds(kPollPeriodMs) + Supervisor::kLongestWork);
         waitForPoll(begun);
     }
 }

@@ -2,6 +2,7 @@
 #include "GSMIOmanager.h"
 
 #include "scopedLock.h"
+#include "supervisor.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ cObjectPort* walkTo(WList* ports, cObjectEvent* event)
 
 void GSMIOmanager::handleObjectAction(cObjectList* rx_msg)
 {
+    const Supervisor::DeliveryWork work;
     debug("Received Message from tavd\n");
     switch (rx_msg->getMsgType()) {
     case MSG_GET:
@@ -51,6 +53,7 @@ void GSMIOmanager::handle_event(cObjectList* rx_msg)
         auto* event = object->getType() == cObject::OBJ_EVENT ? dynamic_cast<cObjectEvent*>(object) : nullptr;
         if (event == nullptr || event->getEventType() != cObjectEvent::EVENT_PORT)
             continue;
+        Heartbeat::within(Supervisor::kLongestWork);
         updateInput(event);
         check_trigger_values();
     }

@@ -5,11 +5,13 @@
 #include "gsmIOpairs.h"
 #include "scopedLock.h"
 #include "sleepWhole.h"
+#include "supervisor.h"
 #include "velio.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
@@ -82,6 +84,8 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
     auto* manager = static_cast<GSMIOmanager*>(thing);
     auto* logger = new cWlog("gsm_handler_tread");
     logger->debug("GSM HANDLER CREATED\n");
+    Supervisor::watch(Supervisor::GSM_HANDLER);
+    Heartbeat::within(Gsm::kLongestStep);
 
     // Never destroyed: the thread never ends.
     property_values config_struct(manager->mConfig_struct);
@@ -91,9 +95,12 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
         gsmInfoList = new cEnumeratedList<cgsmMessageInfo>();
 
     auto* gsmObj = new Gsm();
-    const bool setupCorr = gsmObj->initialiseGsm(config_struct.serialPortName, config_struct.simPin) &&
-                           manager->setupWithPulses(gsmObj, logger);
+    const bool opened = gsmObj->initialiseGsm(config_struct.serialPortName, config_struct.simPin);
+    if (!opened)
+        Supervisor::setModem(std::string("no modem: ") + config_struct.serialPortName + " could not be opened");
+    const bool setupCorr = opened && manager->setupWithPulses(gsmObj, logger);
     for (;;) {
+        Heartbeat::within(Gsm::kLongestStep);
         if (setupCorr) {
             if (manager->m_Sms)
                 manager->handle_sms(gsmObj, gsmInfoList, gsm_connection, logger);
@@ -109,8 +116,11 @@ bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
 {
     gsmObj->subscribe(this);
     for (int attempt = 0; attempt < kSetupAttempts; ++attempt) {
+        Supervisor::setModem("modem set-up, attempt " + std::to_string(attempt + 1) + " of " +
+                             std::to_string(kSetupAttempts));
         if (gsmObj->setupModem()) {
             logger->info("modem setup correctly");
+            Supervisor::setModem("modem ready, " + gsmObj->inBrief());
             return true;
         }
         toggle_GSM_power(logger);
@@ -119,6 +129,7 @@ bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
     logger->error(
         "The modem could not be set up in %d attempts: no SMS is read or sent until the daemon is started again",
         kSetupAttempts);
+    Supervisor::setModem("modem could not be set up");
     return false;
 }
 

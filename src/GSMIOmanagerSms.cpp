@@ -4,6 +4,7 @@
 #include "GSM.h"
 #include "maskedNumber.h"
 #include "sms.h"
+#include "supervisor.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -138,6 +139,7 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
+        Supervisor::smsCame();
         obey(sms, gsmObj, gsmInfoList, gsm_connection, logger);
         gsmInfoList->resetEnum();
         sms->setRead(true);
@@ -201,6 +203,7 @@ void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm*
 void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
                              cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection, cWlog* logger)
 {
+    Heartbeat::within(Gsm::kLongestStep);
     WList* connections = gsm_connection->getConnectionLst(); // a new list, for this thread only
     if (connections == nullptr) {
         record->set_state(on ? 1 : 0); // the command counts although nothing can be driven

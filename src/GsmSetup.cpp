@@ -2,6 +2,7 @@
 #include "GSM.h"
 #include "sleepWhole.h"
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -57,11 +58,19 @@ bool Gsm::setupModem()
         debug("Sms text mode error\n");
 
     summarise(found);
+    m_inBrief = brief(found);
     if (found.usable())
         return true;
     info("Error with modem setup\n");
     explain(found);
     return false;
+}
+
+std::string Gsm::brief(const Findings& found)
+{
+    std::string name = found.netOperator;
+    name.erase(std::remove(name.begin(), name.end(), '"'), name.end());
+    return std::to_string(static_cast<int>(found.rssi)) + " dBm, " + (name.empty() ? "no operator" : name);
 }
 
 // At most two rounds. The second sends the PIN again if the modem did not answer what became of the first.

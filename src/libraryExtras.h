@@ -2,6 +2,7 @@
 #ifndef LIBRARYEXTRAS_H
 #define LIBRARYEXTRAS_H
 
+#include <cstddef>
 #include <utility>
 
 namespace libraryExtras {
@@ -19,6 +20,36 @@ template <typename Client, typename Notice> void onReconnection(Client&, Notice&
 template <typename Client, typename Notice> void onReconnection(Client& client, Notice&& notice)
 {
     onReconnection(client, std::forward<Notice>(notice), 0);
+}
+
+template <typename Client> auto isConnected(const Client& client, int) -> decltype(client.isConnected())
+{
+    return client.isConnected();
+}
+template <typename Client> bool isConnected(const Client&, long)
+{
+    return true;
+}
+
+/// Whether there is a connection; true where the client cannot say.
+template <typename Client> bool isConnected(const Client& client)
+{
+    return isConnected(client, 0);
+}
+
+template <typename Client> auto undelivered(const Client& client, int) -> decltype(client.undelivered())
+{
+    return client.undelivered();
+}
+template <typename Client> std::size_t undelivered(const Client&, long)
+{
+    return 0;
+}
+
+/// How many messages wait for the delivery thread; 0 where the client cannot say.
+template <typename Client> std::size_t undelivered(const Client& client)
+{
+    return undelivered(client, 0);
 }
 
 template <typename Logger> auto mayTrace(const Logger& logger, int) -> decltype(logger.writes(Logger::DEBUG))

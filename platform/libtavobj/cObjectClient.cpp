@@ -16,6 +16,16 @@ void cObjectClient::onReconnection(std::function<void()> notice)
     mConnection->onReconnection(std::move(notice));
 }
 
+bool cObjectClient::isConnected() const
+{
+    return mConnection->isConnected();
+}
+
+size_t cObjectClient::undelivered() const
+{
+    return mConnection->undelivered();
+}
+
 bool cObjectClient::start(const char* host, int port)
 {
     return mConnection->start(host, port);

@@ -2,6 +2,7 @@
 #ifndef COBJECTCLIENT_H
 #define COBJECTCLIENT_H
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -33,6 +34,11 @@ public:
     ///                the caller should then fetch what it has missed. It must return at once and not call the client.
     ///                Set it before start()
     void onReconnection(std::function<void()> notice);
+
+    /// Whether there is a connection. Any thread; takes no lock, like undelivered().
+    bool isConnected() const;
+    /// Messages that wait for the delivery thread; the one that it delivers is none of them.
+    size_t undelivered() const;
 
     /// Starts both threads and the first attempt to connect, without waiting for it.
     /// @return false if it was started before or a thread cannot be created

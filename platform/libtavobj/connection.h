@@ -11,6 +11,8 @@
 
 #include <asio.hpp>
 
+#include <atomic>
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -39,6 +41,8 @@ public:
     bool start(const char* host, int port);
     cObjectList* get(cObjectList* request);
     int set(const cObject& object);
+    bool isConnected() const { return m_socket >= 0; }
+    size_t undelivered() const { return m_delivery.undelivered(); }
 
 private:
     /// What a get() waits for; on its stack.
@@ -82,7 +86,7 @@ private:
     std::condition_variable m_changed;     // an answer is done, or the first attempt to connect has ended
     bool m_firstAttempt = false;           // it is under way
     bool m_unserved = false;               // a connection was lost or a get() failed: the next connection is announced
-    int m_socket = -1;                     // to send on; -1 without a connection
+    std::atomic<int> m_socket{-1};         // to send on; -1 without a connection
     uint32_t m_nextId = 1;                 // of a request
     std::map<uint32_t, Answer*> m_pending; // by id
     SendQueue m_unsent;                    // while it is not empty, the io thread waits for the socket or is about to

@@ -4,6 +4,7 @@
 
 #include "codec.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -29,6 +30,8 @@ public:
 
     /// For the io thread. @return false if a limit is exceeded: then all undelivered messages are dropped
     bool push(std::unique_ptr<tavcodec::Incoming> message);
+    /// Messages that the thread has yet to take. Any thread; takes no lock.
+    size_t undelivered() const { return m_undelivered; }
 
 private:
     void deliver();
@@ -37,7 +40,8 @@ private:
     std::mutex m_mutex;                        // guards the queue and m_stop; not held while a listener runs
     std::condition_variable m_arrived;
     std::deque<std::unique_ptr<tavcodec::Incoming>> m_queue;
-    size_t m_objects = 0; // in the queue's messages
+    size_t m_objects = 0;                 // in the queue's messages
+    std::atomic<size_t> m_undelivered{0}; // the queue's length, for those who look on
     bool m_stop = false;
     std::thread m_thread;
 };
