@@ -4,6 +4,7 @@
 #include "bench/Prompt.h"
 #include "bench/Sandbox.h"
 #include "bench/Tools.h"
+#include "bench/TracePrinter.h"
 #include "web/Desk.h"
 #include "web/Site.h"
 
@@ -14,36 +15,19 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
+constexpr unsigned kReading = 1; // seconds that a person needs for a note
+
 struct Wishes {
     std::string config, daemon;
-    double speed = 1;
+    bench::Pace pace;
     bool trace = false, log = false, narrate = false, stay = false;
 };
-
-const char* traceName(bench::Trace kind)
-{
-    static const char* const names[] = {"input", "output", "sms in", "sms out", "modem", "power", "log", "stdout"};
-    return names[static_cast<int>(kind)];
-}
-
-// Prints what happens as it happens, with the time since the start.
-void traceTo(bench::Card& card, const Wishes& wishes)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    card.onTrace([begin, wishes](bench::Trace kind, const std::string& text) {
-        const bool shown = kind == bench::Trace::Log         ? wishes.log
-                           : kind == bench::Trace::ModemTalk ? wishes.trace
-                                                             : true;
-        const std::chrono::duration<double> since = std::chrono::steady_clock::now() - begin;
-        if (shown)
-            printf("%9.3f %-7s %s\n", since.count(), traceName(kind), text.c_str());
-    });
-}
 
 bool readLines(const std::string& file, std::vector<std::string>& lines)
 {
@@ -75,8 +59,9 @@ void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench:
     number = lines.size();
     player.checkEnd();
     if (wishes.stay) {
-        traceTo(card, wishes);
-        bench::prompt(player);
+        const bench::TracePrinter trace(card, wishes.trace, wishes.log);
+        card.time().setRate(1);
+        bench::prompt(player, card.time());
     }
     card.checkSanitizers();
 }
@@ -109,15 +94,21 @@ int play(const std::string& file, const Wishes& wishes)
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
-    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
+    bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
+    std::optional<bench::TracePrinter> trace;
     if (wishes.trace || wishes.log)
-        traceTo(card, wishes);
+        trace.emplace(card, wishes.trace, wishes.log);
     size_t number = 0;
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
         bench::Player player(card, folder);
-        player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
+        const bool read = wishes.narrate && isatty(STDOUT_FILENO) != 0;
+        player.onNote([read](const std::string& text) {
+            printf("\n%s\n", text.c_str());
+            if (read)
+                sleep(kReading);
+        });
         if (wishes.narrate)
             player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
         perform(lines, wishes, card, player, number);
@@ -139,14 +130,14 @@ int converse(const Wishes& wishes)
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
-    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
-    traceTo(card, wishes);
+    bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
+    const bench::TracePrinter trace(card, wishes.trace, wishes.log);
     card.useFaults();
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
         bench::Player player(card, folder);
-        bench::prompt(player);
+        bench::prompt(player, card.time());
     } catch (const bench::Failure& failure) {
         fprintf(stderr, "tavbench: %s\n", failure.what());
         return 1;
@@ -188,7 +179,7 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
-    bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
+    bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
     const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
@@ -224,8 +215,10 @@ int main(int argc, char* argv[])
     app.add_option("--config", wishes.config, "folder that stands in for /etc/tav")->check(CLI::ExistingDirectory);
     app.add_option("--daemon", wishes.daemon, "the daemon to run, instead of the one beside this program")
         ->check(CLI::ExistingFile);
-    app.add_option("--speed", wishes.speed, "how many of the daemon's seconds pass in a real one")
-        ->check(CLI::Range(1.0, 60.0));
+    std::string speed;
+    app.add_option("--speed", speed,
+                   "how many of the daemon's seconds pass in a real one; 0 skips what only waits, as scenarios do; "
+                   "real leaves the clock to the machine");
     app.add_flag("--trace", wishes.trace, "print ports, SMS and AT traffic as they happen");
     app.add_flag("--narrate", wishes.narrate, "print what is done, what followed, and after how long");
     app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
@@ -241,6 +234,13 @@ int main(int argc, char* argv[])
         wishes.config = bench::absolute(wishes.config);
 
     const std::string where = takeWhere(web, files);
+    try {
+        const bool people = page->count() > 0 || files.empty();
+        wishes.pace = bench::parsePace(!speed.empty() ? speed : people ? "1" : "0");
+    } catch (const bench::Failure& failure) {
+        fprintf(stderr, "tavbench: %s\n", failure.what());
+        return 2;
+    }
     if (page->count() > 0 && files.size() <= 1)
         return showPage(where, files.empty() ? "" : files.front(), wishes);
     if (page->count() > 0) {

@@ -4,11 +4,11 @@
 #include "VelIdentifier.h"
 #include "libraryExtras.h"
 #include "properties.h"
-#include "scopedLock.h"
 #include "sleepWhole.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -63,13 +63,39 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
     mConn = new cIOpairs(mConfig_struct.ioPairFile);
     WList* connections = mConn->getConnectionLst();
     if (connections != nullptr) {
-        ScopedLock evaluation(mEvaluationMutex);
+        const Evaluating evaluation(*this);
         delete mConnLst;
         mConnLst = connections;
     }
 }
 
 GSMIOmanager::~GSMIOmanager() = default;
+
+void GSMIOmanager::debug(const char* format, ...)
+{
+    if (!libraryExtras::mayTrace(static_cast<const cWlog&>(*this)))
+        return;
+    va_list arguments;
+    va_start(arguments, format);
+    LaterLog::add(*this, DEBUG, format, arguments);
+    va_end(arguments);
+}
+
+void GSMIOmanager::info(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    LaterLog::add(*this, INFO, format, arguments);
+    va_end(arguments);
+}
+
+void GSMIOmanager::warn(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    LaterLog::add(*this, WARN, format, arguments);
+    va_end(arguments);
+}
 
 void GSMIOmanager::connectTo(const char* host, int port)
 {
@@ -132,7 +158,7 @@ void GSMIOmanager::run()
     debug("After Threading\n");
 
     {
-        ScopedLock evaluation(mEvaluationMutex); // the delivery thread may be walking the same lists, too
+        const Evaluating evaluation(*this); // the delivery thread may be walking the same lists, too
         mConnLst->reset();
         while (auto* connection = static_cast<tavConnection*>(mConnLst->get())) {
             update_lable_list(connection->getTrigger(), true);
@@ -155,7 +181,7 @@ void GSMIOmanager::attachSendRequestQueue()
 {
     auto* queue = new cGsmQManager();
     queue->subscribe(this);
-    ScopedLock evaluation(mEvaluationMutex);
+    const Evaluating evaluation(*this);
     mSmsQHandler = queue;
 }
 

@@ -15,7 +15,9 @@
 #include "enum_list.h"
 #include "fairMutex.h"
 #include "gsmMessageInfo.h"
+#include "laterLog.h"
 #include "portIndex.h"
+#include "scopedLock.h"
 #include "tavConnection.h"
 #include "tavTrigger.h"
 
@@ -131,6 +133,20 @@ public:
                         Gsm* gsmObj);
 
 protected:
+    /// Holds the evaluation mutex for a block. Lines that the thread logs meanwhile are written after the release.
+    class Evaluating {
+    public:
+        explicit Evaluating(GSMIOmanager& manager) : m_lines(manager), m_lock(manager.mEvaluationMutex) {}
+
+    private:
+        LaterLog m_lines;
+        ScopedLock<FairMutex> m_lock;
+    };
+    // Like the logger's, but usable while Evaluating.
+    void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void info(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    void warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
     /// Makes and starts the client, with the manager as its listener. Messages may arrive from then on.
     void connectTo(const char* host, int port);
     void handle_event(cObjectList* rx_msg);

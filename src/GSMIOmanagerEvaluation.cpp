@@ -2,7 +2,6 @@
 #include "GSMIOmanager.h"
 
 #include "libraryExtras.h"
-#include "scopedLock.h"
 #include "smsSendRequestEvent.h"
 
 namespace {
@@ -26,7 +25,7 @@ cObject::eObjectIOState targetState(GSMIOmanager::eTrigState state, cObject::eOb
 // A pending request covers this evaluation, too: the GSM handler evaluates when it serves the request.
 void GSMIOmanager::check_trigger_values()
 {
-    ScopedLock evaluation(mEvaluationMutex);
+    const Evaluating evaluation(*this);
     mConnLst->reset();
     for (uint16_t i = mConnLst->size(); i > 0; --i) {
         if (auto* connection = static_cast<tavConnection*>(mConnLst->get()))

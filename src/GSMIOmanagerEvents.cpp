@@ -63,7 +63,7 @@ void GSMIOmanager::updateInput(cObjectEvent* event)
     debug("Got MSG_EVT:EVENT_PORT Serial=0x%08X,port=%d,port_type=%d,almstat=%s", event->getDeviceSerial(),
           event->getPortId(), event->getObjectType(), word(event->getStatus() == cObject::OBJ_STATUS_ALARM_SET));
 
-    ScopedLock evaluation(mEvaluationMutex);
+    const Evaluating evaluation(*this);
     ScopedLock lists(mPortListMutex);
     cObjectPort* port = mInputIndex.isOf(mTriggerPorts)
                             ? mInputIndex.find(event->getDeviceSerial(), event->getPortId(), event->getObjectType())

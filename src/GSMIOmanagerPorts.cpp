@@ -89,7 +89,7 @@ void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
 // refresh. It costs nothing: an evaluation's first look-up waits for the refresh anyway.
 void GSMIOmanager::update_lists()
 {
-    ScopedLock evaluation(mEvaluationMutex);
+    const Evaluating evaluation(*this);
     cObjectList replaced;
     {
         ScopedLock lists(mPortListMutex);

@@ -3,7 +3,6 @@
 
 #include "GSM.h"
 #include "maskedNumber.h"
-#include "scopedLock.h"
 #include "sms.h"
 
 #include <cstdio>
@@ -246,7 +245,7 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumera
             sendAlarms(action->getLabel(), gsmInfoList, gsmObj);
         return;
     }
-    ScopedLock evaluation(mEvaluationMutex);
+    const Evaluating evaluation(*this);
     driveOutput(state, action, true);
 }
 

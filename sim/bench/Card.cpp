@@ -20,6 +20,7 @@ namespace {
 constexpr char kModemLink[] = "/etc/tav/modem";
 constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
 constexpr char kFaultPage[] = "/etc/tav/.fault-page";
+constexpr char kClockPage[] = "/etc/tav/.clock-page";
 constexpr char kGpioReport[] = "/etc/tav/.gpio-report";
 constexpr uint16_t kServerPort = 60000;
 
@@ -69,13 +70,13 @@ std::string readFile(const std::string& path)
     return content.str();
 }
 
-Card::Card(Tools tools) : m_tools(std::move(tools))
+Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move(tools))
 {
     m_modemOptions.pin = "1357";
     m_modemOptions.link = kModemLink;
-    // The daemon looks at an exchange when it has sent the command and once a second from then on. An answer that
-    // begins a fifth into its second has come whole when it looks, though the threads on both sides be slow.
-    m_modemOptions.delay = real(Milliseconds(200));
+    // The daemon looks at an exchange when it has sent the command and once a second from then on: an answer that
+    // begins a fifth into its second has come whole when it looks.
+    m_modemOptions.delay = Milliseconds(200);
     m_settings.program = m_tools.daemon;
     sim::Tavd::Manners mean; // what no daemon may rely on, no scenario gives it unasked
     mean.reversed = true;
@@ -85,15 +86,25 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
     m_server.onChange([this](const sim::Port& port) {
         if (m_portListener)
             m_portListener(port);
-        if (port.output)
+        if (port.output) {
+            {
+                std::lock_guard<std::mutex> lock(m_drivenMutex);
+                m_driven[port.label] = Time::real();
+            }
             trace(Trace::Output,
                   port.label + ' ' + sim::stateWord(port.state) + (port.toggled == 4 ? "" : " (not by the daemon)"));
-        else
+        } else {
             trace(Trace::Input, port.label + ' ' + sim::statusWord(port.status));
+        }
     });
     m_daemon.onLine([this](bool standardOutput, const std::string& line) {
         trace(standardOutput ? Trace::StandardOutput : Trace::Log, line);
     });
+    m_time.onStill([this] {
+        if (m_modem)
+            m_modem->flush();
+    });
+    m_time.onMove([this] { return m_faults.interrupt(); });
     setModel(true);
 }
 
@@ -114,9 +125,11 @@ void Card::trace(Trace kind, const std::string& text) const
         m_trace(kind, text);
 }
 
-Milliseconds Card::real(Milliseconds daemons) const
+Nanoseconds Card::lastDriven(const std::string& label) const
 {
-    return Milliseconds(static_cast<Milliseconds::rep>(static_cast<double>(daemons.count()) / m_tools.speed));
+    std::lock_guard<std::mutex> lock(m_drivenMutex);
+    const auto found = m_driven.find(label);
+    return found != m_driven.end() ? found->second : 0;
 }
 
 void Card::setModel(bool tavLite)
@@ -259,6 +272,7 @@ void Card::start()
     const std::string wrong = m_daemon.start(m_settings);
     if (!wrong.empty())
         throw Failure(m_tools.daemon + ": " + wrong);
+    m_time.watch(m_daemon.process());
     m_started = true;
 }
 
@@ -290,18 +304,12 @@ void Card::listenToGpio()
 // What the daemon finds in its environment: the libraries to be preloaded, and what they ask for.
 std::vector<std::string> Card::environment()
 {
-    std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + kGpioReport};
+    std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + kGpioReport, m_time.variable()};
     if (!m_gpioTable.empty()) {
         writeConfigFile(".gpio-table", m_gpioTable);
         variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
     }
-    std::string preload = m_tools.libraries + "/libveliosim.so";
-    if (m_tools.speed != 1) {
-        preload = m_tools.libraries + "/libwaitshim.so:/usr/$LIB/faketime/libfaketimeMT.so.1:" + preload;
-        std::ostringstream rate;
-        rate << "FAKETIME=+0 x" << m_tools.speed;
-        variables.push_back(rate.str());
-    }
+    std::string preload = m_tools.libraries + "/libbenchclock.so:" + m_tools.libraries + "/libveliosim.so";
     // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
     const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
     m_findsLeaks = !addressSanitizer.empty();

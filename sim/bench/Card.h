@@ -5,6 +5,7 @@
 #include "bench/Daemon.h"
 #include "bench/Faults.h"
 #include "bench/Scenario.h"
+#include "bench/Time.h"
 #include "bench/Tools.h"
 #include "modem/ModemSim.h"
 #include "tavd/Tavd.h"
@@ -19,8 +20,8 @@
 
 namespace bench {
 
-/// What a line of the trace is about.
-enum class Trace { Input, Output, SmsIn, SmsOut, ModemTalk, Power, Log, StandardOutput };
+/// What a line of the trace is about: causes before what they cause.
+enum class Trace { Input, SmsIn, Power, ModemTalk, SmsOut, Output, StandardOutput, Log };
 
 /// A pulse of the modem's power pin, in the daemon's time.
 struct Pulse {
@@ -28,10 +29,11 @@ struct Pulse {
     int pin;
 };
 
-/// Threads: the bench's thread calls everything; the trace listener is called by the simulators' threads too.
+/// Threads: the thread that makes it calls everything, and moves the clock; the trace listener is called by the
+/// simulators' threads too.
 class Card {
 public:
-    explicit Card(Tools tools);
+    Card(Tools tools, Pace pace);
     ~Card();
     Card(const Card&) = delete;
     Card& operator=(const Card&) = delete;
@@ -84,7 +86,7 @@ public:
     /// @throws Failure before the modem is there
     ModemSim& modem();
     size_t commandCount() const { return m_modem ? m_modem->commands().size() : 0; }
-    size_t sentCount() const { return m_modem ? m_modem->sent().size() : 0; }
+    size_t sentCount() const { return m_modem ? m_modem->sentCount() : 0; }
     Daemon& daemon() { return m_daemon; }
     /// Works after useFaults().
     Faults& faults() { return m_faults; }
@@ -95,8 +97,9 @@ public:
     std::vector<Pulse> pulses() const;
     size_t levelWrites() const;
 
-    /// Real time for a time of the daemon's.
-    Milliseconds real(Milliseconds daemons) const;
+    Time& time() { return m_time; }
+    /// When output @p label was last driven, by the machine's clock; 0: never.
+    Nanoseconds lastDriven(const std::string& label) const;
 
 private:
     void startModem();
@@ -107,6 +110,7 @@ private:
     void readGpioReport();
     void trace(Trace kind, const std::string& text) const;
 
+    Time m_time; // made before and destroyed after all that has threads
     Tools m_tools;
     std::function<void(Trace, const std::string&)> m_trace;
     std::function<void(const sim::Port&)> m_portListener;
@@ -122,6 +126,9 @@ private:
     std::unique_ptr<ModemSim> m_modem;
     Daemon m_daemon;
     Faults m_faults;
+
+    mutable std::mutex m_drivenMutex; // guards when each output was driven
+    std::map<std::string, Nanoseconds> m_driven;
 
     std::mutex m_killMutex; // guards what the daemon is to be killed at; empty: nothing
     std::string m_killAt;

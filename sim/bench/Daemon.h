@@ -36,6 +36,7 @@ public:
     /// The descriptors that it may have from now on; those it has it keeps.
     void limitDescriptors(long most) const;
     bool running();
+    pid_t process() const { return m_pid; }
     /// How it ended by itself, for people.
     std::string ending() const { return m_ending; }
     void type(const std::string& text) const; ///< to its standard input

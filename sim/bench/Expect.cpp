@@ -9,7 +9,7 @@ namespace bench {
 namespace {
 
 constexpr Milliseconds kUsualLimit{60000}; // of the daemon's time, where a line names none
-constexpr Milliseconds kLeastReal{25000};  // a shared machine may be slow: no deadline is nearer than this
+constexpr Milliseconds kLeastReal{25000};  // no deadline is nearer where the clock is the machine's: it may be slow
 
 std::string quoted(const std::string& text)
 {
@@ -21,32 +21,37 @@ std::string quoted(const std::string& text)
 void Player::until(Milliseconds limit, const std::function<bool()>& holds,
                    const std::function<std::string()>& otherwise)
 {
-    const auto end = std::chrono::steady_clock::now() + std::max(m_card.real(limit), kLeastReal);
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() >= end)
+    Time& time = m_card.time();
+    const auto end = Time::Clock::now() + (time.machines() ? std::max(limit, kLeastReal) : limit);
+    for (time.settle(); !holds(); time.pass(end)) {
+        if (Time::Clock::now() >= end)
             throw Failure(otherwise());
-        std::this_thread::sleep_for(Milliseconds(5));
     }
 }
 
 void Player::throughout(Milliseconds time, const std::function<bool()>& holds,
                         const std::function<std::string()>& otherwise)
 {
-    const auto end = std::chrono::steady_clock::now() + m_card.real(time);
+    const auto end = Time::Clock::now() + time;
+    m_card.time().settle();
     do {
         if (!holds())
             throw Failure(otherwise());
-        std::this_thread::sleep_for(Milliseconds(5));
-    } while (std::chrono::steady_clock::now() < end);
+        m_card.time().pass(end);
+    } while (Time::Clock::now() < end);
 }
 
-void Player::met(const std::string& what, std::chrono::steady_clock::time_point when) const
+// Where no time of the card's has passed, the machine's is told: what the daemon computed.
+void Player::met(const std::string& what, Nanoseconds when)
 {
-    if (!m_met)
-        return;
+    const std::chrono::duration<double> passed = Time::Clock::now() - m_markTime;
     char took[40];
-    snprintf(took, sizeof took, "%.1f ms", std::chrono::duration<double, std::milli>(when - m_markTime).count());
-    m_met(what + ", after " + took);
+    if (passed.count() > 0)
+        snprintf(took, sizeof took, "%.1f s", passed.count());
+    else
+        snprintf(took, sizeof took, "%.1f ms", static_cast<double>(when - m_markReal) / 1e6);
+    if (m_met)
+        m_met(what + ", after " + took);
 }
 
 void Player::expect(Words& words)
@@ -110,11 +115,9 @@ void Player::expectOutput(Words& words)
     if (forTime)
         return throughout(*forTime, holds, otherwise);
     until(within.value_or(kUsualLimit), holds, otherwise);
-    const std::vector<sim::Tavd::Write> writes = m_card.server().writes();
-    const auto last = std::find_if(writes.rbegin(), writes.rend(),
-                                   [&](const sim::Tavd::Write& write) { return write.label == label; });
-    if (last != writes.rend() && last->time >= m_markTime)
-        met("output " + label + ' ' + sim::stateWord(state), last->time);
+    const Nanoseconds driven = m_card.lastDriven(label);
+    if (driven >= m_markReal)
+        met("output " + label + ' ' + sim::stateWord(state), driven);
 }
 
 // log|stdout "TEXT" [COUNT times] [within TIME]; no log "TEXT" [for TIME]
@@ -168,7 +171,7 @@ void Player::expectSent(Words& words, bool wanted)
         return throughout(
             forTime.value_or(Milliseconds(0)), [&] { return !found(); }, list);
     until(within.value_or(kUsualLimit), found, [&] { return "no such reply; " + list(); });
-    met("SMS to " + number + ' ' + quoted(text), std::chrono::steady_clock::now());
+    met("SMS to " + number + ' ' + quoted(text), Time::real());
 }
 
 // places empty | places N [N...] (those that hold a message) [within TIME]
@@ -268,7 +271,7 @@ void Player::expectPass(Words& words)
     until(within.value_or(kUsualLimit), passed, [] { return std::string("no SMS pass has begun and ended"); });
 }
 
-// cpu below PERCENT for TIME: of one core, in real time
+// cpu below PERCENT for TIME: of one core, had the time been real
 void Player::expectCpu(Words& words)
 {
     const auto forTime = words.takeTime("for");
@@ -277,7 +280,8 @@ void Player::expectCpu(Words& words)
     const long percent = words.number("a percentage", 1, 100);
     const Milliseconds time = forTime.value_or(Milliseconds(5000));
     const double before = m_card.daemon().cpuSeconds();
-    std::this_thread::sleep_for(time);
+    throughout(
+        time, [] { return true; }, nullptr);
     const double used = (m_card.daemon().cpuSeconds() - before) * 100000 / static_cast<double>(time.count());
     if (used >= static_cast<double>(percent))
         throw Failure("the daemon used " + std::to_string(used) + " percent of a core");

@@ -1,12 +1,12 @@
 #include "bench/Faults.h"
 
 #include "bench/Scenario.h"
+#include "bench/Time.h"
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <new>
@@ -15,12 +15,6 @@
 #include <unistd.h>
 
 namespace bench {
-
-Faults::~Faults()
-{
-    if (prepared())
-        setSignals(false);
-}
 
 void Faults::prepare(const std::string& path)
 {
@@ -51,27 +45,10 @@ void Faults::daemonEnds()
         page().ready = 0;
 }
 
-void Faults::setSignals(bool on)
-{
-    page().interrupts = on ? 1 : 0;
-    m_signalling = false;
-    if (m_signaller.joinable())
-        m_signaller.join();
-    if (!on)
-        return;
-    m_signalling = true;
-    m_signaller = std::thread([this] {
-        while (m_signalling) {
-            signalThreads();
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-}
-
 // Nothing before the library has said that it takes the signal.
-void Faults::signalThreads() const
+bool Faults::interrupt() const
 {
-    const pid_t daemon = m_page->ready;
+    const pid_t daemon = prepared() && m_page->interrupts != 0 ? m_page->ready.load() : 0;
     DIR* threads = daemon > 0 ? opendir(("/proc/" + std::to_string(daemon) + "/task").c_str()) : nullptr;
     while (const dirent* thread = threads != nullptr ? readdir(threads) : nullptr) {
         const long id = strtol(thread->d_name, nullptr, 10);
@@ -80,16 +57,7 @@ void Faults::signalThreads() const
     }
     if (threads != nullptr)
         closedir(threads);
-}
-
-void Faults::setClock(const std::string& date)
-{
-    tm day{};
-    const char* end = strptime(date.c_str(), "%Y-%m-%d", &day);
-    if (end == nullptr || *end != '\0')
-        throw Failure("a date is YEAR-MONTH-DAY, not " + date);
-    day.tm_hour = 12;
-    page().clockOffset = timegm(&day) - time(nullptr);
+    return daemon > 0;
 }
 
 bool Faults::withoutLeaks(std::chrono::seconds limit)
@@ -97,11 +65,11 @@ bool Faults::withoutLeaks(std::chrono::seconds limit)
     if (page().ready == 0)
         return true;
     page().leakCheck = FaultPage::Asked;
-    const auto end = std::chrono::steady_clock::now() + limit;
+    const Nanoseconds end = Time::real() + std::chrono::nanoseconds(limit).count();
     while (page().leakCheck == FaultPage::Asked) {
-        if (std::chrono::steady_clock::now() >= end)
+        if (Time::real() >= end)
             throw Failure("the daemon does not look for leaks");
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        usleep(10000); // real time, for nobody moves the bench's
     }
     return page().leakCheck == FaultPage::Clean;
 }

@@ -4,10 +4,8 @@
 
 #include "velio/faultPage.h"
 
-#include <atomic>
 #include <chrono>
 #include <string>
-#include <thread>
 
 namespace bench {
 
@@ -15,7 +13,7 @@ namespace bench {
 class Faults {
 public:
     Faults() = default;
-    ~Faults();
+    ~Faults() = default;
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
 
@@ -25,13 +23,14 @@ public:
     /// The daemon is no more: nothing is sent to a process of its number.
     void daemonEnds();
 
-    /// Every thread of the daemon gets a signal each millisecond. @throws Failure, as those below, unless prepared
-    void setSignals(bool on);
+    /// Calls are interrupted, and every thread gets a signal whenever interrupt() is called. @throws Failure, as those
+    /// below, unless prepared
+    void setSignals(bool on) { page().interrupts = on ? 1 : 0; }
+    /// @return whether signals are on
+    bool interrupt() const;
     void setShortWrites(bool on) { page().shortWrites = on ? 1 : 0; }
     /// So many commands to the modem go out half.
     void cutSerialWrites(long writes) { page().shortSerial = static_cast<uint32_t>(writes); }
-    /// The daemon's time of day is noon of a date "2031-06-15" (UTC) from now on. @throws Failure
-    void setClock(const std::string& date);
     /// How often a call was interrupted or cut short by the library, real signals apart.
     uint32_t done() { return page().done; }
     /// In a daemon with the address sanitizer: looks for leaks and reports them on its standard error.
@@ -40,11 +39,8 @@ public:
 
 private:
     FaultPage& page();
-    void signalThreads() const;
 
     FaultPage* m_page = nullptr;
-    std::atomic<bool> m_signalling{false};
-    std::thread m_signaller;
 };
 
 } // namespace bench

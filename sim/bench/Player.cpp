@@ -81,6 +81,7 @@ void Player::obey(const std::string& line)
     if (words.empty())
         return;
     const Verb& verb = findVerb(words.next("a command"));
+    m_card.time().settle();
     if (verb.acts && m_lastExpected)
         mark();
     if (verb.acts)
@@ -97,7 +98,8 @@ void Player::mark()
     m_markPulses = m_card.pulses().size();
     m_markSent = m_card.sentCount();
     m_markCommands = m_card.commandCount();
-    m_markTime = std::chrono::steady_clock::now();
+    m_markTime = Time::Clock::now();
+    m_markReal = Time::real();
 }
 
 std::string Player::file(const std::string& name) const
@@ -207,7 +209,7 @@ void Player::serverAnswers(Words& words)
     if (!words.take("after"))
         throw Failure("server answers after TIME");
     sim::Tavd::Manners manners = m_card.server().manners();
-    manners.answerDelay = m_card.real(words.time("a time"));
+    manners.answerDelay = words.time("a time");
     m_card.server().setManners(manners);
 }
 
@@ -300,7 +302,7 @@ void Player::modemBefore(Words& words, const std::string& what)
     } else if (what == "chunk")
         options.chunk = static_cast<size_t>(words.number("bytes", 0, 1000));
     else if (what == "delay")
-        options.delay = m_card.real(words.time("a delay"));
+        options.delay = words.time("a delay");
     else if (what == "store")
         m_card.storeBeforeStart(storedSms(words));
     else
@@ -327,7 +329,7 @@ void Player::modemNow(Words& words, const std::string& what)
     if (what == "silent")
         modem.setSilent(words.oneOf("silent", {"on", "off"}) == 0);
     else if (what == "delay")
-        modem.setDelay(m_card.real(words.time("a delay")));
+        modem.setDelay(words.time("a delay"));
     else if (what == "echo")
         modem.setEcho(words.oneOf("echo", {"on", "off"}) == 0);
     else if (what == "chunk")
@@ -394,7 +396,7 @@ void Player::modemReact(Words& words)
     else if (words.take("error"))
         reaction = modemsim::Reaction::line("ERROR");
     else if (words.take("late"))
-        reaction = modemsim::Reaction::late(m_card.real(words.time("a time")));
+        reaction = modemsim::Reaction::late(words.time("a time"));
     else
         reaction = modemsim::Reaction::line(words.next("a line"));
     const int times = words.take("always") ? modemsim::kForEver
@@ -438,7 +440,7 @@ void Player::limit(Words& words)
 
 void Player::clock(Words& words)
 {
-    m_card.faults().setClock(words.next("a date"));
+    m_card.time().setDay(words.next("a date"));
 }
 
 void Player::shortWrites(Words& words)
@@ -475,7 +477,8 @@ void Player::note(Words& words)
 
 void Player::wait(Words& words)
 {
-    std::this_thread::sleep_for(m_card.real(words.time("a time")));
+    throughout(
+        words.time("a time"), [] { return true; }, nullptr);
 }
 
 } // namespace bench

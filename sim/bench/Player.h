@@ -88,7 +88,7 @@ private:
     void expectServer(Words& words);
 
     void mark();
-    void met(const std::string& what, std::chrono::steady_clock::time_point when) const;
+    void met(const std::string& what, Nanoseconds when);
     std::string file(const std::string& name) const;
     /// Waits for @p holds; @throws Failure with @p otherwise when the deadline (of the daemon's time) passes.
     void until(Milliseconds limit, const std::function<bool()>& holds, const std::function<std::string()>& otherwise);
@@ -99,7 +99,8 @@ private:
     Card& m_card;
     std::string m_folder;
     std::function<void(const std::string&)> m_note, m_met;
-    std::chrono::steady_clock::time_point m_markTime;
+    Time::Clock::time_point m_markTime;
+    Nanoseconds m_markReal = 0; // by the machine's clock
     bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
     size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
     bool m_mayBeGone = false; // the daemon was expected to end by itself

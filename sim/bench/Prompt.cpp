@@ -30,6 +30,15 @@ char** complete(const char* begun, int start, int /*end*/)
     return start == 0 ? rl_completion_matches(begun, nextVerb) : nullptr;
 }
 
+Time* passing = nullptr;
+
+// Called by the library while it waits for a key.
+int keepPace()
+{
+    passing->keepPace();
+    return 0;
+}
+
 void help()
 {
     for (const Verb& verb : Player::verbs())
@@ -39,8 +48,10 @@ void help()
 
 } // namespace
 
-void prompt(Player& player)
+void prompt(Player& player, Time& time)
 {
+    passing = &time;
+    rl_event_hook = keepPace;
     rl_attempted_completion_function = complete;
     printf("The card's commands; help lists them, quit ends.\n");
     while (char* typed = readline(isatty(0) != 0 ? "tavbench> " : "")) {

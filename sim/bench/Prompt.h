@@ -6,7 +6,7 @@
 namespace bench {
 
 /// Reads commands from the terminal, with history and completion, until its end or `quit`.
-void prompt(Player& player);
+void prompt(Player& player, Time& time);
 
 } // namespace bench
 

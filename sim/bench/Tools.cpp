@@ -31,11 +31,10 @@ std::string absolute(const std::string& path)
     return result;
 }
 
-Tools findTools(const std::string& daemon, double speed)
+Tools findTools(const std::string& daemon)
 {
     Tools tools;
     const std::string folder = ownFolder();
-    tools.speed = speed;
     tools.daemon = !daemon.empty() ? absolute(daemon) : folder + "/telnodriver";
     if (access(tools.daemon.c_str(), X_OK) != 0)
         tools.daemon = "/usr/sbin/telnodriver";

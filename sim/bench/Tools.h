@@ -6,16 +6,15 @@
 
 namespace bench {
 
-/// The daemon and the preloaded libraries, and how fast the daemon's waits run.
+/// The daemon and the preloaded libraries.
 struct Tools {
     std::string daemon;
-    std::string libraries; ///< folder of libveliosim.so, libwaitshim.so and libfaultshim.so
-    double speed = 1;      ///< the daemon's seconds in a real one
+    std::string libraries; ///< folder of libveliosim.so, libbenchclock.so and libfaultshim.so
 };
 
 /// From the folder that this program stands in, be it a build folder or an installation. @param daemon another one than
 /// the one found there, unless empty
-Tools findTools(const std::string& daemon, double speed);
+Tools findTools(const std::string& daemon);
 
 /// The path without "." and links, or as it was where it does not exist.
 std::string absolute(const std::string& path);

@@ -254,6 +254,11 @@ void ModemSim::hangUp()
     m_impl->hangUp();
 }
 
+void ModemSim::flush()
+{
+    m_impl->ask([this] { return m_impl->pty.flush(); });
+}
+
 void ModemSim::plugIn()
 {
     m_impl->change([this] {

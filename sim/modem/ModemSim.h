@@ -125,12 +125,15 @@ public:
     /// The terminal goes away as an unplugged modem does: its users read end of file, writes fail, a link stays
     /// dangling.
     void hangUp();
+    /// What was written at either end of the terminal has come to the other when this returns.
+    void flush();
     /// A new terminal after hangUp(), the link points to it; users must open it again. Powered as it was.
     void plugIn();
 
     // ---- what happened ----
 
     std::vector<SentSms> sent() const;
+    std::size_t sentCount() const;
     /// Every line in both directions since the start, oldest first; the newest 100,000 are kept.
     std::vector<TrafficLine> traffic() const;
     /// Command lines (and SMS texts) that begin with @p prefix.

@@ -7,6 +7,11 @@
 
 // ---- what happened ----
 
+std::size_t ModemSim::sentCount() const
+{
+    return m_impl->ask([this] { return m_impl->me.sent.size(); });
+}
+
 std::vector<ModemSim::SentSms> ModemSim::sent() const
 {
     return m_impl->ask([this] { return m_impl->me.sent; });
@@ -56,7 +61,7 @@ void ModemSim::clearRecord()
 
 bool ModemSim::waitForSent(std::size_t messages, milliseconds patience) const
 {
-    return waitUntil([&] { return sent().size() >= messages; }, patience);
+    return waitUntil([&] { return sentCount() >= messages; }, patience);
 }
 
 bool ModemSim::waitForSent(const std::string& number, const std::string& text, milliseconds patience) const

@@ -10,12 +10,6 @@
 
 using modemsim::Clock;
 
-namespace {
-
-constexpr ModemSim::milliseconds kUserPoll{10}; // how often a terminal that nobody has open is looked at
-
-} // namespace
-
 ModemSim::Impl::Impl(Options options) : pty(options.link), me(options), key(options)
 {
     me.say = [this](milliseconds after, const std::string& line) { say(after, line); };
@@ -124,16 +118,14 @@ void ModemSim::Impl::wait(std::unique_lock<std::mutex>& lock)
     if (const auto due = outbox.due(); due && !terminalFull) {
         until = std::min(until, *due);
     }
-    if (pty.isOpen() && !hasUser) {
-        until = std::min<TimePoint>(until, now + kUserPoll);
-    }
     if (input.backlog() > 0 && !outbox.replying()) {
         until = now;
     }
     const bool mayRead = input.backlog() < modemsim::kMostBacklog;
     const auto events = static_cast<short>((mayRead ? POLLIN : 0) | (terminalFull ? POLLOUT : 0));
-    pollfd fds[] = {{wakeFd, POLLIN, 0}, {pty.fd(), events, 0}};
-    const nfds_t count = pty.isOpen() && hasUser ? 2 : 1;
+    const pollfd terminal = hasUser ? pollfd{pty.fd(), events, 0} : pollfd{pty.usersFd(), POLLIN, 0};
+    pollfd fds[] = {{wakeFd, POLLIN, 0}, terminal};
+    const nfds_t count = pty.isOpen() ? 2 : 1;
     const auto left = std::chrono::ceil<milliseconds>(until - now).count();
     lock.unlock();
     if (poll(fds, count, static_cast<int>(std::max<decltype(left)>(left, 0))) > 0 && (fds[0].revents & POLLIN) != 0) {
@@ -172,6 +164,7 @@ void ModemSim::Impl::followTerminal()
         input.reset();
         outbox.clear();
     }
+    pty.forgetUsers();
     const bool user = pty.hasUser();
     if (hasUser && !user && pty.isOpen()) {
         pty.forgetUnread();

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/inotify.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <termios.h>
@@ -56,6 +58,7 @@ void Pty::open()
     m_device = name;
     try {
         makeRaw();
+        watchUsers();
         replaceLink();
     } catch (...) {
         hangUp();
@@ -67,7 +70,23 @@ void Pty::hangUp()
 {
     if (m_fd != -1) {
         close(m_fd);
-        m_fd = -1;
+        close(m_users);
+        m_fd = m_users = -1;
+    }
+}
+
+void Pty::watchUsers()
+{
+    m_users = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (m_users == -1 || inotify_add_watch(m_users, m_device.c_str(), IN_OPEN | IN_CLOSE) == -1) {
+        fail(errno, m_device);
+    }
+}
+
+void Pty::forgetUsers() const
+{
+    char events[4096];
+    while (m_users != -1 && ::read(m_users, events, sizeof events) > 0) {
     }
 }
 
@@ -124,6 +143,18 @@ bool Pty::hasUser() const
 {
     pollfd state{m_fd, POLLOUT, 0};
     return m_fd != -1 && poll(&state, 1, 0) >= 0 && (state.revents & POLLHUP) == 0;
+}
+
+// A terminal's bytes are handed to the other end by a thread of the kernel; a look for them at that end waits for it.
+void Pty::flush() const
+{
+    const int user = hasUser() ? ioctl(m_fd, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1;
+    pollfd ends[] = {{m_fd, POLLIN, 0}, {user, POLLIN, 0}};
+    (void)!poll(ends, 2, 0);
+    if (user != -1) {
+        close(user);
+        forgetUsers(); // that was us
+    }
 }
 
 void Pty::forgetUnread()

@@ -19,9 +19,12 @@ public:
     void open();   ///< a new terminal, and the link to it
     void hangUp(); ///< closes it: its users read end of file; the link stays
     bool isOpen() const { return m_fd != -1; }
-    int fd() const { return m_fd; } ///< borrowed, -1 when hung up
-    bool hasUser() const;           ///< somebody has the terminal open
-    void forgetUnread();            ///< drops what was written and never read, as a port does that nobody has open
+    int fd() const { return m_fd; }         ///< borrowed, -1 when hung up
+    bool hasUser() const;                   ///< somebody has the terminal open
+    int usersFd() const { return m_users; } ///< borrowed; readable when somebody has opened or closed it, until...
+    void forgetUsers() const;               ///< ... this
+    void flush() const;                     ///< what was written at either end has come to the other, though unread
+    void forgetUnread(); ///< drops what was written and never read, as a port does that nobody has open
 
     std::string read();                          ///< what is there now, at most 4096 bytes; empty: nothing
     std::size_t write(const std::string& bytes); ///< bytes taken; 0: the terminal is full or nobody listens
@@ -32,10 +35,12 @@ private:
     void makeRaw() const;
     void replaceLink() const;
     void removeLink() const;
+    void watchUsers();
 
     const std::string m_link;
     std::string m_device;
     int m_fd = -1;
+    int m_users = -1; // inotify
 };
 
 } // namespace modemsim

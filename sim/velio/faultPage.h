@@ -15,7 +15,6 @@ struct FaultPage {
     std::atomic<std::uint32_t> shortSerial; ///< so many writes to a terminal take half; counted down by the library
     std::atomic<std::uint32_t> done;        ///< faults that were put into calls so far; by the library
     std::atomic<std::uint32_t> leakCheck;   ///< LeakCheck: Asked by the bench, the answer by the library
-    std::atomic<std::int64_t> clockOffset;  ///< seconds that the time of day is ahead
 };
 
 #endif

@@ -5,7 +5,7 @@
 // because a pipe has room or a byte is there, are interrupted here instead. In a daemon with the address sanitizer
 // a thread of this library looks for leaks when the bench asks.
 //
-// Like its neighbours it allocates nothing, so that it lives with sanitizers and libfaketime.
+// Like its neighbours it allocates nothing, so that it lives with sanitizers.
 #undef _FORTIFY_SOURCE
 #undef _FILE_OFFSET_BITS
 #undef _TIME_BITS
@@ -23,7 +23,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/sysmacros.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
@@ -158,31 +157,4 @@ EXPORTED ssize_t read(int fd, void* bytes, size_t length)
     if (page->interrupts != 0 && interrupted(kindOf(fd)))
         return -1;
     return next(known, "read")(fd, bytes, length);
-}
-
-EXPORTED int clock_gettime(clockid_t clock, timespec* time) noexcept
-{
-    static std::atomic<int (*)(clockid_t, timespec*)> known;
-    const int result = next(known, "clock_gettime")(clock, time);
-    if (result == 0 && (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE))
-        time->tv_sec += static_cast<time_t>(page->clockOffset);
-    return result;
-}
-
-EXPORTED int gettimeofday(timeval* time, void* zone) noexcept
-{
-    static std::atomic<int (*)(timeval*, void*)> known;
-    const int result = next(known, "gettimeofday")(time, zone);
-    if (result == 0)
-        time->tv_sec += static_cast<time_t>(page->clockOffset);
-    return result;
-}
-
-EXPORTED time_t time(time_t* result) noexcept
-{
-    static std::atomic<time_t (*)(time_t*)> known;
-    const time_t now = next(known, "time")(nullptr) + static_cast<time_t>(page->clockOffset);
-    if (result != nullptr)
-        *result = now;
-    return now;
 }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t kMostJobs = 200;
 constexpr milliseconds kPatience(20000); // of a viewer for the end of its command
-constexpr milliseconds kLook(100);
+constexpr milliseconds kLook(20);
 
 const char* simWord(modemsim::SimState state)
 {
@@ -111,10 +111,11 @@ void Desk::listen()
 // The modem may be asked by any thread, and is asked while a line of the scenario takes its time.
 void Desk::watchModem()
 {
+    giveWay();
     while (!m_end) {
         if (const ModemSim* modem = m_modem)
             m_hub.set("modem", stateOf(modem->status()));
-        std::this_thread::sleep_for(2 * kLook);
+        std::this_thread::sleep_for(10 * kLook);
     }
 }
 
@@ -133,6 +134,7 @@ bool Desk::run(bench::Player& player, const std::string& file, std::vector<std::
     if (m_good)
         tellProgress(m_next < m_lines.size() ? "paused" : "ended");
     while (!s_stop) {
+        m_card.time().keepPace();
         Job job;
         if (nextJob(job))
             job.result.set_value(obey(job.line, false));
@@ -146,8 +148,8 @@ bool Desk::run(bench::Player& player, const std::string& file, std::vector<std::
 bool Desk::nextJob(Job& job)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_wished.wait_for(lock, kLook,
-                      [this] { return !m_jobs.empty() || (m_mode != Mode::Paused && m_next < m_lines.size()); });
+    if (m_jobs.empty() && (m_mode == Mode::Paused || m_next == m_lines.size()))
+        m_wished.wait_for(lock, kLook); // once: the bench's clock, by which it would wait again, stands still here
     if (m_jobs.empty())
         return false;
     job = std::move(m_jobs.front());

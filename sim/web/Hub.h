@@ -64,7 +64,8 @@ private:
     std::thread m_thread;
 };
 
-/// The calling thread, and those that it starts from now on, give way to the card's and the daemon's.
+/// The calling thread, and those that it starts from now on, give way to the card's and the daemon's, and keep the
+/// machine's clock. Called before the thread looks at a clock.
 void giveWay();
 
 } // namespace web

@@ -1,7 +1,9 @@
-// Lets the real daemon live through accelerated days in which everything happens that a site sees in a year, in an
-// order that a seed gives; prints what happened how often, and what the daemon's memory, threads and descriptors did.
+// Lets the real daemon live through days of the bench's clock in which everything happens that a site sees in a year,
+// in an order that a seed gives; prints what happened how often, and what the daemon's memory, threads and descriptors
+// did. The same seed prints the same, but for the real time and the memory.
 #include "bench/Card.h"
 #include "bench/Sandbox.h"
+#include "bench/Time.h"
 #include "bench/Tools.h"
 
 #include <CLI/CLI.hpp>
@@ -15,20 +17,19 @@
 
 using bench::Failure;
 using bench::Milliseconds;
-using std::chrono::milliseconds;
+using bench::Time;
 using std::chrono::seconds;
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr char kListed[] = "0151123456";
 constexpr uint32_t kSet = 1, kClear = 2;
-constexpr long kMayGrowKiB = 1024; // of resident memory, after the first tenth of the time
+constexpr double kLastDeath = 0.5; // of the days: from then on the daemon lives on, so that growth would show
+constexpr double kWarm = 0.55;     // of the days: it is as large as it should be
+constexpr long kMayGrowKiB = 1024; // of resident memory, from then on
 
 struct Wishes {
     double days = 30;
-    double speed = 60;
     unsigned seed = 0;
     std::string config;
 };
@@ -38,7 +39,7 @@ volatile sig_atomic_t g_enough = 0; // a person has seen enough: the summary of 
 class Soak {
 public:
     explicit Soak(const Wishes& wishes)
-        : m_wishes(wishes), m_card(bench::findTools("", wishes.speed)), m_random(wishes.seed)
+        : m_wishes(wishes), m_card(bench::findTools(""), bench::Pace()), m_random(wishes.seed)
     {
     }
     bool run();
@@ -49,6 +50,7 @@ private:
     };
 
     bool play();
+    void startDaemon(const char* after);
     void letSomethingHappen();
     bool summarise(const Figures& early, const Figures& late);
 
@@ -64,17 +66,20 @@ private:
     void stranger();
     void hurtModem();
     void chatter();
+    void killDaemon();
+    void cutPower();
+    void changeClock();
 
     void setInput(size_t which, bool set);
-    void expectOutputs(const char* after, seconds daemons);
+    void expectOutputs(const char* after, seconds limit);
     /// Sends an SMS until @p obeyed holds, as a person does who sees nothing happen.
     void persist(const std::string& number, const std::string& text, const std::function<bool()>& obeyed);
-    bool waitUntil(const std::function<bool()>& holds, Milliseconds daemons);
-    void pause(Milliseconds daemons) { std::this_thread::sleep_for(m_card.real(daemons)); }
+    bool waitUntil(const std::function<bool()>& holds, Milliseconds limit);
+    void pause(Milliseconds time);
     size_t pick(size_t count) { return std::uniform_int_distribution<size_t>(0, count - 1)(m_random); }
     Figures figures() const;
     void printLog() const;
-    double daysSince(Clock::time_point start) const;
+    double days() const;
     void print(const char* when, const Figures& figures) const;
 
     Wishes m_wishes;
@@ -83,7 +88,8 @@ private:
     std::array<bool, 8> m_in{}; // the alarms of IN0 ... IN7
     bool m_pump = false;        // as last commanded
     std::map<std::string, long> m_count;
-    Clock::time_point m_start = Clock::now();
+    Time::Clock::time_point m_start = Time::Clock::now();
+    const Nanoseconds m_realStart = Time::real();
 };
 
 // What each output must be: set is away from its default.
@@ -102,21 +108,26 @@ void Soak::setInput(size_t which, bool set)
     m_card.server().setInput("IN" + std::to_string(which), set ? kSet : kClear);
 }
 
-// Patient in real time, too, and in looks: the machine may be busy, or stand still.
-bool Soak::waitUntil(const std::function<bool()>& holds, Milliseconds daemons)
+bool Soak::waitUntil(const std::function<bool()>& holds, Milliseconds limit)
 {
-    const Clock::time_point end = Clock::now() + m_card.real(daemons) + seconds(5);
-    for (int looks = 0; !holds(); ++looks) {
+    const auto end = Time::Clock::now() + limit;
+    for (m_card.time().settle(); !holds(); m_card.time().pass(end)) {
         if (!m_card.daemon().running())
             throw Failure("the daemon " + m_card.daemon().ending());
-        if (Clock::now() > end && looks > 1000)
+        if (Time::Clock::now() >= end)
             return false;
-        std::this_thread::sleep_for(milliseconds(1));
     }
     return true;
 }
 
-void Soak::expectOutputs(const char* after, seconds daemons)
+void Soak::pause(Milliseconds time)
+{
+    const auto end = Time::Clock::now() + time;
+    while (Time::Clock::now() < end)
+        m_card.time().pass(end);
+}
+
+void Soak::expectOutputs(const char* after, seconds limit)
 {
     std::string wrong;
     const auto right = [&] {
@@ -128,7 +139,7 @@ void Soak::expectOutputs(const char* after, seconds daemons)
         }
         return wrong.empty();
     };
-    if (!waitUntil(right, daemons))
+    if (!waitUntil(right, limit))
         throw Failure(std::string("wrong after ") + after + ':' + wrong);
 }
 
@@ -214,6 +225,7 @@ void Soak::stranger()
 {
     static const std::array<const char*, 6> texts = {"PUMP ON", "PUMP OFF",   "OK",
                                                      "ERROR",   "DOOR QUERY", "line\r\nPUMP ON"};
+    pause(seconds(60)); // answers and alarms of before have gone out
     const size_t sent = m_card.sentCount();
     std::string text = texts[pick(texts.size())];
     if (pick(2) == 0) {
@@ -245,7 +257,7 @@ void Soak::hurtModem()
         modem.react(commands[pick(commands.size())], ModemSim::Reaction::line("+CMS ERROR: 512"), 3);
         break;
     default:
-        modem.react(commands[pick(commands.size())], ModemSim::Reaction::late(m_card.real(seconds(3))), 3);
+        modem.react(commands[pick(commands.size())], ModemSim::Reaction::late(seconds(3)), 3);
         break;
     }
     modem.sms(kListed, "PUMP QUERY");
@@ -263,15 +275,57 @@ void Soak::chatter()
         m_card.modem().sendLine(lines[pick(lines.size())]);
 }
 
+void Soak::startDaemon(const char* after)
+{
+    m_card.start();
+    expectOutputs(after, seconds(125));
+}
+
+// Whatever it does at the time; what was commanded by SMS stays as it is.
+void Soak::killDaemon()
+{
+    if (days() >= m_wishes.days * kLastDeath)
+        return;
+    m_card.killDaemon();
+    pause(seconds(pick(30)));
+    startDaemon("a kill of the daemon");
+}
+
+// Of the whole card: its outputs fall back, the modem must be switched on again.
+void Soak::cutPower()
+{
+    if (days() >= m_wishes.days * kLastDeath)
+        return;
+    m_card.killDaemon();
+    m_card.stopServer();
+    m_card.modem().setPower(false);
+    for (const auto& output : truth(m_in, m_pump))
+        m_card.server().setOutput(output.first, kClear, 1);
+    m_pump = false;
+    pause(seconds(1 + pick(3600)));
+    m_card.startServer();
+    startDaemon("a power cut");
+    command();
+}
+
+// Of the time of day, to any day of ten years; the daemon's waits must not mind.
+void Soak::changeClock()
+{
+    char date[20];
+    snprintf(date, sizeof date, "20%02zu-%02zu-%02zu", 26 + pick(10), 1 + pick(12), 1 + pick(28));
+    m_card.time().setDay(date);
+    flipInputs();
+}
+
 Soak::Figures Soak::figures() const
 {
     auto& daemon = const_cast<bench::Card&>(m_card).daemon();
     return {daemon.residentKiB(), daemon.threads(), daemon.descriptors()};
 }
 
-double Soak::daysSince(Clock::time_point start) const
+double Soak::days() const
 {
-    return std::chrono::duration<double>(Clock::now() - start).count() * m_wishes.speed / 86400;
+    return std::chrono::duration<double>(Time::Clock::now() - m_start).count() / 86400;
 }
 
 void Soak::print(const char* when, const Figures& figures) const
@@ -292,7 +346,7 @@ bool Soak::run()
     try {
         return play();
     } catch (const Failure&) {
-        printf("after %.2f days; the daemon's last lines:\n", daysSince(m_start));
+        printf("after %.2f days; the daemon's last lines:\n", days());
         printLog();
         throw;
     }
@@ -305,7 +359,7 @@ void Soak::letSomethingHappen()
         void (Soak::*happen)();
         int weight; // of 100
     };
-    static const std::array<Happening, 11> happenings = {{{"changes of inputs", &Soak::flipInputs, 50},
+    static const std::array<Happening, 14> happenings = {{{"changes of inputs", &Soak::flipInputs, 47},
                                                           {"storms of 500 events", &Soak::storm, 3},
                                                           {"outputs driven by others", &Soak::meddle, 5},
                                                           {"server restarts", &Soak::restartServer, 4},
@@ -315,7 +369,10 @@ void Soak::letSomethingHappen()
                                                           {"alarms", &Soak::alarm, 4},
                                                           {"strangers", &Soak::stranger, 5},
                                                           {"modem failures", &Soak::hurtModem, 4},
-                                                          {"unasked modem lines", &Soak::chatter, 3}}};
+                                                          {"unasked modem lines", &Soak::chatter, 3},
+                                                          {"kills of the daemon", &Soak::killDaemon, 1},
+                                                          {"power cuts", &Soak::cutPower, 1},
+                                                          {"changes of the clock", &Soak::changeClock, 1}}};
     int at = static_cast<int>(pick(100));
     for (const Happening& happening : happenings) {
         at -= happening.weight;
@@ -330,8 +387,8 @@ void Soak::letSomethingHappen()
 // @return whether nothing has grown
 bool Soak::summarise(const Figures& early, const Figures& late)
 {
-    printf("\nseed %u, speed %g: %.2f days of the daemon's time in %.0f s; the final states are right\n", m_wishes.seed,
-           m_wishes.speed, daysSince(m_start), std::chrono::duration<double>(Clock::now() - m_start).count());
+    printf("\nseed %u: %.2f days in %.0f s; the final states are right\n", m_wishes.seed, days(),
+           static_cast<double>(Time::real() - m_realStart) / 1e9);
     m_count["refreshes of the port lists"] = static_cast<long>(m_card.server().gets());
     m_count["writes of outputs"] = static_cast<long>(m_card.server().writes().size());
     m_count["AT command lines and texts"] = static_cast<long>(m_card.commandCount());
@@ -340,7 +397,7 @@ bool Soak::summarise(const Figures& early, const Figures& late)
         printf("%9ld %s\n", times, what.c_str());
     const bool grown = late.residentKiB > early.residentKiB + kMayGrowKiB || late.threads != early.threads ||
                        late.descriptors > early.descriptors;
-    printf("memory %+ld KiB, threads %+ld, descriptors %+ld since the first tenth: %s\n",
+    printf("memory %+ld KiB, threads %+ld, descriptors %+ld since the middle: %s\n",
            late.residentKiB - early.residentKiB, late.threads - early.threads, late.descriptors - early.descriptors,
            grown ? "GROWN" : "no growth");
     return !grown;
@@ -360,14 +417,14 @@ bool Soak::play()
         throw Failure("the modem is not set up");
     expectOutputs("the start", seconds(10));
 
-    m_start = Clock::now();
+    m_start = Time::Clock::now();
     Figures early = figures();
     bool warm = false;
     print("at start", early);
-    while (daysSince(m_start) < m_wishes.days && g_enough == 0) {
-        if (!warm && daysSince(m_start) >= m_wishes.days / 10) {
+    while (days() < m_wishes.days && g_enough == 0) {
+        if (!warm && days() >= m_wishes.days * kWarm) {
             warm = true;
-            print("after a tenth", early = figures());
+            print("past the middle", early = figures());
         }
         letSomethingHappen();
         pause(seconds(pick(600))); // five minutes on average
@@ -384,13 +441,11 @@ bool Soak::play()
 
 int main(int argc, char* argv[])
 {
-    CLI::App app("Accelerated days of the daemon's life, in a reproducible random order; an interrupt ends them early");
+    CLI::App app(
+        "Days of the daemon's life by the bench's clock, in a reproducible random order; an interrupt ends them early");
     Wishes wishes;
     wishes.seed = std::random_device()();
     app.add_option("--days", wishes.days, "of the daemon's time")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--speed", wishes.speed, "the daemon's seconds in a real one")
-        ->check(CLI::Range(1.0, 1000.0))
-        ->capture_default_str();
     app.add_option("--seed", wishes.seed, "of the random order; default: another each time");
     app.add_option("--config", wishes.config, "the site's three files")->required()->check(CLI::ExistingDirectory);
     CLI11_PARSE(app, argc, argv);

@@ -2,6 +2,9 @@
 #include "ManagerBench.h"
 
 #include <gtest/gtest.h>
+#include <log4cpp/AppenderSkeleton.hh>
+#include <log4cpp/Category.hh>
+#include <log4cpp/LoggingEvent.hh>
 
 #include <atomic>
 #include <chrono>
@@ -191,6 +194,45 @@ TEST_F(Evaluation, GsmActionsPostOneRequestAndNoneWhileItIsUnserved)
          !manager.m_RequestSmsSend && std::chrono::steady_clock::now() < end;)
         std::this_thread::sleep_for(5ms);
     EXPECT_TRUE(manager.m_RequestSmsSend);
+}
+
+// Whoever waits for the lock goes on while each of the evaluation's lines stands still in the log.
+TEST_F(Evaluation, WritesItsLinesWhenItHasLetGoOfItsLock)
+{
+    class Stuck : public log4cpp::AppenderSkeleton {
+    public:
+        explicit Stuck(ManagerBench& manager) : AppenderSkeleton("stuck"), m_manager(manager) {}
+        void close() override {}
+        bool requiresLayout() const override { return false; }
+        void setLayout(log4cpp::Layout* /*layout*/) override {}
+        int m_lines = 0;
+
+    protected:
+        void _append(const log4cpp::LoggingEvent& /*event*/) override
+        {
+            ++m_lines;
+            std::thread([this] { // hangs, and the test with it, where the lock is held
+                m_manager.mEvaluationMutex.lock();
+                m_manager.mEvaluationMutex.unlock();
+            })
+                .join();
+        }
+
+    private:
+        ManagerBench& m_manager;
+    };
+    manager.addInput("IN", 1, kAlarm);
+    manager.addOutput("OUT", kClear, kClear);
+    manager.addConnection(leaf("IN"), leaf("OUT"));
+    LogLines log(cWlog::DEBUG);
+    Stuck stuck(manager);
+    log4cpp::Category& category = log4cpp::Category::getInstance("GSMIOmanager");
+    category.addAppender(stuck);
+    manager.check_trigger_values();
+    manager.update_lists();
+    category.removeAppender(&stuck);
+    EXPECT_EQ(stuck.m_lines, static_cast<int>(timesIn(log.text(), "GSMIOmanager"))) << "each line is written";
+    EXPECT_GE(stuck.m_lines, 5);
 }
 
 TEST_F(Evaluation, LabelListsHoldEachLabelOnce)

@@ -1,9 +1,7 @@
-// What is preloaded into the daemon: the GPIO stand-in and the companion of libfaketime. The tests run this program
-// again with the libraries preloaded; that run does what the daemon does and prints what it saw.
+// The GPIO stand-in that is preloaded into the daemon. The tests run this program again with the library preloaded;
+// that run does what the daemon does and prints what it saw.
 #include <array>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -12,37 +10,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iostream>
-#include <mutex>
-#include <poll.h>
-#include <semaphore.h>
 #include <spawn.h>
 #include <sstream>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/timerfd.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-#if defined(__has_feature)
-#define TELNO_HAS_FEATURE(x) __has_feature(x)
-#else
-#define TELNO_HAS_FEATURE(x) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || TELNO_HAS_FEATURE(address_sanitizer) ||           \
-    TELNO_HAS_FEATURE(thread_sanitizer)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
-
-const char* const kFaketime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketimeMT.so.1";
 
 struct Pin {
     std::uint16_t id;
@@ -84,42 +63,6 @@ int probeDevice()
     // What is not the device passes through, also on the number that the device had.
     const int other = open("/dev/null", O_RDWR);
     std::cout << "other " << write(other, low, 3) << ' ' << ioctl(other, 0x6701) << ' ' << close(other) << '\n';
-    return 0;
-}
-
-/// Waits of ten seconds by the clock that the program sees; prints the seconds they took by the kernel's.
-int probeWaits()
-{
-    timespec start{};
-    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &start);
-
-    sem_t semaphore;
-    sem_init(&semaphore, 0, 0);
-    timespec deadline{};
-    clock_gettime(CLOCK_REALTIME, &deadline);
-    deadline.tv_sec += 10;
-    const bool timedOut = sem_timedwait(&semaphore, &deadline) == -1 && errno == ETIMEDOUT;
-
-    std::mutex mutex;
-    std::condition_variable condition;
-    std::unique_lock<std::mutex> lock(mutex);
-    const bool waited = condition.wait_for(lock, std::chrono::seconds(10)) == std::cv_status::timeout;
-
-    std::timed_mutex busy;
-    busy.lock();
-    bool locked = true;
-    std::thread([&] { locked = busy.try_lock_for(std::chrono::seconds(10)); }).join();
-
-    // As asio arms a timer that has run out already.
-    const int timer = timerfd_create(CLOCK_MONOTONIC, 0);
-    const itimerspec past = {{0, 0}, {0, 1}};
-    timerfd_settime(timer, TFD_TIMER_ABSTIME, &past, nullptr);
-    pollfd ready = {timer, POLLIN, 0};
-    const bool fired = poll(&ready, 1, 10000) == 1;
-
-    timespec end{};
-    syscall(SYS_clock_gettime, CLOCK_MONOTONIC, &end);
-    std::cout << timedOut << waited << !locked << fired << ' ' << end.tv_sec - start.tv_sec << '\n';
     return 0;
 }
 
@@ -255,37 +198,12 @@ TEST_F(VelioSim, FailsAsItIsTold)
     EXPECT_THAT(play(""), HasSubstr("count 0\ntable 1\npin 0 0 0 \n"));
 }
 
-TEST_F(VelioSim, SpeedsUpTogetherWithLibfaketime)
-{
-    if (kSanitized || access(kFaketime, R_OK) != 0) {
-        GTEST_SKIP() << "needs libfaketime and a build without sanitizers";
-    }
-    const std::string preload =
-        "LD_PRELOAD=" + library("libveliosim.so") + ":" + library("libwaitshim.so") + ":" + kFaketime;
-    std::istringstream waits(run("--probe-waits", {preload, "FAKETIME=+0 x20"}));
-    std::string results;
-    long seconds = -1;
-    waits >> results >> seconds;
-    EXPECT_EQ(results, "1111");
-    EXPECT_LT(seconds, 25); // 1.5 when the machine is idle, 30 at the usual speed, for ever without the companion
-
-    run("--probe-device", {preload, "FAKETIME=+0 x20", "VELIOSIM_REPORT=" + m_folder + "/report"});
-    const auto list = calls();
-    ASSERT_EQ(list.size(), 8U);
-    EXPECT_GE(list[4].seen - list[3].seen, 49000000) << "the pulse has its length by the daemon's clock";
-    EXPECT_LT(list[4].real - list[3].real, list[4].seen - list[3].seen) << "and is shorter by the kernel's";
-}
-
 } // namespace
 
 int main(int argc, char** argv)
 {
     if (argc > 1 && std::string(argv[1]) == "--probe-device") {
         return probeDevice();
-    }
-    if (argc > 1 && std::string(argv[1]) == "--probe-waits") {
-        alarm(60);
-        return probeWaits();
     }
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();

@@ -20,7 +20,7 @@ protected:
 
     void openBench(const std::vector<std::string>& what = {"--config", CONFIGURATION}, const std::string& port = "0")
     {
-        std::vector<std::string> words = {TAVBENCH, "--speed", "10", "--web", port};
+        std::vector<std::string> words = {TAVBENCH, "--speed", "50", "--web", port};
         words.insert(words.end(), what.begin(), what.end());
         m_bench = std::make_unique<Program>(words);
         m_address = m_bench->lineAfter("Open ");
