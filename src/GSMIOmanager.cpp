@@ -165,7 +165,7 @@ void GSMIOmanager::run()
     debug("After Threading\n");
 
     {
-        const Evaluating evaluation(*this); // the delivery thread may be walking the same lists
+        const Evaluating evaluation(*this); // the delivery thread may be walking the same lists, too
         mConnLst->reset();
         while (auto* connection = static_cast<tavConnection*>(mConnLst->get())) {
             update_lable_list(connection->getTrigger(), true);

@@ -133,7 +133,7 @@ public:
                         Gsm* gsmObj);
 
 protected:
-    /// Holds the evaluation mutex for a block. What the thread logs meanwhile is written when it has let go.
+    /// Holds the evaluation mutex for a block. Lines that the thread logs meanwhile are written after the release.
     class Evaluating {
     public:
         explicit Evaluating(GSMIOmanager& manager) : m_lines(manager), m_lock(manager.mEvaluationMutex) {}
@@ -142,7 +142,7 @@ protected:
         LaterLog m_lines;
         ScopedLock<FairMutex> m_lock;
     };
-    // The logger's, for whoever may be Evaluating.
+    // Like the logger's, but usable while Evaluating.
     void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void info(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void warn(const char* format, ...) __attribute__((format(printf, 2, 3)));

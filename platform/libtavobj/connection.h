@@ -12,7 +12,6 @@
 #include <asio.hpp>
 
 #include <atomic>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
