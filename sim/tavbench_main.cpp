@@ -4,11 +4,15 @@
 #include "bench/Prompt.h"
 #include "bench/Sandbox.h"
 #include "bench/Tools.h"
+#include "properties.h"
+#include "record/Replay.h"
 #include "web/Desk.h"
 #include "web/Site.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -20,7 +24,7 @@
 namespace {
 
 struct Wishes {
-    std::string config, daemon;
+    std::string config, daemon, record;
     double speed = 1;
     bool trace = false, log = false, narrate = false, stay = false;
 };
@@ -31,11 +35,29 @@ const char* traceName(bench::Trace kind)
     return names[static_cast<int>(kind)];
 }
 
-// Prints what happens as it happens, with the time since the start.
-void traceTo(bench::Card& card, const Wishes& wishes)
+// The daemon's time since now, in milliseconds: the one place that records and replays have it from.
+record::Recorder::Clock daemonsTime(const Wishes& wishes)
 {
     const auto begin = std::chrono::steady_clock::now();
-    card.onTrace([begin, wishes](bench::Trace kind, const std::string& text) {
+    return [begin, speed = wishes.speed] {
+        const std::chrono::duration<double, std::milli> real = std::chrono::steady_clock::now() - begin;
+        return static_cast<int64_t>(real.count() * speed);
+    };
+}
+
+// Where a record is wished: it is opened before the card's sandbox is entered.
+std::string openRecord(record::Recorder& recorder, const Wishes& wishes)
+{
+    return wishes.record.empty() ? "" : recorder.open(wishes.record);
+}
+
+// Prints what happens as it happens while @p on says so, with the time since the start.
+void traceTo(bench::Card& card, const Wishes& wishes, const std::atomic<bool>& on)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    card.onTrace([begin, wishes, &on](bench::Trace kind, const std::string& text) {
+        if (!on)
+            return;
         const bool shown = kind == bench::Trace::Log         ? wishes.log
                            : kind == bench::Trace::ModemTalk ? wishes.trace
                                                              : true;
@@ -55,10 +77,9 @@ bool readLines(const std::string& file, std::vector<std::string>& lines)
     return scenario.eof();
 }
 
-// Plays one file on a card of its own. @return exit status
 // Obeys the lines, and then, where it is wished, those of the prompt. @p number is the line under way.
 void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench::Card& card, bench::Player& player,
-             size_t& number)
+             size_t& number, std::atomic<bool>& traces)
 {
     for (number = 1; number <= lines.size(); ++number) {
         bench::Player::checkVerb(lines[number - 1]);
@@ -75,7 +96,7 @@ void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench:
     number = lines.size();
     player.checkEnd();
     if (wishes.stay) {
-        traceTo(card, wishes);
+        traces = true;
         bench::prompt(player);
     }
     card.checkSanitizers();
@@ -97,6 +118,7 @@ void tellFailure(const std::string& where, const std::string& line, const char* 
         fprintf(stderr, "    %s\n", log[i].c_str());
 }
 
+// Plays one file on a card of its own. @return exit status
 int play(const std::string& file, const Wishes& wishes)
 {
     std::vector<std::string> lines;
@@ -104,14 +126,18 @@ int play(const std::string& file, const Wishes& wishes)
         return 2;
 
     const std::string folder = bench::absolute(bench::folderOf(file));
-    const std::string wrong = bench::enterSandbox();
+    record::Recorder recorder(daemonsTime(wishes));
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
+    std::atomic<bool> traces{wishes.trace || wishes.log};
     bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
-    if (wishes.trace || wishes.log)
-        traceTo(card, wishes);
+    record::recordCard(recorder, card);
+    traceTo(card, wishes, traces);
     size_t number = 0;
     try {
         if (!wishes.config.empty())
@@ -120,7 +146,7 @@ int play(const std::string& file, const Wishes& wishes)
         player.onNote([](const std::string& text) { printf("\n%s\n", text.c_str()); });
         if (wishes.narrate)
             player.onMet([](const std::string& text) { printf("    %s\n", text.c_str()); });
-        perform(lines, wishes, card, player, number);
+        perform(lines, wishes, card, player, number, traces);
     } catch (const bench::Failure& failure) {
         const bool inLine = number > 0 && number <= lines.size();
         tellFailure(file + ':' + std::to_string(number), inLine ? lines[number - 1] : "", failure.what(),
@@ -128,19 +154,24 @@ int play(const std::string& file, const Wishes& wishes)
         return 1;
     }
     printf("%s: passed\n", file.c_str());
-    return 0;
+    return recorder.failed() ? 2 : 0;
 }
 
 int converse(const Wishes& wishes)
 {
     const std::string folder = bench::absolute(".");
-    const std::string wrong = bench::enterSandbox();
+    record::Recorder recorder(daemonsTime(wishes));
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
+    const std::atomic<bool> traces{true};
     bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
-    traceTo(card, wishes);
+    record::recordCard(recorder, card);
+    traceTo(card, wishes, traces);
     card.useFaults();
     try {
         if (!wishes.config.empty())
@@ -181,7 +212,10 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         lines.emplace_back("start");
     const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));
     auto listening = std::make_unique<web::Site>();
-    std::string wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
+    record::Recorder recorder(daemonsTime(wishes));
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
     if (wrong.empty())
         wrong = bench::enterSandbox();
     if (!wrong.empty()) {
@@ -189,6 +223,7 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         return 2;
     }
     bench::Card card(bench::findTools(wishes.daemon, wishes.speed));
+    record::recordCard(recorder, card);
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
     const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
@@ -213,6 +248,84 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     }
 }
 
+// What follows the word "replay".
+struct ReplayWishes {
+    std::string file;
+    std::vector<std::string> compare;
+    std::string tolerance;
+    bool check = false;
+};
+
+std::unique_ptr<bench::Card> cardForReplay(const Wishes& wishes)
+{
+    const std::string wrong = bench::enterSandbox();
+    if (!wrong.empty())
+        throw bench::Failure(wrong);
+    auto card = std::make_unique<bench::Card>(bench::findTools(wishes.daemon, wishes.speed));
+    card->useConfig(wishes.config);
+    cProperties properties;
+    properties.load((std::string(bench::kConfigFolder) + "/telnodriver.conf").c_str());
+    card->modemOptions().pin = properties.getString("simPin", card->modemOptions().pin.c_str());
+    return card;
+}
+
+record::Replay::Settings settingsOf(const ReplayWishes& how, const Wishes& wishes)
+{
+    record::Replay::Settings settings;
+    constexpr double kMachine = 2000; // ms that a busy machine may take for what takes no time; real
+    settings.tolerance = std::max(settings.tolerance, static_cast<int64_t>(kMachine * wishes.speed));
+    for (const std::string& lines : how.compare)
+        (lines == "log" ? settings.log : settings.at) = true;
+    if (!how.tolerance.empty())
+        settings.tolerance = bench::parseTime(how.tolerance).count();
+    return settings;
+}
+
+// @return exit status: 0 no difference, 1 one, 2 not replayed
+int replay(const ReplayWishes& how, const Wishes& wishes)
+{
+    record::Contents contents;
+    const std::string wrong = record::survey(how.file, contents);
+    if (!wrong.empty()) {
+        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+        return 2;
+    }
+    printf("%s: %s\n", how.file.c_str(), contents.text().c_str());
+    if (!contents.ended)
+        fprintf(stderr, "tavbench: %s: it has no last line: recording was broken off\n", how.file.c_str());
+    if (how.check)
+        return 0;
+    try {
+        if (wishes.config.empty())
+            throw bench::Failure("a replay needs --config");
+        const record::Replay::Settings settings = settingsOf(how, wishes);
+        record::Replay player(cardForReplay(wishes), daemonsTime(wishes), settings);
+        if (const auto difference = player.run(how.file, contents)) {
+            fprintf(stderr, "%s:%llu: %s\n", how.file.c_str(), static_cast<unsigned long long>(difference->line),
+                    difference->text.c_str());
+            return 1;
+        }
+        printf("%s: replayed without a difference, %llu changes compared\n", how.file.c_str(),
+               static_cast<unsigned long long>(player.compared()));
+        return 0;
+    } catch (const bench::Failure& failure) {
+        fprintf(stderr, "tavbench: %s\n", failure.what());
+        return 2;
+    }
+}
+
+CLI::App* addReplay(CLI::App& app, ReplayWishes& how)
+{
+    CLI::App* command = app.add_subcommand("replay", "play the inputs and SMS of a record and compare what follows");
+    command->fallthrough();
+    command->add_option("FILE", how.file, "a record")->required();
+    command->add_option("--compare", how.compare, "lines to compare, too")->check(CLI::IsMember({"log", "at"}));
+    command->add_option("--tolerance", how.tolerance,
+                        "how much sooner or later an output that no SMS drives may move, such as 5s");
+    command->add_flag("--check", how.check, "only read the record and say what it holds");
+    return command;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -230,6 +343,9 @@ int main(int argc, char* argv[])
     app.add_flag("--narrate", wishes.narrate, "print what is done, what followed, and after how long");
     app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
+    app.add_option("--record", wishes.record, "a new file for what happens, which replay takes");
+    ReplayWishes how;
+    const CLI::App* replaying = addReplay(app, how);
     std::vector<std::string> web;
     CLI::Option* page = app.add_option("--web", web, "show the card in a browser: PORT or ADDRESS:PORT to listen on")
                             ->expected(0, 2)
@@ -240,7 +356,13 @@ int main(int argc, char* argv[])
     if (!wishes.config.empty())
         wishes.config = bench::absolute(wishes.config);
 
+    if (replaying->parsed())
+        return replay(how, wishes);
     const std::string where = takeWhere(web, files);
+    if (files.size() > 1 && !wishes.record.empty()) {
+        fprintf(stderr, "tavbench: --record takes one scenario\n");
+        return 2;
+    }
     if (page->count() > 0 && files.size() <= 1)
         return showPage(where, files.empty() ? "" : files.front(), wishes);
     if (page->count() > 0) {

@@ -83,8 +83,8 @@ Card::Card(Tools tools) : m_tools(std::move(tools))
     mean.strange = true;
     m_server.setManners(mean);
     m_server.onChange([this](const sim::Port& port) {
-        if (m_portListener)
-            m_portListener(port);
+        for (const auto& listener : m_onPort)
+            listener(port);
         if (port.output)
             trace(Trace::Output,
                   port.label + ' ' + sim::stateWord(port.state) + (port.toggled == 4 ? "" : " (not by the daemon)"));
@@ -110,8 +110,8 @@ Card::~Card()
 
 void Card::trace(Trace kind, const std::string& text) const
 {
-    if (m_trace)
-        m_trace(kind, text);
+    for (const auto& listener : m_trace)
+        listener(kind, text);
 }
 
 Milliseconds Card::real(Milliseconds daemons) const
@@ -224,6 +224,13 @@ ModemSim& Card::modem()
     return *m_modem;
 }
 
+void Card::sms(const std::string& number, const std::string& text)
+{
+    ModemSim& receiver = modem();
+    trace(Trace::SmsIn, number + " \"" + text + '"');
+    receiver.sms(number, text);
+}
+
 void Card::startModem()
 {
     if (m_modem || !m_modemPresent)
@@ -252,6 +259,8 @@ void Card::start()
     if (m_serverAtStart && !m_started)
         startServer();
     startModem();
+    for (const auto& listener : m_onStart)
+        listener();
 
     putPropertiesAbove();
     listenToGpio();

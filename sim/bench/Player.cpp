@@ -409,7 +409,7 @@ void Player::modemReact(Words& words)
 void Player::sms(Words& words)
 {
     const std::string number = words.next("a number");
-    m_card.modem().sms(number, words.rest("a text"));
+    m_card.sms(number, words.rest("a text"));
 }
 
 void Player::ussd(Words& words)
@@ -457,7 +457,7 @@ void Player::flood(Words& words)
     if (texts) {
         const std::string text = words.rest("a text");
         for (long i = 0; i < count; ++i)
-            m_card.modem().sms(label, text);
+            m_card.sms(label, text);
         return;
     }
     if (!m_card.server().input(label))
