@@ -51,8 +51,8 @@ void Compare::match(const std::string& name, Stream& stream)
         const Item record = stream.recorded.front(), now = stream.happened.front();
         if (record.value == now.value) {
             if (std::llabs(now.time - record.time) > std::max(record.tolerance, now.tolerance))
-                differ(record.line, name + ' ' + record.value + " came " + seconds(std::llabs(now.time - record.time)) +
-                                        (now.time > record.time ? " later" : " sooner") + " than recorded");
+                miss(record, name + ' ' + record.value + " came " + seconds(std::llabs(now.time - record.time)) +
+                                 (now.time > record.time ? " later" : " sooner") + " than recorded");
             if (stream.value)
                 stream.value = record.value;
             stream.recorded.pop_front();
@@ -61,7 +61,7 @@ void Compare::match(const std::string& name, Stream& stream)
         } else if (!flickers(stream, stream.recorded) && !flickers(stream, stream.happened)) {
             if (mayFlicker(stream, stream.recorded, m_now) || mayFlicker(stream, stream.happened, m_now))
                 return;
-            differ(record.line, name + ' ' + record.value + " was recorded; here it was " + now.value);
+            miss(record, name + ' ' + record.value + " was recorded; here it was " + now.value);
             stream.recorded.pop_front();
             stream.happened.pop_front();
         }
@@ -71,7 +71,7 @@ void Compare::match(const std::string& name, Stream& stream)
 // Takes a pulse out. @return whether the items began with one
 bool Compare::flickers(Stream& stream, std::deque<Item>& items)
 {
-    if (!stream.value || items.size() < 2 || items[1].value != *stream.value ||
+    if (!stream.value || items.size() < 2 || items[0].value == *stream.value || items[1].value != *stream.value ||
         items[1].time - items[0].time > kFlicker)
         return false;
     items.erase(items.begin(), items.begin() + 2);
@@ -87,23 +87,23 @@ bool Compare::mayFlicker(const Stream& stream, const std::deque<Item>& items, in
 void Compare::expire(const std::string& name, Stream& stream)
 {
     match(name, stream);
-    const auto over = [this](const std::deque<Item>& items) {
-        return !items.empty() && m_now > items.front().time + items.front().tolerance;
+    const auto over = [](const std::deque<Item>& items, int64_t now) {
+        return !items.empty() && now > items.front().time + items.front().tolerance;
     };
-    while (over(stream.recorded)) {
+    while (over(stream.recorded, m_now)) {
         if (flickers(stream, stream.recorded))
             continue;
         const Item& item = stream.recorded.front();
-        differ(item.line,
-               name + ' ' + item.value + " was recorded, and did not come here within " + seconds(item.tolerance));
+        miss(item, name + ' ' + item.value + " was recorded, and did not come here within " + seconds(item.tolerance));
         stream.recorded.pop_front();
     }
-    while (over(stream.happened)) {
+    while (over(stream.happened, std::min(m_now, m_end))) {
         if (flickers(stream, stream.happened))
             continue;
         const Item& item = stream.happened.front();
-        differ(item.line, name + ' ' + item.value + " came here, and was not recorded: no such line follows within " +
-                              seconds(item.tolerance));
+        if (!m_extra)
+            m_extra = Found{
+                {item.line, name + ' ' + item.value + " came here, and was not recorded"}, item.time, item.tolerance};
         stream.happened.pop_front();
     }
 }
@@ -119,30 +119,28 @@ bool Compare::waits(int64_t now)
     return more;
 }
 
-void Compare::recordEnds(int64_t end)
+void Compare::miss(const Item& item, const std::string& text)
 {
-    m_now = std::max(m_now, end);
-    for (auto& stream : m_streams)
-        expire(stream.first, stream.second);
+    if (!m_missed || item.line < m_missed->difference.line)
+        m_missed = Found{{item.line, text}, item.time, item.tolerance};
 }
 
-void Compare::differ(uint64_t line, const std::string& text)
-{
-    if (!m_first || line < m_first->line)
-        m_first = Difference{line, text};
-}
-
+// What came unrecorded has no line of its own. A line near it that did not come is likely to have been meant by it.
 std::optional<Difference> Compare::first() const
 {
-    if (!m_first)
-        return {};
+    const int64_t near = m_extra ? m_extra->time + m_extra->tolerance : 0;
     for (const auto& stream : m_streams) {
-        for (const auto* items : {&stream.second.recorded, &stream.second.happened}) {
-            if (!items->empty() && items->front().line < m_first->line)
-                return {};
-        }
+        if (stream.second.recorded.empty())
+            continue;
+        const Item& item = stream.second.recorded.front();
+        if (m_missed ? item.line < m_missed->difference.line : item.time <= near)
+            return {};
     }
-    return m_first;
+    if (!m_extra)
+        return m_missed ? std::optional<Difference>(m_missed->difference) : std::nullopt;
+    if (!m_missed || m_missed->time > near)
+        return m_extra->difference;
+    return Difference{m_missed->difference.line, m_missed->difference.text + "; " + m_extra->difference.text};
 }
 
 } // namespace record

@@ -24,7 +24,7 @@ public:
     /// Two inputs that change this close to one another may be evaluated together in one run and one by one in another,
     /// which an output shows by a pulse of this length or less. Such a pulse is compared where both have it, and left
     /// out where one has.
-    static constexpr int64_t kFlicker = 100;
+    static constexpr int64_t kFlicker = 20;
 
     /// A stream whose value holds until the next, such as an output: a pulse in it may be a flicker.
     void setValue(const std::string& stream, const std::string& value);
@@ -36,10 +36,10 @@ public:
     void stoodStill(int64_t milliseconds);
     /// Gives up what should have come by now. @return whether something recorded is still to come
     bool waits(int64_t now);
-    /// From here on nothing more is recorded: what happened until then without being recorded is a difference, unless
-    /// its place in the record may be behind its end.
-    void recordEnds(int64_t end);
-    /// The difference of the lowest line, once no lower one can be found any more.
+    /// Nothing more is recorded: what happens so late that its place may be behind the record's end is no difference.
+    void recordEnds(int64_t end) { m_end = end; }
+    /// The first difference, once no earlier one can be found any more: of the record's lowest line that did not come
+    /// as it says, or of what came though nothing near was recorded.
     std::optional<Difference> first() const;
     uint64_t compared() const { return m_compared; }
 
@@ -58,11 +58,16 @@ private:
     static bool flickers(Stream& stream, std::deque<Item>& items);
     static bool mayFlicker(const Stream& stream, const std::deque<Item>& items, int64_t now);
     void expire(const std::string& name, Stream& stream);
-    void differ(uint64_t line, const std::string& text);
+    struct Found {
+        Difference difference;
+        int64_t time, tolerance;
+    };
+    void miss(const Item& item, const std::string& text);
 
     std::map<std::string, Stream> m_streams;
-    std::optional<Difference> m_first;
-    int64_t m_now = 0;
+    std::optional<Found> m_missed; // the lowest line of the record that did not come so
+    std::optional<Found> m_extra;  // the first that came unrecorded
+    int64_t m_now = 0, m_end = INT64_MAX;
     uint64_t m_compared = 0;
 };
 

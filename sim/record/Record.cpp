@@ -315,21 +315,13 @@ std::string Reader::placePort(const Change& change)
     const sim::Port& port = change.port;
     const std::string name = (port.output ? "output " : "input ") + escaped(port.label.substr(0, 100));
     const auto known = m_ports.find({port.output, port.label});
-    const Known now = {port.output ? port.state * 10 + port.toggled : port.status, m_line};
-    if (change.kind == Change::Port) {
-        if (known != m_ports.end())
-            return name + " was told at line " + std::to_string(known->second.line) + " already";
-        if (m_ports.size() == kMostPorts)
-            return "there are more than " + std::to_string(kMostPorts) + " ports";
-        m_ports[{port.output, port.label}] = now;
-        return "";
-    }
-    if (known == m_ports.end())
-        return name + " is not among the ports above";
-    if (known->second.value == now.value)
-        return name + " is " + wordOf(port) + " here and at line " + std::to_string(known->second.line) +
-               " already, so one of the two was changed by hand";
-    known->second = now;
+    if (change.kind != Change::Port)
+        return known != m_ports.end() ? "" : name + " is not among the ports above";
+    if (known != m_ports.end())
+        return name + " was told of at line " + std::to_string(known->second) + " already";
+    if (m_ports.size() == kMostPorts)
+        return "there are more than " + std::to_string(kMostPorts) + " ports";
+    m_ports[{port.output, port.label}] = m_line;
     return "";
 }
 

@@ -38,8 +38,8 @@ struct Change {
 /// "\x1b" in a text, backslashes doubled: it can be read by people and terminals, and nothing is lost.
 std::string lineOf(const Change& change);
 
-/// Reads a record line by line and holds it to what a recorder writes: times in order, ports known before they change,
-/// an output's state never written twice. Its memory grows with the ports, of which there are at most kMostPorts, and
+/// Reads a record line by line and holds it to what a recorder writes: times in order, ports told before they change, a
+/// last line that counts the others. Its memory grows with the ports, of which there are at most kMostPorts, and
 /// with nothing else. One thread at a time.
 class Reader {
 public:
@@ -59,11 +59,6 @@ public:
     bool ended() const { return m_ended; }
 
 private:
-    struct Known {
-        uint32_t value;
-        uint64_t line; // that said so
-    };
-
     bool readLine(std::string& line);
     std::string place(const Change& change);
     std::string placePort(const Change& change);
@@ -75,7 +70,7 @@ private:
     uint64_t m_line = 0;
     int64_t m_time = 0;
     bool m_ended = false;
-    std::map<std::pair<bool, std::string>, Known> m_ports; // by output and label
+    std::map<std::pair<bool, std::string>, uint64_t> m_ports; // by output and label: the line that tells of it
 };
 
 } // namespace record

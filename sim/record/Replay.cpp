@@ -14,9 +14,10 @@ namespace {
 // the pass before: what an SMS causes comes so much sooner or later from one run to the next.
 constexpr int64_t kSmsTolerance = 30000;
 constexpr int64_t kSmsMemory = 180000; // after an SMS, in which it may still drive outputs
-constexpr int64_t kSettling = 10000;   // of a daemon that was running when its record began
-constexpr Milliseconds kLook(20);      // between two looks at what is due; real
-constexpr uint32_t kDaemon = 4;        // the daemon's number among those who drive outputs
+constexpr int64_t kForEver = INT64_MAX / 2;
+constexpr int64_t kSettling = 10000; // of a daemon that was running when its record began
+constexpr Milliseconds kLook(20);    // between two looks at what is due; real
+constexpr uint32_t kDaemon = 4;      // the daemon's number among those who drive outputs
 
 std::string secondsText(int64_t milliseconds)
 {
@@ -220,19 +221,23 @@ std::optional<Difference> Replay::settle(const Contents& contents)
 
 // Before an input or an SMS of the record is given, what was recorded before it has come, and for an SMS the modem has
 // got as many commands: otherwise a daemon that is a little slower here would meet it in another state.
-void Replay::giveTime(const Change& change)
+// @return whether there is a difference
+bool Replay::give(const Change& change)
 {
     const int64_t due = change.time + m_shift;
-    waitUntil(due, [&] { return different(m_clock()); });
-    waitUntil(INT64_MAX / 2, [&] { return !m_compare.waits(m_clock()); });
+    if (waitUntil(due, [&] { return different(m_clock()); }))
+        return true;
+    waitUntil(kForEver, [&] { return !m_compare.waits(m_clock()); });
     if (change.kind == Change::SmsIn)
         waitUntil(due + kSmsTolerance, [&] { return m_commands >= m_commandsRecorded; });
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    const int64_t late = m_clock() - due;
-    if (late > 0) {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const int64_t late = std::max<int64_t>(m_clock() - due, 0);
         m_compare.stoodStill(late);
         m_shift += late;
     }
+    obey(change);
+    return false;
 }
 
 void Replay::obey(const Change& change)
@@ -278,29 +283,33 @@ std::optional<Difference> Replay::run(const std::string& file, const Contents& c
         m_shift = m_clock();
     }
     Reader reader(file);
-    bool found = false;
-    for (Change change; !found && reader.next(change);) {
-        const bool given = change.kind == Change::Input || change.kind == Change::SmsIn ||
-                           (change.kind == Change::Output && change.port.toggled != kDaemon);
-        if (given)
-            giveTime(change);
-        else
-            found = waitUntil(change.time + m_shift, [&] { return different(m_clock()); });
+    if (!follow(reader)) {
+        if (!reader.error().empty())
+            throw Failure(reader.error());
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_compare.recordEnds(contents.time + m_shift);
+    }
+    waitUntil(kForEver, [&] { return !m_compare.waits(m_clock()); });
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_compare.first();
+}
+
+// @return whether there is a difference
+bool Replay::follow(Reader& reader)
+{
+    for (Change change; reader.next(change);) {
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_line = reader.line();
         }
-        if (given)
-            obey(change);
-        else
+        const bool isGiven = change.kind == Change::Input || change.kind == Change::SmsIn ||
+                             (change.kind == Change::Output && change.port.toggled != kDaemon);
+        if (isGiven ? give(change) : waitUntil(change.time + m_shift, [&] { return different(m_clock()); }))
+            return true;
+        if (!isGiven)
             expect(change, change.time + m_shift, reader.line());
     }
-    if (!reader.error().empty())
-        throw Failure(reader.error());
-    waitUntil(INT64_MAX / 2, [&] { return !m_compare.waits(m_clock()); });
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_compare.recordEnds(contents.time + m_shift);
-    return m_compare.first();
+    return false;
 }
 
 } // namespace record

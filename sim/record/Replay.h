@@ -54,13 +54,14 @@ private:
     void usePorts(const Contents& contents);
     std::optional<Difference> settle(const Contents& contents);
     void obey(const Change& change);
+    bool follow(Reader& reader);
     void expect(const Change& change, int64_t due, uint64_t line);
     std::string streamOf(const Change& change) const;
     void happened(const Change& change);
     void hear(bench::Trace kind, const std::string& text);
     int64_t toleranceOf(const Change& change, int64_t time) const;
     bool waitUntil(int64_t time, const std::function<bool()>& holds);
-    void giveTime(const Change& change);
+    bool give(const Change& change);
     bool different(int64_t now);
 
     Recorder::Clock m_clock;
