@@ -1,6 +1,7 @@
 // tavctl: a client of any object server, for the command line.
 #include "Server.h"
 #ifdef TAVCTL_WEB
+#include "Record.h"
 #include "Web.h"
 #endif
 
@@ -39,6 +40,11 @@ int main(int argc, char* argv[])
     web->add_option("--listen", listen, "PORT or ADDRESS:PORT to listen on, else on 127.0.0.1 alone");
     web->add_option("--config", folder, "folder with the daemon's configuration: shows its rules, too")
         ->check(CLI::ExistingDirectory);
+    std::string file, unit = "telnodriver";
+    CLI::App* record = app.add_subcommand("record", "write every change into a new file, until interrupted");
+    record->add_option("FILE", file)->required();
+    record->add_option("--unit", unit, "whose lines of the journal are recorded, too; \"\" for none")
+        ->capture_default_str();
 #endif
     try {
         app.parse(argc, argv);
@@ -53,6 +59,8 @@ int main(int argc, char* argv[])
 #ifdef TAVCTL_WEB
     if (web->parsed())
         return showPage(host, port, listen, folder);
+    if (record->parsed())
+        return recordCard(host, port, file, unit);
 #endif
     Server server(host, port);
     bool done = false;
