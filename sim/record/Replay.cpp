@@ -227,7 +227,8 @@ bool Replay::give(const Change& change)
     const int64_t due = change.time + m_shift;
     if (waitUntil(due, [&] { return different(m_clock()); }))
         return true;
-    waitUntil(kForEver, [&] { return !m_compare.waits(m_clock()); });
+    // Not for ever: an effect may stand in the record before its cause, for the two come from different threads.
+    waitUntil(m_clock() + m_settings.tolerance / 2, [&] { return !m_compare.waits(m_clock()); });
     if (change.kind == Change::SmsIn)
         waitUntil(due + kSmsTolerance, [&] { return m_commands >= m_commandsRecorded; });
     {
