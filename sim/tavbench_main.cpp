@@ -4,7 +4,7 @@
 #include "bench/Prompt.h"
 #include "bench/Sandbox.h"
 #include "bench/Tools.h"
-#include "properties.h"
+#include "record/Command.h"
 #include "record/Replay.h"
 #include "web/Desk.h"
 #include "web/Site.h"
@@ -198,6 +198,16 @@ std::string takeWhere(const std::vector<std::string>& words, std::vector<std::st
     return where;
 }
 
+// The second signal does not wait for the end of the line under way.
+void endAtSignals()
+{
+    struct sigaction once {};
+    once.sa_handler = [](int) { web::Desk::stop(); };
+    once.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &once, nullptr);
+    sigaction(SIGTERM, &once, nullptr);
+}
+
 // The card in a browser, with a scenario that waits for its viewers or without one. @return exit status
 int showPage(const std::string& where, const std::string& file, const Wishes& wishes)
 {
@@ -227,11 +237,7 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
     const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
-    struct sigaction once {}; // the second signal does not wait for the end of the line under way
-    once.sa_handler = [](int) { web::Desk::stop(); };
-    once.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &once, nullptr);
-    sigaction(SIGTERM, &once, nullptr);
+    endAtSignals();
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
@@ -248,82 +254,21 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     }
 }
 
-// What follows the word "replay".
-struct ReplayWishes {
-    std::string file;
-    std::vector<std::string> compare;
-    std::string tolerance;
-    bool check = false;
-};
-
-std::unique_ptr<bench::Card> cardForReplay(const Wishes& wishes)
+int playAll(const std::vector<std::string>& files, const Wishes& wishes)
 {
-    const std::string wrong = bench::enterSandbox();
-    if (!wrong.empty())
-        throw bench::Failure(wrong);
-    auto card = std::make_unique<bench::Card>(bench::findTools(wishes.daemon, wishes.speed));
-    card->useConfig(wishes.config);
-    cProperties properties;
-    properties.load((std::string(bench::kConfigFolder) + "/telnodriver.conf").c_str());
-    card->modemOptions().pin = properties.getString("simPin", card->modemOptions().pin.c_str());
-    return card;
-}
-
-record::Replay::Settings settingsOf(const ReplayWishes& how, const Wishes& wishes)
-{
-    record::Replay::Settings settings;
-    constexpr double kMachine = 2000; // ms that a busy machine may take for what takes no time; real
-    settings.tolerance = std::max(settings.tolerance, static_cast<int64_t>(kMachine * wishes.speed));
-    for (const std::string& lines : how.compare)
-        (lines == "log" ? settings.log : settings.at) = true;
-    if (!how.tolerance.empty())
-        settings.tolerance = bench::parseTime(how.tolerance).count();
-    return settings;
-}
-
-// @return exit status: 0 no difference, 1 one, 2 not replayed
-int replay(const ReplayWishes& how, const Wishes& wishes)
-{
-    record::Contents contents;
-    const std::string wrong = record::survey(how.file, contents);
-    if (!wrong.empty()) {
-        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
-        return 2;
-    }
-    printf("%s: %s\n", how.file.c_str(), contents.text().c_str());
-    if (!contents.ended)
-        fprintf(stderr, "tavbench: %s: it has no last line: recording was broken off\n", how.file.c_str());
-    if (how.check)
-        return 0;
-    try {
-        if (wishes.config.empty())
-            throw bench::Failure("a replay needs --config");
-        const record::Replay::Settings settings = settingsOf(how, wishes);
-        record::Replay player(cardForReplay(wishes), daemonsTime(wishes), settings);
-        if (const auto difference = player.run(how.file, contents)) {
-            fprintf(stderr, "%s:%llu: %s\n", how.file.c_str(), static_cast<unsigned long long>(difference->line),
-                    difference->text.c_str());
-            return 1;
+    int worst = 0; // each scenario has a sandbox, and so a process, of its own
+    for (const std::string& file : files) {
+        const pid_t player = fork();
+        if (player == 0) {
+            const int status = play(file, wishes);
+            fflush(nullptr);
+            _exit(status);
         }
-        printf("%s: replayed without a difference, %llu changes compared\n", how.file.c_str(),
-               static_cast<unsigned long long>(player.compared()));
-        return 0;
-    } catch (const bench::Failure& failure) {
-        fprintf(stderr, "tavbench: %s\n", failure.what());
-        return 2;
+        int status = 0;
+        waitpid(player, &status, 0);
+        worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : 2);
     }
-}
-
-CLI::App* addReplay(CLI::App& app, ReplayWishes& how)
-{
-    CLI::App* command = app.add_subcommand("replay", "play the inputs and SMS of a record and compare what follows");
-    command->fallthrough();
-    command->add_option("FILE", how.file, "a record")->required();
-    command->add_option("--compare", how.compare, "lines to compare, too")->check(CLI::IsMember({"log", "at"}));
-    command->add_option("--tolerance", how.tolerance,
-                        "how much sooner or later an output that no SMS drives may move, such as 5s");
-    command->add_flag("--check", how.check, "only read the record and say what it holds");
-    return command;
+    return worst;
 }
 
 } // namespace
@@ -344,8 +289,8 @@ int main(int argc, char* argv[])
     app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
     app.add_option("--record", wishes.record, "a new file for what happens, which replay takes");
-    ReplayWishes how;
-    const CLI::App* replaying = addReplay(app, how);
+    record::Order order;
+    const CLI::App* replaying = record::addReplay(app, order);
     std::vector<std::string> web;
     CLI::Option* page = app.add_option("--web", web, "show the card in a browser: PORT or ADDRESS:PORT to listen on")
                             ->expected(0, 2)
@@ -357,33 +302,17 @@ int main(int argc, char* argv[])
         wishes.config = bench::absolute(wishes.config);
 
     if (replaying->parsed())
-        return replay(how, wishes);
+        return record::replay(order, wishes.config, bench::findTools(wishes.daemon, wishes.speed), daemonsTime(wishes));
     const std::string where = takeWhere(web, files);
-    if (files.size() > 1 && !wishes.record.empty()) {
-        fprintf(stderr, "tavbench: --record takes one scenario\n");
+    if (files.size() > 1 && (page->count() > 0 || !wishes.record.empty())) {
+        fprintf(stderr, "tavbench: %s takes one scenario\n", page->count() > 0 ? "--web" : "--record");
         return 2;
     }
-    if (page->count() > 0 && files.size() <= 1)
+    if (page->count() > 0)
         return showPage(where, files.empty() ? "" : files.front(), wishes);
-    if (page->count() > 0) {
-        fprintf(stderr, "tavbench: --web takes one scenario\n");
-        return 2;
-    }
     if (files.empty())
         return converse(wishes);
     if (files.size() == 1)
         return play(files.front(), wishes);
-    int worst = 0; // each scenario has a sandbox, and so a process, of its own
-    for (const std::string& file : files) {
-        const pid_t player = fork();
-        if (player == 0) {
-            const int status = play(file, wishes);
-            fflush(nullptr);
-            _exit(status);
-        }
-        int status = 0;
-        waitpid(player, &status, 0);
-        worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : 2);
-    }
-    return worst;
+    return playAll(files, wishes);
 }

@@ -206,17 +206,22 @@ void Replay::usePorts(const Contents& contents)
 // A card's record began while its daemon had long been running: the one here is given time to reach the same states.
 std::optional<Difference> Replay::settle(const Contents& contents)
 {
+    const auto different = [&] {
+        return std::find_if(contents.ports.begin(), contents.ports.end(), [&](const auto& port) {
+            return port.first.output && m_outputs[port.first.label] != sim::stateWord(port.first.state);
+        });
+    };
     waitUntil(m_clock() + kSettling, [] { return false; });
+    waitUntil(m_clock() + 2 * m_settings.tolerance,
+              [&] { return m_card->server().gets() > 0 && different() == contents.ports.end(); });
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_begun = true;
-    for (const auto& port : contents.ports) {
-        if (!port.first.output || m_outputs[port.first.label] == sim::stateWord(port.first.state))
-            continue;
-        return Difference{port.second, "output " + port.first.label + ' ' + sim::stateWord(port.first.state) +
-                                           " was recorded at the beginning; here it was " +
-                                           m_outputs[port.first.label]};
-    }
-    return {};
+    const auto wrong = different();
+    if (wrong == contents.ports.end())
+        return {};
+    const sim::Port& port = wrong->first;
+    return Difference{wrong->second, "output " + port.label + ' ' + sim::stateWord(port.state) +
+                                         " was recorded at the beginning; here it was " + m_outputs[port.label]};
 }
 
 // Before an input or an SMS of the record is given, what was recorded before it has come, and for an SMS the modem has
