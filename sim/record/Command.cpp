@@ -72,7 +72,7 @@ int replay(const Order& order, const std::string& config, const bench::Tools& to
         Replay player(cardOf(config, tools), clock, settings);
         if (const auto difference = player.run(order.file, contents)) {
             fprintf(stderr, "%s:%llu: %s\n", order.file.c_str(), static_cast<unsigned long long>(difference->line),
-                    difference->text.c_str());
+                    escaped(difference->text).c_str());
             return 1;
         }
         printf("%s: replayed without a difference, %llu changes compared\n", order.file.c_str(),

@@ -13,6 +13,19 @@ using Json = nlohmann::ordered_json;
 
 namespace record {
 
+std::string escaped(const std::string& bytes)
+{
+    std::string text;
+    for (size_t begin = 0; begin <= bytes.size();) {
+        const std::string part = bytes.c_str() + begin; // up to a NUL
+        text += visibleText(part.c_str(), part.c_str());
+        begin += part.size() + 1;
+        if (begin <= bytes.size())
+            text += "\\x00";
+    }
+    return text;
+}
+
 namespace {
 
 constexpr int kVersion = 1;
@@ -33,19 +46,6 @@ const std::array<TextKind, 5> kTextKinds = {{{Change::SmsIn, "sms_in", true},
 struct Wrong : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
-
-std::string escaped(const std::string& bytes)
-{
-    std::string text;
-    for (size_t begin = 0; begin <= bytes.size();) {
-        const std::string part = bytes.c_str() + begin; // up to a NUL
-        text += visibleText(part.c_str(), part.c_str());
-        begin += part.size() + 1;
-        if (begin <= bytes.size())
-            text += "\\x00";
-    }
-    return text;
-}
 
 int digit(char c)
 {

@@ -34,8 +34,11 @@ struct Change {
     uint64_t lines = 0;
 };
 
-/// @return the change as a line of JSON, without a line end. Control characters and bytes that are not UTF-8 stand as
-/// "\x1b" in a text, backslashes doubled: it can be read by people and terminals, and nothing is lost.
+/// @return any bytes as text for people and terminals: control characters and bytes that are not UTF-8 stand as "\x1b",
+/// backslashes doubled
+std::string escaped(const std::string& bytes);
+
+/// @return the change as a line of JSON, without a line end; its texts are escaped, so that nothing of them is lost
 std::string lineOf(const Change& change);
 
 /// Reads a record line by line and holds it to what a recorder writes: times in order, ports told before they change, a
