@@ -13,7 +13,8 @@ namespace {
 // The daemon looks at an exchange once a second, a pass over the SIM has a dozen, and the SMS may wait for the end of
 // the pass before: what an SMS causes comes so much sooner or later from one run to the next.
 constexpr int64_t kSmsTolerance = 30000;
-constexpr int64_t kSmsMemory = 180000; // after an SMS, in which it may still drive outputs
+constexpr int64_t kSmsMemory = 180000;  // after an SMS, in which it may still drive outputs
+constexpr uint64_t kForgetEvery = 4096; // lines
 constexpr int64_t kForEver = INT64_MAX / 2;
 constexpr int64_t kSettling = 10000; // of a daemon that was running when its record began
 constexpr Milliseconds kLook(20);    // between two looks at what is due; real
@@ -300,6 +301,15 @@ std::optional<Difference> Replay::run(const std::string& file, const Contents& c
     return m_compare.first();
 }
 
+// What the simulators keep for scenarios to look at: a record may be as long as it likes.
+void Replay::forget()
+{
+    m_card->daemon().forgetLines();
+    m_card->server().forgetWrites();
+    if (m_card->commandCount() > 0)
+        m_card->modem().clearRecord();
+}
+
 // @return whether there is a difference
 bool Replay::follow(Reader& reader)
 {
@@ -308,6 +318,8 @@ bool Replay::follow(Reader& reader)
             const std::lock_guard<std::mutex> lock(m_mutex);
             m_line = reader.line();
         }
+        if (reader.line() % kForgetEvery == 0)
+            forget();
         const bool isGiven = change.kind == Change::Input || change.kind == Change::SmsIn ||
                              (change.kind == Change::Output && change.port.toggled != kDaemon);
         if (isGiven ? give(change) : waitUntil(change.time + m_shift, [&] { return different(m_clock()); }))

@@ -55,6 +55,7 @@ private:
     std::optional<Difference> settle(const Contents& contents);
     void obey(const Change& change);
     bool follow(Reader& reader);
+    void forget();
     void expect(const Change& change, int64_t due, uint64_t line);
     std::string streamOf(const Change& change) const;
     void happened(const Change& change);

@@ -71,6 +71,7 @@ public:
 
     /// Every write of an output so far, in order, and how many gets have been answered.
     std::vector<Write> writes() const;
+    void forgetWrites();
     size_t gets() const;
     size_t clients() const;
     /// How many clients have connected so far.
