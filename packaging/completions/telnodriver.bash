@@ -100,6 +100,7 @@ _telnodriver() {
     case $subcommand in
     "") ;;
     explain) help=$("$program" explain --help 2>/dev/null; grep -e --server <<<"$help") ;;
+    replay) help=$("$program" replay --help 2>/dev/null; grep -e --config -e --daemon -e --speed <<<"$help") ;;
     *) help=$("$program" "$subcommand" --help 2>/dev/null) ;;
     esac
     if [[ $cur == -* ]]; then

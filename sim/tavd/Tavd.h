@@ -71,6 +71,7 @@ public:
 
     /// Every write of an output so far, in order; the number of answered gets; the number of clients.
     std::vector<Write> writes() const;
+    void forgetWrites();
     size_t gets() const;
     size_t clients() const;
     /// The number of connections so far.
