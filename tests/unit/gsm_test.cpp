@@ -3,6 +3,7 @@
 #include "GSM.h"
 #include "engineCalls.h"
 #include "modem/ModemSim.h"
+#include "scratchFolder.h"
 
 #include <condition_variable>
 #include <gmock/gmock.h>
@@ -55,14 +56,6 @@ ModemSim::Options lockedWith(const std::string& pin)
     return options;
 }
 
-std::size_t countOf(const std::string& part, const std::string& text)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
-
 class Counter : public EventNotifier {
 public:
     void EventOccured(ModemEvent& event) override
@@ -107,57 +100,57 @@ TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
         card.modem.commands());
 }
 
-TEST(GsmSetup, EntersTheRightPinOnce)
+struct PinCase {
+    const char* name;
+    const char* pin;                                 // that the SIM wants; the service knows 1357
+    std::vector<std::pair<const char*, int>> states; // answers to AT+CPIN? instead of its own, and how often
+    bool usable;
+    int entries;
+    std::size_t attempts;
+};
+void PrintTo(const PinCase& pinCase, std::ostream* out)
 {
-    Card& card = Card::make(lockedWith("1357"));
-    bool usable = false;
-    const std::string log = card.setUp(usable);
-    EXPECT_TRUE(usable) << log;
-    EXPECT_EQ(1U, countOf("Attempt 1", log)) << log;
-    EXPECT_EQ(0U, countOf("Attempt 2", log)) << log;
-    EXPECT_EQ(1U, countOf("Pin entered successfully", log)) << log;
-    EXPECT_EQ(1, card.modem.pinEntries());
+    *out << pinCase.name;
 }
 
-TEST(GsmSetup, EntersAWrongPinOnceAndSaysWhatIsMissing)
+class GsmSetupPin : public testing::TestWithParam<PinCase> {};
+const char* const kWanted = "+CPIN: SIM PIN\r\n\r\nOK";
+INSTANTIATE_TEST_SUITE_P(
+    Enters, GsmSetupPin,
+    testing::Values(PinCase{"TheRightPinOnce", "1357", {}, true, 1, 1},
+                    PinCase{"AWrongPinOnce", "2468", {}, false, 1, 1},
+                    PinCase{
+                        "ThePinAgainWhereItsOutcomeCannotBeRead", "2468", {{kWanted, 2}, {"ERROR", 1}}, false, 2, 2},
+                    PinCase{"NothingWhileTheStateCannotBeRead", "1357", {{"ERROR", ModemSim::kForEver}}, false, 0, 2}),
+    [](const auto& pinCase) { return pinCase.param.name; });
+
+TEST_P(GsmSetupPin, AsOftenAsTheModemAsks)
 {
-    Card& card = Card::make(lockedWith("2468"));
-    bool usable = true;
+    const PinCase& row = GetParam();
+    Card& card = Card::make(lockedWith(row.pin));
+    for (const auto& [state, times] : row.states)
+        card.modem.react("AT+CPIN?", Reaction::line(state), times);
+    bool usable = !row.usable;
     const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_THAT(log, AllOf(HasSubstr("Error with modem setup"), HasSubstr("Modem set-up failed: "),
-                           Not(HasSubstr("Pin entered successfully")), Not(HasSubstr("SIM card status is READY"))));
-    EXPECT_EQ(1, card.modem.pinEntries());
+    EXPECT_EQ(row.usable, usable) << log;
+    EXPECT_EQ(row.entries, card.modem.pinEntries());
+    for (const std::size_t attempt : {1U, 2U, 3U})
+        EXPECT_EQ(attempt <= row.attempts ? 1U : 0U, timesIn(log, "Attempt " + std::to_string(attempt))) << log;
+    for (const char* success : {"Pin entered successfully", "SIM card status is READY"})
+        EXPECT_EQ(row.usable ? 1U : 0U, timesIn(log, success)) << log;
+    for (const char* failure : {"Error with modem setup", "Modem set-up failed: "})
+        EXPECT_EQ(row.usable ? 0U : 1U, timesIn(log, failure)) << log;
 }
 
-TEST(GsmSetup, EntersThePinAgainWhereItsOutcomeCannotBeRead)
+TEST(GsmSetup, SaysWhatAModemWithoutANetLacks)
 {
-    Card& card = Card::make(lockedWith("2468"));
-    for (int i = 0; i < 2; ++i)
-        card.modem.react("AT+CPIN?", Reaction::line("+CPIN: SIM PIN\r\n\r\nOK"));
-    card.modem.react("AT+CPIN?", Reaction::line("ERROR"));
-    bool usable = true;
-    const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_EQ(1U, countOf("Attempt 2", log)) << log;
-    EXPECT_EQ(2, card.modem.pinEntries());
-}
-
-TEST(GsmSetup, EntersNothingWhileTheStateCannotBeRead)
-{
-    Card& card = Card::make(lockedWith("1357"));
-    card.modem.react("AT+CPIN?", Reaction::line("ERROR"), ModemSim::kForEver);
+    Card& card = Card::make();
     card.modem.setSignal(99, 99);
     card.modem.react("AT+COPS?", Reaction::line("+COPS: 0,0,0\r\n\r\nOK"));
     bool usable = true;
     const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_EQ(0, card.modem.pinEntries());
-    EXPECT_EQ(1U, countOf("Attempt 1", log));
-    EXPECT_EQ(1U, countOf("Attempt 2", log));
-    EXPECT_EQ(0U, countOf("Attempt 3", log));
     EXPECT_THAT(log, HasSubstr("Could not obtain signal strength"));
-    EXPECT_EQ(2U, countOf("No registered operator is detected", log)) << log;
+    EXPECT_EQ(2U, timesIn(log, "No registered operator is detected")) << log;
 }
 
 TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
@@ -308,7 +301,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
     EXPECT_TRUE(delivered("9"));
     std::lock_guard<std::mutex> lock(slow.m_mutex);
     EXPECT_LT(slow.m_count, 5000);
-    EXPECT_EQ(1U, countOf("of each kind only the newest waits", testing::internal::GetCapturedStderr()));
+    EXPECT_EQ(1U, timesIn(testing::internal::GetCapturedStderr(), "of each kind only the newest waits"));
 }
 
 TEST(Gsm, IsDeadWithoutItsPort)
