@@ -2,6 +2,7 @@
 #include "FakeModem.h"
 #include "GSM.h"
 #include "engineCalls.h"
+#include "forEver.h"
 #include "modem/ModemSim.h"
 #include "scratchFolder.h"
 
@@ -19,17 +20,16 @@ using testing::HasSubstr;
 using testing::Not;
 using Reaction = ModemSim::Reaction;
 
-/// A service on a simulated modem. Its threads never end, so neither does it.
+/// A service on a simulated modem. Its threads never end: made with forEver().
 struct Card {
     ModemSim modem;
     Gsm gsm;
     bool initialised;
 
-    static Card& make(const ModemSim::Options& options = {}, const std::string& pin = "1357")
+    explicit Card(const ModemSim::Options& options = {}) : modem(options)
     {
-        static auto* all = new std::vector<Card*>;
-        all->push_back(new Card(options, pin));
-        return *all->back();
+        std::string port = modem.path(), pin = "1357";
+        initialised = gsm.initialiseGsm(port.data(), pin.data());
     }
     /// One pass of set-up; returns what it logged.
     std::string setUp(bool& usable)
@@ -38,14 +38,6 @@ struct Card {
         testing::internal::CaptureStderr();
         usable = gsm.setupModem();
         return testing::internal::GetCapturedStderr();
-    }
-
-private:
-    Card(const ModemSim::Options& options, const std::string& pin) : modem(options)
-    {
-        std::string port = modem.path();
-        std::string code = pin;
-        initialised = gsm.initialiseGsm(port.data(), code.data());
     }
 };
 
@@ -83,7 +75,7 @@ void typeOnConsole(const std::string& input)
 
 TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.react("AT+CMGF=1", Reaction::line("ERROR")); // text mode does not count
     bool usable = false;
     const std::string log = card.setUp(usable);
@@ -127,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(GsmSetupPin, AsOftenAsTheModemAsks)
 {
     const PinCase& row = GetParam();
-    Card& card = Card::make(lockedWith(row.pin));
+    Card& card = forEver<Card>(lockedWith(row.pin));
     for (const auto& [state, times] : row.states)
         card.modem.react("AT+CPIN?", Reaction::line(state), times);
     bool usable = !row.usable;
@@ -144,7 +136,7 @@ TEST_P(GsmSetupPin, AsOftenAsTheModemAsks)
 
 TEST(GsmSetup, SaysWhatAModemWithoutANetLacks)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.setSignal(99, 99);
     card.modem.react("AT+COPS?", Reaction::line("+COPS: 0,0,0\r\n\r\nOK"));
     bool usable = true;
@@ -155,7 +147,7 @@ TEST(GsmSetup, SaysWhatAModemWithoutANetLacks)
 
 TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.react("AT", Reaction::line("ERROR"), ModemSim::kForEver);
     bool usable = true;
     const std::string log = card.setUp(usable);
@@ -167,7 +159,7 @@ TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
 
 TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
 {
-    Card& card = Card::make(lockedWith("1357"));
+    Card& card = forEver<Card>(lockedWith("1357"));
     card.modem.setSimState(ModemSim::SimState::NeedsPuk);
     for (const char* console : {"", "\n\n", "letters\nletters\n", "12345678\n", "12345678\nletters\n",
                                 "99999999999999999999\n1357\n", "-5\n1357\n"}) {
@@ -187,7 +179,7 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
 
 TEST(GsmPuk, UnlocksTheSimFromTheConsole)
 {
-    Card& card = Card::make(lockedWith("1357"));
+    Card& card = forEver<Card>(lockedWith("1357"));
     card.modem.setSimState(ModemSim::SimState::NeedsPuk);
     typeOnConsole("12345678\n2468\n");
     testing::internal::CaptureStdout();
@@ -199,7 +191,7 @@ TEST(GsmPuk, UnlocksTheSimFromTheConsole)
 
 TEST(Gsm, SendsReadsAndDeletesSms)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.store({1, ModemSim::SmsStatus::RecUnread, "+49151", "PUMP ON", ""});
     card.modem.store({3, ModemSim::SmsStatus::RecUnread, "0170", "PUMP QUERY", ""});
     std::string number = "0151123456";
@@ -225,7 +217,7 @@ TEST(Gsm, SendsReadsAndDeletesSms)
 
 TEST(Gsm, DeliversEachReportAtLeastOnce)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     auto& early = *new Counter; // the event thread's for as long as the process lives
     card.gsm.subscribe(&early);
     (void)card.gsm.deleteSms(1); // until there is a command, the port is not read
@@ -266,7 +258,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         event->setSmsId(place);
         return event;
     };
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     auto& slow = *new Slow;
     card.gsm.subscribe(&slow);
     cWlog::init(cWlog::INFO);

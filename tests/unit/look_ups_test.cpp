@@ -99,7 +99,7 @@ protected:
     }
 
     std::mt19937 random{1};
-    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    sim::Tavd& server = forEver<sim::Tavd>();
     ManagerBench& manager = ManagerBench::forEver();
     std::vector<tavTrigger*> leaves, actions;
 };

@@ -52,7 +52,7 @@ protected:
         return server.waitForOutput("OUT1", first, kLimit) && server.waitForOutput("OUT2", second, kLimit);
     }
 
-    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    sim::Tavd& server = forEver<sim::Tavd>();
     ManagerBench& manager = ManagerBench::forEver();
 };
 

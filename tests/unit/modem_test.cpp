@@ -3,6 +3,7 @@
 #include "GSM.h"
 #include "Modem.h"
 #include "engineCalls.h"
+#include "forEver.h"
 
 #include <gmock/gmock.h>
 #include <log4cpp/AppenderSkeleton.hh>
@@ -42,25 +43,14 @@ private:
     std::string m_heard;
 };
 
-/// A facade on a terminal. Its threads never end, so neither does it.
+/// A facade on a terminal. Its threads never end: made with forEver().
 struct Rig {
     FakeModem fake;
     Gsm gsm;
     Listener listener;
     Modem& modem;
 
-    static Rig& make(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
-    {
-        static std::mutex mutex;
-        static auto* all = new std::vector<Rig*>;
-        auto* rig = new Rig(std::move(script), chunk, echo);
-        std::lock_guard<std::mutex> lock(mutex);
-        all->push_back(rig);
-        return *rig;
-    }
-
-private:
-    Rig(std::vector<Step> script, std::size_t chunk, bool echo)
+    explicit Rig(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
         : fake(std::move(script), chunk, echo), modem(*new Modem(&gsm))
     {
         (void)gsm.initialiseGsm(text("/nowhere/ttyS9"), text("")); // for its lists and its event thread
@@ -94,23 +84,24 @@ void talk(std::size_t chunk, bool echo, const std::string& end, const std::strin
             all.append(end).append(line).append(end);
         return all;
     };
-    Rig& rig = Rig::make({{"AT+IPR=115200\r", reply({"OK"})},
-                          {"ATI\r", reply({"TAV-SIM", "OK"})},
-                          {"AT+CSMINS?\r", reply({"+CSMINS: 0,1", "OK"})},
-                          {"AT+CPIN?\r", reply({"+CPIN: SIM PIN", "OK"})},
-                          {"AT+CPIN=\"0042\"\r", reply({"+CME ERROR: 16"})},
-                          {"AT+CPIN=\"12345678\",\"1357\"\r\n", reply({"OK"})},
-                          {"AT+CSQ\r", reply({"+CSQ: 0,3", "OK"})},
-                          {"AT+COPS?\r", reply({"+COPS: 0,0,\"TAV NET\"", "OK"})},
-                          {"AT+CMGF=1\r", reply({"ERROR"})},
-                          {"AT+CSCS=\"GSM\"\r", reply({"OK"})},
-                          {"AT+CMGS=\"0151\"\r", end + prompt},
-                          {"PUMP LOW\x1a", reply({"+CMGS: 7", "OK"})},
-                          {"AT+CMGL=\"ALL\"\r", reply({kListing.c_str(), "PUMP ON", "+CMTI: \"SM\",9",
-                                                       "+CMGL: 2,\"REC READ\",\"0170\",,", "two", "OK"})},
-                          {"AT+CMGD=3\r", reply({"ERROR"})},
-                          {"AT+CUSD=1,\"*100#\"\r", reply({"OK", "+CUSD: 0,\"3 EUR\",15"})}},
-                         chunk, echo);
+    Rig& rig =
+        forEver<Rig>(std::vector<Step>{{"AT+IPR=115200\r", reply({"OK"})},
+                                       {"ATI\r", reply({"TAV-SIM", "OK"})},
+                                       {"AT+CSMINS?\r", reply({"+CSMINS: 0,1", "OK"})},
+                                       {"AT+CPIN?\r", reply({"+CPIN: SIM PIN", "OK"})},
+                                       {"AT+CPIN=\"0042\"\r", reply({"+CME ERROR: 16"})},
+                                       {"AT+CPIN=\"12345678\",\"1357\"\r\n", reply({"OK"})},
+                                       {"AT+CSQ\r", reply({"+CSQ: 0,3", "OK"})},
+                                       {"AT+COPS?\r", reply({"+COPS: 0,0,\"TAV NET\"", "OK"})},
+                                       {"AT+CMGF=1\r", reply({"ERROR"})},
+                                       {"AT+CSCS=\"GSM\"\r", reply({"OK"})},
+                                       {"AT+CMGS=\"0151\"\r", end + prompt},
+                                       {"PUMP LOW\x1a", reply({"+CMGS: 7", "OK"})},
+                                       {"AT+CMGL=\"ALL\"\r", reply({kListing.c_str(), "PUMP ON", "+CMTI: \"SM\",9",
+                                                                    "+CMGL: 2,\"REC READ\",\"0170\",,", "two", "OK"})},
+                                       {"AT+CMGD=3\r", reply({"ERROR"})},
+                                       {"AT+CUSD=1,\"*100#\"\r", reply({"OK", "+CUSD: 0,\"3 EUR\",15"})}},
+                     chunk, echo);
     Modem& modem = rig.modem;
     char id[16] = "", net[32] = "";
     bool isIn = false;
@@ -161,8 +152,8 @@ TEST(Modem, DoesEachOperationWithAModemOfAnyPiecesAndManners)
 
 TEST(Modem, LeavesOutParametersAloneUnlessOk)
 {
-    Rig& rig = Rig::make({{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
-                          {"AT+COPS?\r", "ERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
+                                              {"AT+COPS?\r", "ERROR\r\n"}});
     float rssi = 99;
     float ber = 99;
     char net[32] = "untouched";
@@ -178,10 +169,10 @@ TEST(Modem, LeavesOutParametersAloneUnlessOk)
 
 TEST(Modem, WritesTheTextWhateverBecameOfTheNumber)
 {
-    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
-                          {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
-                          {"AT+CMGS=\"0152\"\r", "\r\n> "},
-                          {"text\x1a", "\r\nERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
+                                              {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
+                                              {"AT+CMGS=\"0152\"\r", "\r\n> "},
+                                              {"text\x1a", "\r\nERROR\r\n"}});
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.iSendSMS(text("0151"), text("text")));
     EXPECT_EQ(ErrStat::MDMERR, rig.modem.iSendSMS(text("0152"), text("text")));
     EXPECT_TRUE(rig.fake.waitForSteps(4)) << rig.fake.received();
@@ -189,7 +180,7 @@ TEST(Modem, WritesTheTextWhateverBecameOfTheNumber)
 
 TEST(Modem, WritesNothingThatWouldBreakOut)
 {
-    Rig& rig = Rig::make();
+    Rig& rig = forEver<Rig>();
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.qCharacterSet(text("GSM\"\rAT+CMGD=1")));
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.qCharacterSet(text("123456789012345678901")));
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.iSendSMS(text("0151\""), text("text")));
@@ -212,7 +203,7 @@ TEST(Modem, WritesNothingThatWouldBreakOut)
 // The list is walked and destroyed while the modem goes on listing.
 TEST(Modem, DropsMessagesThatAreListedTooLate)
 {
-    Rig& rig = Rig::make({{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
     ASSERT_EQ(ErrStat::OK, rig.modem.qReadSMS());
     std::thread late([&] {
         for (int i = 0; i < 200; ++i)
@@ -247,7 +238,7 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
     private:
         FakeModem& m_modem;
     };
-    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
     Stuck stuck(rig.fake);
     log4cpp::Category& category = log4cpp::Category::getInstance("Modem");
     category.addAppender(stuck);
@@ -259,7 +250,7 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
 // The receive thread goes on with the last command: lines and silences are handed to it.
 TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
 {
-    Rig& rig = Rig::make({{"AT+CMGF=1\r", "\r\nOK\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGF=1\r", "\r\nOK\r\n"}});
     ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
