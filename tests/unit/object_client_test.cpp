@@ -247,6 +247,19 @@ TEST_F(ObjectClient, AServerThatHangsIsGivenUpAndTriedAnew)
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
 }
 
+TEST_F(ObjectClient, AGetEndsWithItsConnection)
+{
+    connect();
+    tavobj::Message broken;
+    broken.set_type(300);
+    server.answerGetsWith(broken.SerializeAsString());
+    const auto begun = std::chrono::steady_clock::now();
+    bool answered = true;
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
+}
+
 TEST_F(ObjectClient, AListenerMayAskAndWriteWhileItRuns)
 {
     struct Asking : cObjectListener {
