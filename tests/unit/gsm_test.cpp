@@ -100,11 +100,6 @@ struct PinCase {
     int entries;
     std::size_t attempts;
 };
-void PrintTo(const PinCase& pinCase, std::ostream* out)
-{
-    *out << pinCase.name;
-}
-
 class GsmSetupPin : public testing::TestWithParam<PinCase> {};
 const char* const kWanted = "+CPIN: SIM PIN\r\n\r\nOK";
 INSTANTIATE_TEST_SUITE_P(
