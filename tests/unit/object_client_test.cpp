@@ -309,10 +309,10 @@ TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
         byte = static_cast<char>(generator());
     random[0] = '\x7f'; // as a length it is beyond the limit
     tavobj::Message many;
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 16385; ++i)
         many.add_objects()->set_kind(1);
     tavobj::Message strange;
-    strange.set_type(300);
+    strange.set_type(256);
     int returns = 0;
     for (const std::string& bytes :
          {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random, std::string(4, '\0'),
@@ -350,6 +350,9 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     message.set_id(4711); // of no request: an answer that nobody waits for
     server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    message.set_type(255); // the listener's to judge
+    server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
+    EXPECT_TRUE(listener.waitUntil([this] { return !listener.types.empty() && listener.types.back() == 255; }));
     EXPECT_EQ(listener.returns, 0) << "the connection was never given up";
 }
 
