@@ -3,6 +3,7 @@
 #include "GSM.h"
 #include "engineCalls.h"
 #include "modem/ModemSim.h"
+#include "noThreads.h"
 
 #include <condition_variable>
 #include <gmock/gmock.h>
@@ -322,6 +323,13 @@ TEST(Gsm, IsDeadWithoutItsPort)
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 AllOf(HasSubstr("Failed to open serial connection"), HasSubstr("Modem could not be initialized"),
                       HasSubstr("/nowhere/ttyS9")));
+    {
+        static Gsm& threadless = *new Gsm;
+        const NoThreads refused;
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(threadless.initialiseGsm(nowhere, pin));
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("The event thread could not be started"));
+    }
     EXPECT_EQ(ErrStat::UNKNOWN, gsm.errorHandle(ErrStat::WRONG));
     EXPECT_EQ(ErrStat::MDMERR, gsm.errorHandle(ErrStat::MDMERR));
 }

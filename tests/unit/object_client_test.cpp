@@ -2,6 +2,7 @@
 #include "cObjectClient.h"
 #include "cObjectList.h"
 #include "cObjectListener.h"
+#include "noThreads.h"
 #include "simPort.h"
 #include "tavd/Tavd.h"
 #include "tavobj.pb.h"
@@ -220,6 +221,22 @@ TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
     output.setOutputState(cObject::OBJ_IO_STATE_SET);
     EXPECT_EQ(client->set(&output), 0);
     EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
+}
+
+TEST_F(ObjectClient, StartsOnceAndSaysWhenItHasNoThread)
+{
+    connect();
+    EXPECT_FALSE(client->start("127.0.0.1", server.port()));
+    client = std::make_unique<cObjectClient>();
+    {
+        const NoThreads refused;
+        EXPECT_FALSE(client->start("127.0.0.1", server.port()));
+    }
+    bool answered = true;
+    const auto begun = std::chrono::steady_clock::now();
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
 }
 
 TEST_F(ObjectClient, ARefusedFirstAttemptEndsTheFirstGet)
