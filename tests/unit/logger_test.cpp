@@ -1,4 +1,5 @@
 #include "cWlog.h"
+#include "laterLog.h"
 #include "scratchFolder.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -110,6 +112,30 @@ TEST_F(Logger, LeavesTheLineBreaksOfAFormatWhereTheyStand)
                      "INFO Gsm: RSSI:-52.000000dBm\tBER:1\\t\n\\n\nINFO Gsm: \\n%\\ \\\\\n"
                      "INFO Gsm: " +
                          std::string(1021, 'x') + "\ne\nINFO Gsm: " + std::string(1023, 'y') + "\n");
+}
+
+__attribute__((format(printf, 3, 4))) void later(cWlog& log, cWlog::WlogPiority priority, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    LaterLog::add(log, priority, format, arguments);
+    va_end(arguments);
+}
+
+TEST_F(Logger, LinesForLaterAreWrittenAsTheyWouldBeAtOnceWhenTheLockHasGone)
+{
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    {
+        LaterLog lines(mLogger);
+        later(mLogger, cWlog::WARN, "\n\nno %d\n\n", 7);
+        later(mLogger, cWlog::DEBUG, "%s\n", "a\n");
+        later(mLogger, cWlog::INFO, "%s\n", "");
+        later(mLogger, cWlog::INFO, "%s", std::string(1100, 'x').c_str());
+        EXPECT_EQ(log(), "");
+    }
+    later(mLogger, cWlog::INFO, "at once\n");
+    EXPECT_EQ(log(), "WARN Gsm: no 7\nDEBUG Gsm: a\\n\nINFO Gsm: \nINFO Gsm: " + std::string(1023, 'x') +
+                         "\nINFO Gsm: at once\n");
 }
 
 TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
