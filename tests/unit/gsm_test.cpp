@@ -312,6 +312,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         return countOf("of each kind only the newest waits", testing::internal::GetCapturedStderr());
     };
     EXPECT_EQ(1U, storm("1"));
+    EXPECT_EQ((std::vector<int>{17, 18, 19}), card.gsm.takeReportedPlaces()) << "of SMS only";
     {
         std::lock_guard<std::mutex> lock(slow.m_mutex);
         EXPECT_LT(slow.m_count, 5000);

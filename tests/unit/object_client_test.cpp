@@ -2,6 +2,7 @@
 #include "cObjectClient.h"
 #include "cObjectList.h"
 #include "cObjectListener.h"
+#include "cWlog.h"
 #include "noThreads.h"
 #include "simPort.h"
 #include "tavd/Tavd.h"
@@ -359,7 +360,17 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     object->mutable_port()->set_label("IN1");
     object->mutable_port()->set_status(77);
     server.answerGetsWith(message.SerializeAsString());
+    cWlog::init(cWlog::WARN);
+    testing::internal::CaptureStderr();
     auto objects = ask(cObjectPort(), "IN1");
+    for (int i = 0; i < 20; ++i)
+        ask(cObjectPort(), "IN1");
+    const std::string told = testing::internal::GetCapturedStderr();
+    int warnings = 0;
+    for (size_t at = told.find(": left out"); at != std::string::npos; at = told.find(": left out", at + 1))
+        ++warnings;
+    EXPECT_GE(warnings, 1);
+    EXPECT_LT(warnings, 20) << "not for every message of a server gone mad";
     ASSERT_EQ(objects.size(), 1u);
     EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects[0]).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
 
