@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdarg>
+#include <cstring>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -169,8 +170,11 @@ TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
         EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 2) << first;
         EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }), IsEmpty()) << row.name;
     }
-    for (const char* unreadable : {"/no/where", "/"}) {
-        EXPECT_THAT(standardErrorOf([&] { cWlog::init(unreadable); }), HasSubstr(" ERROR cWlog: ")) << unreadable;
+    for (const char* unreadable : {"/no/where: No such file or directory\n", "/: not a regular file\n",
+                                   "/proc/self/mem: Input/output error\n"}) {
+        const std::string file(unreadable, strcspn(unreadable, ":"));
+        EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }),
+                    HasSubstr(std::string(" ERROR cWlog: ") + unreadable));
     }
 }
 
