@@ -4,6 +4,7 @@
 #include "engineCalls.h"
 #include "forEver.h"
 #include "modem/ModemSim.h"
+#include "noThreads.h"
 #include "scratchFolder.h"
 
 #include <condition_variable>
@@ -248,47 +249,56 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         int m_count = 0;
         std::set<std::string> m_texts;
     };
-    const auto sms = [](const char* place) {
-        auto* event = new SmsEvent;
-        event->setSmsId(place);
-        return event;
-    };
     Card& card = forEver<Card>();
     auto& slow = *new Slow;
     card.gsm.subscribe(&slow);
     cWlog::init(cWlog::INFO);
-    testing::internal::CaptureStderr();
-
-    card.gsm.iInsertEvent(sms("7"));
-    {
-        std::unique_lock<std::mutex> lock(slow.m_mutex);
-        slow.m_changed.wait(lock, [&] { return slow.m_called; });
-    }
-    card.gsm.iInsertEvent(sms("8"));
-    for (int i = 1; i <= 20000; ++i) {
-        auto* event = new USDEvent;
-        event->setUsdCode(("answer " + std::to_string(i)).c_str());
+    const auto sms = [&](const std::string& place) {
+        auto* event = new SmsEvent;
+        event->setSmsId(place.c_str());
         card.gsm.iInsertEvent(event);
-    }
-    EXPECT_LE(card.gsm.getEvents()->size(), Gsm::kMostWaiting + 2);
-    {
-        std::lock_guard<std::mutex> lock(slow.m_mutex);
-        slow.m_open = true;
-    }
-    slow.m_changed.notify_all();
-    const auto delivered = [&](const char* text) {
+    };
+    const auto delivered = [&](const std::string& text) {
         return eventually([&] {
             std::lock_guard<std::mutex> lock(slow.m_mutex);
             return slow.m_texts.count(text) != 0;
         });
     };
-    EXPECT_TRUE(delivered("answer 20000"));
-    EXPECT_TRUE(delivered("8"));
-    card.gsm.iInsertEvent(sms("9"));
-    EXPECT_TRUE(delivered("9"));
-    std::lock_guard<std::mutex> lock(slow.m_mutex);
-    EXPECT_LT(slow.m_count, 5000);
-    EXPECT_EQ(1U, timesIn(testing::internal::GetCapturedStderr(), "only the newest of each kind is kept"));
+    // Returns how often the storm was told.
+    const auto storm = [&](const std::string& number) {
+        testing::internal::CaptureStderr();
+        {
+            std::unique_lock<std::mutex> lock(slow.m_mutex);
+            slow.m_called = slow.m_open = false;
+            sms(number + "7");
+            slow.m_changed.wait(lock, [&] { return slow.m_called; });
+        }
+        sms(number + "8");
+        for (int i = 1; i <= 20000; ++i) {
+            auto* event = new USDEvent;
+            event->setUsdCode((number + " answer " + std::to_string(i)).c_str());
+            card.gsm.iInsertEvent(event);
+        }
+        EXPECT_LE(card.gsm.getEvents()->size(), Gsm::kMostWaiting + 2 * eventDispatch::kKept);
+        {
+            std::lock_guard<std::mutex> lock(slow.m_mutex);
+            slow.m_open = true;
+        }
+        slow.m_changed.notify_all();
+        EXPECT_TRUE(delivered(number + " answer 20000"));
+        EXPECT_TRUE(delivered(number + "8"));
+        sms(number + "9");
+        EXPECT_TRUE(delivered(number + "9"));
+        return timesIn(testing::internal::GetCapturedStderr(), "only the newest of each kind is kept");
+    };
+    EXPECT_EQ(1U, storm("1"));
+    EXPECT_EQ((std::vector<int>{17, 18, 19}), card.gsm.takeReportedPlaces()) << "of SMS only";
+    {
+        std::lock_guard<std::mutex> lock(slow.m_mutex);
+        EXPECT_LT(slow.m_count, 5000);
+    }
+    int number = 1; // a storm that begins before the event thread has seen the last one's end is the same storm
+    EXPECT_TRUE(eventually([&] { return storm(std::to_string(++number)) == 1U; })) << "another storm is told anew";
 }
 
 TEST(Gsm, IsDeadWithoutItsPort)
@@ -302,6 +312,13 @@ TEST(Gsm, IsDeadWithoutItsPort)
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 AllOf(HasSubstr("Failed to open serial connection"), HasSubstr("Modem could not be initialized"),
                       HasSubstr("/nowhere/ttyS9")));
+    {
+        static Gsm& threadless = *new Gsm;
+        const NoThreads refused;
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(threadless.initialiseGsm(nowhere, pin));
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("The event thread could not be started"));
+    }
     EXPECT_EQ(ErrStat::UNKNOWN, gsm.errorHandle(ErrStat::WRONG));
     EXPECT_EQ(ErrStat::MDMERR, gsm.errorHandle(ErrStat::MDMERR));
 }

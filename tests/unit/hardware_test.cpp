@@ -38,7 +38,8 @@ TEST(Hardware, AFileWithoutANumberIsReportedAndMeansNoCard)
     }
     ScratchFolder folder;
     folder.write("etc/tav/hardware/x", "");
-    EXPECT_EQ(numberIn(folder), 0);
+    const std::string line = standardErrorOf([&] { EXPECT_EQ(numberIn(folder), 0); });
+    EXPECT_THAT(line, testing::HasSubstr("etc/tav/hardware: Is a directory\n"));
 }
 
 TEST(Hardware, WithoutTheFileTheDeviceTreeTells)

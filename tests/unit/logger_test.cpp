@@ -1,4 +1,5 @@
 #include "cWlog.h"
+#include "laterLog.h"
 #include "scratchFolder.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdarg>
+#include <cstring>
 #include <sstream>
 #include <thread>
 #include <vector>
@@ -81,6 +84,11 @@ TEST_F(Logger, ShowsControlCharactersAndBrokenTextOfArgumentsOnOneLine)
          "\\xc2\\x9b"
          "31m"},
         {"\xe4 \xc0\x8a \xed\xa0\x80 \xe2\x82", "\\xe4 \\xc0\\x8a \\xed\\xa0\\x80 \\xe2\\x82"},
+        // The first and the last character of each length and range, and what lies beside them.
+        {"\xc2\xa0 \xdf\xbf \xe0\xa0\x80 \xed\x9f\xbf \xef\xbf\xbf \xf0\x90\x80\x80 \xf4\x8f\xbf\xbf ~",
+         "\xc2\xa0 \xdf\xbf \xe0\xa0\x80 \xed\x9f\xbf \xef\xbf\xbf \xf0\x90\x80\x80 \xf4\x8f\xbf\xbf ~"},
+        {"\xc1\xbf \xe0\x9f\xbf \xf0\x8f\xbf\xbf \xf4\x90\x80\x80 \xf5\x80\x80\x80 \xc2( \x1f",
+         "\\xc1\\xbf \\xe0\\x9f\\xbf \\xf0\\x8f\\xbf\\xbf \\xf4\\x90\\x80\\x80 \\xf5\\x80\\x80\\x80 \\xc2( \\x1f"},
         {"%s%n%1000000d", "%s%n%1000000d"},
     };
     std::string expected;
@@ -118,6 +126,30 @@ TEST_F(Logger, TakesAFormatThatDoesNotFitForData)
     EXPECT_EQ(log(), "INFO Gsm: \nINFO Gsm: a\\nERROR Gsm: forged\n");
 }
 
+__attribute__((format(printf, 3, 4))) void later(cWlog& log, cWlog::WlogPiority priority, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    LaterLog::add(log, priority, format, arguments);
+    va_end(arguments);
+}
+
+TEST_F(Logger, LinesForLaterAreWrittenAsTheyWouldBeAtOnceWhenTheLockHasGone)
+{
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    {
+        LaterLog lines(mLogger);
+        later(mLogger, cWlog::WARN, "\n\nno %d\n\n", 7);
+        later(mLogger, cWlog::DEBUG, "%s\n", "a\n");
+        later(mLogger, cWlog::INFO, "%s\n", "");
+        later(mLogger, cWlog::INFO, "%s", std::string(1100, 'x').c_str());
+        EXPECT_EQ(log(), "");
+    }
+    later(mLogger, cWlog::INFO, "at once\n");
+    EXPECT_EQ(log(), "WARN Gsm: no 7\nDEBUG Gsm: a\\n\nINFO Gsm: \nINFO Gsm: " + std::string(1023, 'x') +
+                         "\nINFO Gsm: at once\n");
+}
+
 TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
 {
     const std::string layout = "log4cpp.appender.A.layout=BasicLayout\n";
@@ -149,8 +181,11 @@ TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
         EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 2) << first;
         EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }), IsEmpty()) << row.name;
     }
-    for (const char* unreadable : {"/no/where", "/"}) {
-        EXPECT_THAT(standardErrorOf([&] { cWlog::init(unreadable); }), HasSubstr(" ERROR cWlog: ")) << unreadable;
+    for (const char* unreadable : {"/no/where: No such file or directory\n", "/: not a regular file\n",
+                                   "/proc/self/mem: Input/output error\n"}) {
+        const std::string file(unreadable, strcspn(unreadable, ":"));
+        EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }),
+                    HasSubstr(std::string(" ERROR cWlog: ") + unreadable));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "Modem.h"
 #include "engineCalls.h"
 #include "forEver.h"
+#include "noThreads.h"
 
 #include <gmock/gmock.h>
 #include <log4cpp/AppenderSkeleton.hh>
@@ -260,15 +261,9 @@ TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
 
 TEST(Modem, IsNotReadyWithoutAReceiveThread)
 {
-    pthread_attr_t usual;
-    pthread_attr_t huge;
-    ASSERT_EQ(0, pthread_getattr_default_np(&usual));
-    ASSERT_EQ(0, pthread_attr_init(&huge));
-    ASSERT_EQ(0, pthread_attr_setstacksize(&huge, ~std::size_t{0xfffff})); // no thread can have that
     FakeModem fake;
     Modem modem(nullptr);
     auto* port = new serialDriver(fake.path());
-    ASSERT_EQ(0, pthread_setattr_default_np(&huge));
+    const NoThreads refused;
     EXPECT_FALSE(modem.init(port));
-    ASSERT_EQ(0, pthread_setattr_default_np(&usual));
 }

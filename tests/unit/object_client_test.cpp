@@ -2,6 +2,8 @@
 #include "cObjectClient.h"
 #include "cObjectList.h"
 #include "cObjectListener.h"
+#include "cWlog.h"
+#include "noThreads.h"
 #include "simPort.h"
 #include "tavd/Tavd.h"
 #include "tavobj.pb.h"
@@ -199,6 +201,22 @@ TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
     EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
 }
 
+TEST_F(ObjectClient, StartsOnceAndSaysWhenItHasNoThread)
+{
+    connect();
+    EXPECT_FALSE(client->start("127.0.0.1", server.port()));
+    client = std::make_unique<cObjectClient>();
+    {
+        const NoThreads refused;
+        EXPECT_FALSE(client->start("127.0.0.1", server.port()));
+    }
+    bool answered = true;
+    const auto begun = std::chrono::steady_clock::now();
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
+}
+
 TEST_F(ObjectClient, ARefusedFirstAttemptEndsTheFirstGet)
 {
     const uint16_t port = server.port();
@@ -299,10 +317,10 @@ TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
         byte = static_cast<char>(generator());
     random[0] = '\x7f'; // as a length it is beyond the limit
     tavobj::Message many;
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 16385; ++i)
         many.add_objects()->set_kind(1);
     tavobj::Message strange;
-    strange.set_type(300);
+    strange.set_type(256);
     int returns = 0;
     for (const std::string& bytes :
          {std::string("\xff\xff\xff\xff", 4), std::string("\x00\x10\x00\x01", 4), random, std::string(4, '\0'),
@@ -332,7 +350,17 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     object->mutable_port()->set_label("IN1");
     object->mutable_port()->set_status(77);
     server.answerGetsWith(message.SerializeAsString());
+    cWlog::init(cWlog::WARN);
+    testing::internal::CaptureStderr();
     auto objects = ask(cObjectPort(), "IN1");
+    for (int i = 0; i < 20; ++i)
+        ask(cObjectPort(), "IN1");
+    const std::string told = testing::internal::GetCapturedStderr();
+    int warnings = 0;
+    for (size_t at = told.find(": left out"); at != std::string::npos; at = told.find(": left out", at + 1))
+        ++warnings;
+    EXPECT_GE(warnings, 1);
+    EXPECT_LT(warnings, 20) << "not for every message of a server gone mad";
     ASSERT_EQ(objects.size(), 1u);
     EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects[0]).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
 
@@ -340,6 +368,9 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     message.set_id(4711); // of no request: an answer that nobody waits for
     server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
     EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    message.set_type(255); // the listener's to judge
+    server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
+    EXPECT_TRUE(listener.waitUntil([this] { return !listener.types.empty() && listener.types.back() == 255; }));
     EXPECT_EQ(listener.returns, 0) << "the connection was never given up";
 }
 

@@ -82,12 +82,12 @@ TEST_F(Properties, AMissingFileIsToldAndChangesNothing)
     EXPECT_EQ(value("a"), "-") << "a new file replaces all of the old one";
 }
 
-TEST_F(Properties, WhatIsNoRegularFileIsRefusedWithoutAWait)
+TEST_F(Properties, WhatIsNoRegularFileOrCannotBeReadIsRefusedWithoutAWait)
 {
     load("b=2\n");
     const std::string pipe = mFolder.path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string& file : {pipe, mFolder.path("")}) {
+    for (const std::string& file : {pipe, mFolder.path(""), std::string("/proc/self/mem")}) {
         testing::internal::CaptureStdout();
         EXPECT_FALSE(mProperties.load(file.c_str()));
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "Failed to load input file " + file + "\n");
