@@ -1,38 +1,39 @@
-// Log lines that are written after a lock is released.
+// Lines of log that wait until a lock has been released.
 #ifndef LATERLOG_H
 #define LATERLOG_H
 
 #include "cWlog.h"
 
 #include <cstdarg>
+#include <cstddef>
 #include <string>
-#include <vector>
 
-/// Keeps the lines that the calling thread adds, and writes them when it is destroyed. Declare it before a lock, so
-/// that it ends after the lock: a blocked log then delays nobody who waits for the lock. At most one for each thread.
+/// Keeps the lines that the calling thread adds, and writes them when it ends: made before a lock is taken, it ends
+/// after that lock. So a log that stands still holds up nobody who waits for the lock. One at a time for a thread.
+/// Memory: a few lines fit in the object, more are kept on the heap.
 class LaterLog {
 public:
-    /// @param log  borrowed; receives the lines, in order
+    /// @param log borrowed; gets the lines, in order
     explicit LaterLog(cWlog& log) : m_log(log) { s_current = this; }
     ~LaterLog();
     LaterLog(const LaterLog&) = delete;
     LaterLog& operator=(const LaterLog&) = delete;
 
-    /// Keeps a line for the calling thread's LaterLog; without one, writes it to @p log. The line is cut to 1023 bytes.
-    /// Line feeds at its ends are dropped. @param priority  DEBUG, INFO or WARN
+    /// Writes a line to @p log, or keeps it for the calling thread's LaterLog. Cut to 1023 bytes, without the line
+    /// feeds at the ends of the format. @param priority DEBUG, INFO or WARN
     static void add(cWlog& log, cWlog::WlogPiority priority, const char* format, va_list arguments)
         __attribute__((format(printf, 3, 0)));
 
 private:
-    struct Line {
-        cWlog::WlogPiority priority;
-        std::string text;
-    };
-    static void write(cWlog& log, cWlog::WlogPiority priority, const char* text);
+    void keep(char priority, const char* text, size_t length);
+    static void write(cWlog& log, char priority, const char* text);
+    void writeAll(const char* lines, size_t length);
 
     static thread_local LaterLog* s_current;
     cWlog& m_log;
-    std::vector<Line> m_lines;
+    size_t m_used = 0;
+    char m_first[256];  // lines, each with a letter for its priority before it and a NUL behind it, ...
+    std::string m_more; // ... and those for which there was no room
 };
 
 #endif
