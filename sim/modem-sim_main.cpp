@@ -1,4 +1,4 @@
-// A GSM modem on a pseudo terminal, scripted from standard input.
+// modem-sim: a GSM modem on a pseudo terminal, controlled by standard input.
 #include "modem/ModemConsole.h"
 
 #include <CLI/CLI.hpp>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Blocks the signals that end the program, so that they arrive on the descriptor which is returned.
+/// Blocks the signals that end the program. @return a descriptor that receives them
 int takeSignals()
 {
     sigset_t ending;
@@ -24,7 +24,7 @@ int takeSignals()
     return signalfd(-1, &ending, SFD_CLOEXEC);
 }
 
-/// Obeys the lines of @p text that are complete and takes them out; false: the user wants to leave.
+/// Runs the complete lines of @p text and removes them. @return false if the user wants to quit
 bool obey(ModemConsole& console, std::string& text)
 {
     for (std::size_t end = 0; (end = text.find('\n')) != std::string::npos; text.erase(0, end + 1)) {
@@ -47,7 +47,7 @@ void serve(ModemSim& modem, int signals)
         const ssize_t got = fds[0].revents != 0 ? read(STDIN_FILENO, bytes, sizeof bytes) : 0;
         if (got > 0) {
             text.append(bytes, static_cast<std::size_t>(got));
-        } else if (fds[0].revents != 0) { // the end of standard input does not end a modem that runs in the background
+        } else if (fds[0].revents != 0) { // a modem in the background goes on after the end of standard input
             fds[0].fd = -1;
             text += '\n';
         }
@@ -82,14 +82,14 @@ void addOptions(CLI::App& app, ModemSim::Options& options, Wishes& wishes)
     app.add_option("--registration", wishes.registration, "milliseconds from the unlocked SIM to the network")
         ->check(CLI::NonNegativeNumber);
     app.add_option("--cmee", wishes.errorMode, "error reports: 0 plain, 1 numbers, 2 texts")->check(CLI::Range(0, 2));
-    app.add_option("--chunk", options.chunk, "cut replies into pieces of so many bytes");
+    app.add_option("--chunk", options.chunk, "send replies in pieces of this many bytes");
     app.add_option("--delay", wishes.delay, "milliseconds before each reply")->check(CLI::NonNegativeNumber);
     app.add_flag("--echo", options.echo, "echo what is typed");
     app.add_flag("--off", wishes.off, "start switched off");
     app.add_flag("--trace", wishes.trace, "show every line on standard output");
 }
 
-// Until its input or a signal ends it. @return the exit status
+// Runs until its input or a signal ends it. @return the exit status
 int run(const ModemSim::Options& options, bool trace)
 {
     const int signals = takeSignals();

@@ -5,11 +5,15 @@
 #include "bench/Sandbox.h"
 #include "bench/Tools.h"
 #include "bench/TracePrinter.h"
+#include "record/Command.h"
+#include "record/Replay.h"
 #include "web/Desk.h"
 #include "web/Site.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -24,10 +28,16 @@ namespace {
 constexpr unsigned kReading = 1; // seconds that a person needs for a note
 
 struct Wishes {
-    std::string config, daemon;
+    std::string config, daemon, record;
     bench::Pace pace;
     bool trace = false, log = false, narrate = false, stay = false;
 };
+
+// Where a record is wished: it is opened before the card's sandbox is entered.
+std::string openRecord(record::Recorder& recorder, const Wishes& wishes)
+{
+    return wishes.record.empty() ? "" : recorder.open(wishes.record);
+}
 
 bool readLines(const std::string& file, std::vector<std::string>& lines)
 {
@@ -39,7 +49,6 @@ bool readLines(const std::string& file, std::vector<std::string>& lines)
     return scenario.eof();
 }
 
-// Plays one file on a card of its own. @return exit status
 // Obeys the lines, and then, where it is wished, those of the prompt. @p number is the line under way.
 void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench::Card& card, bench::Player& player,
              size_t& number)
@@ -82,6 +91,7 @@ void tellFailure(const std::string& where, const std::string& line, const char* 
         fprintf(stderr, "    %s\n", log[i].c_str());
 }
 
+// Plays one file on a card of its own. @return exit status
 int play(const std::string& file, const Wishes& wishes)
 {
     std::vector<std::string> lines;
@@ -89,12 +99,16 @@ int play(const std::string& file, const Wishes& wishes)
         return 2;
 
     const std::string folder = bench::absolute(bench::folderOf(file));
-    const std::string wrong = bench::enterSandbox();
+    record::Recorder recorder(record::daemonsTime);
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
+    record::recordCard(recorder, card);
     std::optional<bench::TracePrinter> trace;
     if (wishes.trace || wishes.log)
         trace.emplace(card, wishes.trace, wishes.log);
@@ -119,18 +133,22 @@ int play(const std::string& file, const Wishes& wishes)
         return 1;
     }
     printf("%s: passed\n", file.c_str());
-    return 0;
+    return recorder.failed() ? 2 : 0;
 }
 
 int converse(const Wishes& wishes)
 {
     const std::string folder = bench::absolute(".");
-    const std::string wrong = bench::enterSandbox();
+    record::Recorder recorder(record::daemonsTime);
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
     if (!wrong.empty()) {
         fprintf(stderr, "tavbench: %s\n", wrong.c_str());
         return 2;
     }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
+    record::recordCard(recorder, card);
     const bench::TracePrinter trace(card, wishes.trace, wishes.log);
     card.useFaults();
     try {
@@ -158,6 +176,16 @@ std::string takeWhere(const std::vector<std::string>& words, std::vector<std::st
     return where;
 }
 
+// The second signal does not wait for the end of the line under way.
+void endAtSignals()
+{
+    struct sigaction once {};
+    once.sa_handler = [](int) { web::Desk::stop(); };
+    once.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &once, nullptr);
+    sigaction(SIGTERM, &once, nullptr);
+}
+
 // The card in a browser, with a scenario that waits for its viewers or without one. @return exit status
 int showPage(const std::string& where, const std::string& file, const Wishes& wishes)
 {
@@ -172,7 +200,10 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         lines.emplace_back("start");
     const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));
     auto listening = std::make_unique<web::Site>();
-    std::string wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
+    record::Recorder recorder(record::daemonsTime);
+    std::string wrong = openRecord(recorder, wishes);
+    if (wrong.empty())
+        wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
     if (wrong.empty())
         wrong = bench::enterSandbox();
     if (!wrong.empty()) {
@@ -180,14 +211,11 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         return 2;
     }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
+    record::recordCard(recorder, card);
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
     const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
-    struct sigaction once {}; // the second signal does not wait for the end of the line under way
-    once.sa_handler = [](int) { web::Desk::stop(); };
-    once.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &once, nullptr);
-    sigaction(SIGTERM, &once, nullptr);
+    endAtSignals();
     try {
         if (!wishes.config.empty())
             card.useConfig(wishes.config);
@@ -202,6 +230,23 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
         fprintf(stderr, "tavbench: %s\n", failure.what());
         return 1;
     }
+}
+
+int playAll(const std::vector<std::string>& files, const Wishes& wishes)
+{
+    int worst = 0; // each scenario has a sandbox, and so a process, of its own
+    for (const std::string& file : files) {
+        const pid_t player = fork();
+        if (player == 0) {
+            const int status = play(file, wishes);
+            fflush(nullptr);
+            _exit(status);
+        }
+        int status = 0;
+        waitpid(player, &status, 0);
+        worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : 2);
+    }
+    return worst;
 }
 
 } // namespace
@@ -223,6 +268,9 @@ int main(int argc, char* argv[])
     app.add_flag("--narrate", wishes.narrate, "print what is done, what followed, and after how long");
     app.add_flag("--stay", wishes.stay, "give a prompt after the scenario");
     app.add_flag("--log", wishes.log, "print the daemon's log as it happens");
+    app.add_option("--record", wishes.record, "a new file for what happens, which replay takes");
+    record::Order order;
+    const CLI::App* replaying = record::addReplay(app, order);
     std::vector<std::string> web;
     CLI::Option* page = app.add_option("--web", web, "show the card in a browser: PORT or ADDRESS:PORT to listen on")
                             ->expected(0, 2)
@@ -235,33 +283,23 @@ int main(int argc, char* argv[])
 
     const std::string where = takeWhere(web, files);
     try {
-        const bool people = page->count() > 0 || files.empty();
+        const bool people = page->count() > 0 || (files.empty() && !replaying->parsed());
         wishes.pace = bench::parsePace(!speed.empty() ? speed : people ? "1" : "0");
     } catch (const bench::Failure& failure) {
         fprintf(stderr, "tavbench: %s\n", failure.what());
         return 2;
     }
-    if (page->count() > 0 && files.size() <= 1)
-        return showPage(where, files.empty() ? "" : files.front(), wishes);
-    if (page->count() > 0) {
-        fprintf(stderr, "tavbench: --web takes one scenario\n");
+    if (replaying->parsed())
+        return record::replay(order, wishes.config, bench::findTools(wishes.daemon), wishes.pace);
+    if (files.size() > 1 && (page->count() > 0 || !wishes.record.empty())) {
+        fprintf(stderr, "tavbench: %s takes one scenario\n", page->count() > 0 ? "--web" : "--record");
         return 2;
     }
+    if (page->count() > 0)
+        return showPage(where, files.empty() ? "" : files.front(), wishes);
     if (files.empty())
         return converse(wishes);
     if (files.size() == 1)
         return play(files.front(), wishes);
-    int worst = 0; // each scenario has a sandbox, and so a process, of its own
-    for (const std::string& file : files) {
-        const pid_t player = fork();
-        if (player == 0) {
-            const int status = play(file, wishes);
-            fflush(nullptr);
-            _exit(status);
-        }
-        int status = 0;
-        waitpid(player, &status, 0);
-        worst = std::max(worst, WIFEXITED(status) ? WEXITSTATUS(status) : 2);
-    }
-    return worst;
+    return playAll(files, wishes);
 }

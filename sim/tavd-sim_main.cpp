@@ -1,4 +1,4 @@
-// tavd-sim: an object server on a desk.
+// tavd-sim: a simulated object server.
 #include "tavd/Tavd.h"
 
 #include <CLI/CLI.hpp>
@@ -8,10 +8,10 @@
 
 namespace {
 
-// Until it is interrupted. @return the exit status
+// Runs until it is interrupted. @return the exit status
 int serve(const std::string& file, const std::string& address, uint16_t port, sim::Tavd::Manners manners)
 {
-    // Blocked before the server's thread exists, so that only sigwait below gets them.
+    // Blocks the signals before the server's thread exists, so that only sigwait below receives them.
     sigset_t ends;
     sigemptyset(&ends);
     sigaddset(&ends, SIGINT);
@@ -51,17 +51,17 @@ int main(int argc, char* argv[])
     CLI::App app("An object server for a desk: publishes the ports of a file and obeys its clients");
     std::string file, address = "127.0.0.1";
     uint16_t port = 60000;
-    app.add_option("--ports", file, "XML file of the ports")->required();
+    app.add_option("--ports", file, "XML file with the ports")->required();
     app.add_option("--listen", address, "address to listen on")->capture_default_str();
     app.add_option("--port", port, "TCP port to listen on; 0 for a free one")->capture_default_str();
     sim::Tavd::Manners manners;
     bool silent = false;
     double delay = 0;
     app.add_flag("--reversed", manners.reversed, "answer in the reverse order");
-    app.add_flag("--no-acknowledgements", silent, "do not answer a set");
+    app.add_flag("--no-acknowledgements", silent, "do not acknowledge a set");
     app.add_flag("--strange-events", manners.strange,
                  "send events of unknown ports, devices and sites before each event");
-    app.add_option("--omit", manners.omitted, "label of a port that answers do not hold");
+    app.add_option("--omit", manners.omitted, "leave the port with this label out of answers");
     app.add_option("--answer-after", delay, "seconds from a get to its answer")->check(CLI::Range(0.0, 3600.0));
     try {
         app.parse(argc, argv);

@@ -1,4 +1,4 @@
-// The fifteen AT commands, in the order of the table in Command.h: text, reply lines.
+// The fifteen AT commands, in the order of the table in Command.h: their texts and their reply lines.
 #include "Command.h"
 #include "replyText.h"
 
@@ -7,19 +7,19 @@
 
 namespace {
 
-// In a quoted argument a quote or a control character would end the argument or the command.
+// A quote or a control character would end a quoted argument, or the command.
 bool endsArgument(unsigned char c)
 {
     return c == '"' || c < 32 || c == 127;
 }
 
-// A text is ended by Ctrl-Z and given up by ESC; CR ends a command line of a modem that gave no prompt.
+// Ctrl-Z ends a text and ESC cancels it. CR ends the command line of a modem that gave no prompt.
 bool endsText(unsigned char c)
 {
     return c == 26 || c == 27 || c == '\r';
 }
 
-constexpr int kMostListed = 1000; // a SIM has at most 255 places; what claims more is not a SIM
+constexpr int kMostListed = 1000; // far above a SIM's 255 places
 
 } // namespace
 
@@ -200,7 +200,7 @@ void CmdReadSms::handleData(unsigned char* data)
     finish(header || text, data);
 }
 
-// The header: place, status, number, the sender's name, and date and time, which a comma separates.
+// The header: place, status, number, sender's name, date and time. A comma stands between date and time.
 void CmdReadSms::startMessage(unsigned char* header)
 {
     char fields[6][256];
@@ -215,7 +215,7 @@ void CmdReadSms::startMessage(unsigned char* header)
         sms_a->setRead(false);
         nextValNew = true;
     } else {
-        nextValNew = false; // one that this card stored or sent: its text is not a command
+        nextValNew = false; // stored or sent by this card, so not a command
     }
 }
 

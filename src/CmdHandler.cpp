@@ -1,6 +1,7 @@
 // The AT command engine: one exchange at a time on the modem's serial port.
 #include "CmdHandler.h"
 
+#include "heartbeat.h"
 #include "replyLine.h"
 #include "scopedLock.h"
 #include "sleepWhole.h"
@@ -19,8 +20,7 @@ using std::chrono::microseconds;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr seconds kPoll(1);             // between two looks at `busy`
-constexpr milliseconds kDeadPause(100); // between two looks at a port that hung up
+constexpr milliseconds kDeadPause(100); // between two looks at a dead port
 
 enum class Waited { Byte, Silence, Interrupted, Dead };
 
@@ -31,7 +31,7 @@ public:
 
     Waited awaitByte(microseconds limit, unsigned char& byte) const
     {
-        if (m_fd < 0 || m_fd >= FD_SETSIZE) { // no place in an fd_set
+        if (m_fd < 0 || m_fd >= FD_SETSIZE) { // too large for an fd_set
             errno = EBADF;
             return Waited::Dead;
         }
@@ -76,14 +76,15 @@ void CmdHandler::init(CmdHandler* handlrIns)
 
 void CmdHandler::execute(Command* cmd)
 {
+    Heartbeat::within(kLongestExchange);
     ScopedLock lock(buffMutex);
-    cmd->setBusy(); // before it can be handed a line, which would make it done
+    cmd->setBusy(); // before it can receive a line, which clears it
     currCmd = cmd;
     char* text = cmd->getATstring();
     debug("Sending AT command:%s\n", text);
     (void)serial->send(text, static_cast<int>(strlen(text)));
     while (currCmd.load()->isBusy())
-        sleepWhole(kPoll);
+        sleepWhole(kBusyPoll);
 }
 
 Command* CmdHandler::getCurrCmd()
@@ -101,8 +102,8 @@ bool CmdHandler::isInUse(const Command* cmd) const
     return currCmd == cmd || inHand == cmd;
 }
 
-// On the receive thread. The command is in hand before it is certain that it is still the current one: whoever replaced
-// it and then finds it not in hand may destroy it.
+// On the receive thread. Publishes the command in inHand first, and then checks that it is still the current one: a
+// command that has been replaced, and is not in hand, may be destroyed.
 Command* CmdHandler::takeCurrent()
 {
     Command* cmd = currCmd;
@@ -125,7 +126,7 @@ void CmdHandler::receive()
 {
     const Port port(serial->getFD());
     ReplyLine line;
-    const Command* waitsFor = nullptr; // of a wait that goes on after an interruption or on a dead port
+    const Command* waitsFor = nullptr; // of a wait that continues after a signal or on a dead port
     Clock::time_point since;
     bool alive = true;
     for (;;) {
@@ -145,7 +146,7 @@ void CmdHandler::receive()
         Waited waited = port.awaitByte(left(), byte);
         if (waited == Waited::Dead) {
             const int reason = errno;
-            if (alive) { // said once, not ten times a second
+            if (alive) { // logged once, not ten times a second
                 debug("Listen thread error\n");
                 error("The modem's port is dead: %s\n", reason == 0 ? "end of file" : strerror(reason));
             }

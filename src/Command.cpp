@@ -1,4 +1,4 @@
-// The base class of the AT commands: status of an exchange, final results, the modem's own reports, reply fields.
+// The base class of the AT commands: status of an exchange, final results, unsolicited reports, reply fields.
 #include "Command.h"
 
 #include "Modem.h"
@@ -75,13 +75,13 @@ void Command::parseData(unsigned char* buff)
 
 char* Command::getATstring()
 {
-    return const_cast<char*>(m_row.text); // only read
+    return const_cast<char*>(m_row.text); // callers only read it
 }
 
 void Command::handleData(unsigned char* data)
 {
     raise(data);
-    busy = false; // last, so that whoever sees it finds the event raised
+    busy = false; // last: a thread that reads false finds the event raised
 }
 
 int Command::getTout()

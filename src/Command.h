@@ -6,6 +6,7 @@
 #include "enum_list.h"
 #include "sms.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <mutex>
@@ -19,11 +20,11 @@ struct AtCommand {
 
     const char* text; ///< what is written; "%s" stands for the argument. CR is 13, LF 10, Ctrl-Z 26
     int silence;      ///< reply timeout, seconds
-    Others others;    ///< reply lines that the class does not parse: ToDefault are handed to Command::handleData
+    Others others;    ///< what happens to reply lines that the class does not parse: ToDefault is Command::handleData
 };
 
-/// The commands of 3GPP TS 27.005 and 27.007, and AT+CSMINS?, which is the modem's own. A line ends the wait, whatever
-/// is made of it.
+/// The commands of 3GPP TS 27.005 and 27.007, and AT+CSMINS?, which is specific to the modem. Any line ends the wait,
+/// parsed or not.
 namespace at {
 // clang-format off
 //        command          text                        silence  other lines              keeps, for
@@ -44,18 +45,24 @@ constexpr AtCommand ReadSms      {"AT+CMGL=\"ALL\"\r",       6, AtCommand::ToDef
 constexpr AtCommand DeleteSms    {"AT+CMGD=%s\r",            2, AtCommand::ToDefault}; // -, Modem::iDeleteSms
 constexpr AtCommand UsdCmd       {"AT+CUSD=1,\"%s\"\r",      2, AtCommand::ToDefault}; // -, Modem::iSendUsd
 // clang-format on
+
+/// Of the table above, seconds.
+constexpr int kLongestSilence =
+    std::max({Attention.silence, MdmID.silence, SIMin.silence, PinStat.silence, EnterPin.silence, EnterPuk.silence,
+              SignalStr.silence, NetOperator.silence, SMSTextMode.silence, SetBaudRate.silence, CharacterSet.silence,
+              SMSNumber.silence, ArbCmd.silence, ReadSms.silence, DeleteSms.silence, UsdCmd.silence});
 } // namespace at
 
 /// One AT command and its exchange: the text to write, the reply timeout, the status, the meaning of reply lines.
-/// Threads: made and read by the facade's caller; parseData(), setTimeOut() and setDone() are the receive thread's,
-///          also after the exchange. `busy` is cleared last: whoever sees it false sees status, values and event.
-/// Lock:    m_lineLock, held while a line is handled and while the facade copies values out; the GSM service's list
-///          lock is taken inside it.
-/// Units:   the reply timeout is whole seconds of silence.
-/// Errors:  an argument that cannot stand in the text leaves the text empty and why() says why.
+/// Threads: the facade's caller makes and reads it. The receive thread calls parseData(), setTimeOut() and setDone(),
+///          even after the exchange. It clears `busy` last: a thread that reads false sees status, values and event.
+/// Lock:    m_lineLock, held while a line is handled and while the facade copies values. Order: m_lineLock, then the
+///          GSM service's list lock.
+/// Units:   the reply timeout is in whole seconds of silence.
+/// Errors:  with an argument that is not allowed in its text, a command has an empty text, and why() gives the reason.
 class Command {
 public:
-    /// @param mdm  borrowed, gets the events; may be null, then reports are dropped   @param row  of the table
+    /// @param mdm  borrowed; receives the events. Null drops them   @param row  of the table
     explicit Command(Modem* mdm, const AtCommand& row = at::Attention);
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
@@ -64,25 +71,26 @@ public:
     void setDone();
     void setTimeOut();
     bool isBusy();
-    /// An ErrStat::eErrStat; it stays UNKNOWN when the exchange ended on a line that is not a final result.
+    /// An ErrStat::eErrStat. It stays UNKNOWN if the exchange ended with a line that is no final result.
     int getErrStat();
-    /// Whether the last final result was "OK"; a later silence does not change it.
+    /// Whether the last final result was "OK". A later time-out does not change it.
     bool getIsOk();
-    /// Classifies one complete line without its line end and handles it.
+    /// Handles one complete line, given without its line end.
     void parseData(unsigned char* buff);
 
-    /// The whole text to write. The command's, valid while it lives.
+    /// The whole text to write; owned by the command.
     virtual char* getATstring();
-    /// Handles a line that is neither empty nor a final result; here: reports "+CMTI: " and "+CUSD: " become events.
+    /// Handles a line that is neither empty nor a final result. The base class turns the reports "+CMTI: " and
+    /// "+CUSD: " into events.
     virtual void handleData(unsigned char* data);
     virtual int getTout();
     virtual ~Command() = default;
 
-    /// Why the text is empty; null when the command can be run.
+    /// Why the text is empty; null if the command can be run.
     const char* why() const { return m_why; }
-    /// The facade goes away: reports are dropped from now on. Any thread.
+    /// Drops reports from now on, because the facade goes away. Any thread.
     void detach();
-    /// Held while values are copied out, so that no late line rewrites them meanwhile.
+    /// Hold it while copying values, so that no late line changes them.
     std::mutex& lineLock() { return m_lineLock; }
 
 protected:
@@ -90,13 +98,13 @@ protected:
     std::atomic<bool> busy;
     int tout;
     std::atomic<ErrStat::eErrStat> errStat;
-    char smsNum[32]; ///< storage place of the last "+CMTI: " report
+    char smsNum[32]; ///< storage place from the last "+CMTI: " report
     Modem* m_mdm;    ///< guarded by m_lineLock
 
-    /// Ends handleData(): a line that was not @p parsed goes where the table says, and the command is done.
+    /// Ends handleData(). A line that was not @p parsed is treated as the table says; the command is then done.
     void finish(bool parsed, unsigned char* data);
-    /// Fills @p text, an ATstring, with the table's text and @p argument; leaves it empty and sets why() when that is
-    /// longer than the field or when @p argument holds one of @p forbidden's characters.
+    /// Fills @p text, an ATstring, with the table's text and @p argument. If that is too long, or a character of
+    /// @p argument is @p forbidden, leaves it empty and sets why().
     template <std::size_t Size>
     void fillText(char (&text)[Size], const char* argument, bool (*forbidden)(unsigned char))
     {
@@ -114,19 +122,19 @@ private:
     void fillText(char* text, std::size_t size, const char* argument, bool (*forbidden)(unsigned char));
 };
 
-/// See findParameters(); @p slots is the number of slots that @p paramV has.
+/// Like findParameters(), with the number of @p slots in @p paramV.
 bool splitParameters(const unsigned char* buff, char delimiter, int* paramC, char (*paramV)[256], std::size_t slots);
 
-/// Splits @p buff at each @p delimiter into @p paramV; n delimiters make n + 1 fields. Spaces and quotes stay.
-/// Surplus is dropped: what a field has over 255 characters, and the fields for which there is no slot. Slots without
-/// a field come out empty. @param paramC  number of slots that got a field   @return false, always
+/// Splits @p buff at each @p delimiter into @p paramV; n delimiters make n + 1 fields. Spaces and quotes are kept.
+/// Characters of a field beyond 255 are dropped, and so are fields without a slot. Slots without a field are empty.
+/// @param paramC  number of slots filled   @return false, always
 template <std::size_t Slots>
 bool findParameters(const unsigned char* buff, char delimiter, int* paramC, char (&paramV)[Slots][256])
 {
     return splitParameters(buff, delimiter, paramC, paramV, Slots);
 }
 
-// The fifteen commands, in the order of the table. Texts of a class without an ATstring are the table's.
+// The fifteen commands, in the order of the table. A class without an ATstring writes the table's text.
 
 class CmdMdmID : public Command {
 public:
@@ -202,8 +210,8 @@ public:
     float getBER() { return ber; }
 
 private:
-    float rssi; ///< dBm; 99 for no measurement or none sent
-    float ber;  ///< as reported; 99 for no measurement or none sent
+    float rssi; ///< dBm; 99 without a measurement
+    float ber;  ///< as reported; 99 without a measurement
 };
 
 class CmdNetOperator : public Command {
@@ -270,14 +278,14 @@ private:
 
 class CmdArbCmd : public Command {
 public:
-    /// At most 254 characters. Ctrl-Z and ESC would end the text early; a carriage return would end a command line
-    /// where the modem has refused the number and gives no prompt. A line feed may stand in a text.
+    /// At most 254 characters. Line feeds are allowed. Ctrl-Z and ESC are not, because they would end the text early;
+    /// nor is a carriage return, which would end a command line if the modem refused the number and gave no prompt.
     CmdArbCmd(Modem* mdm, char* command);
     char* getATstring() override { return ATstring; }
     void handleData(unsigned char* data) override;
     int getTout() override { return tout; }
     ~CmdArbCmd() override = default;
-    /// The last line, such as "+CMS ERROR: 305"; copied under lineLock().
+    /// The last line, such as "+CMS ERROR: 305". Copy it under lineLock().
     const char* getLastLine() const { return response; }
 
 private:
@@ -292,16 +300,16 @@ public:
     void handleData(unsigned char* data) override; ///< "+CMGL: " and the line after it
     int getTout() override { return tout; }
     ~CmdReadSms() override;
-    /// The messages read so far, newest first; null when they were handed over. Never freed by the command.
+    /// The messages so far, newest first; null once handed over. The command never frees them.
     cEnumeratedList<Sms>* getSmsList() { return sms_list; }
-    /// Hands list and records over; what is listed from now on is dropped. Called under lineLock().
+    /// Gives list and records to the caller. Messages listed later are dropped. Call it under lineLock().
     cEnumeratedList<Sms>* handOverSmsList();
 
 private:
     bool nextValNew;
     cEnumeratedList<Sms>* sms_list;
     Sms* sms_a;
-    int m_listed; ///< messages in the list; those over 1000 are dropped
+    int m_listed; ///< messages in the list; at most 1000 are kept
 
     void startMessage(unsigned char* header);
     void endMessage(unsigned char* text);

@@ -5,8 +5,8 @@
 class ModemEvent;
 class smsSendRequestEvent;
 
-/// Called on the dispatch thread of the sender, with no lock held; must not block for long. The event is borrowed for
-/// the call. Each event comes at least once, and again with every later one.
+/// Called on the sender's dispatch thread, with no lock held; must not block for long. The event is borrowed for the
+/// call. Each event is delivered at least once, and may be delivered again with later ones.
 class EventNotifier {
 public:
     EventNotifier() = default;

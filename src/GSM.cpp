@@ -2,6 +2,7 @@
 #include "GSM.h"
 
 #include "eventDispatch.h"
+#include "heartbeat.h"
 
 #include <cctype>
 #include <cerrno>
@@ -15,9 +16,9 @@
 
 namespace {
 
-constexpr size_t kMostConsole = 64; // characters of an answer that are looked at
+constexpr size_t kMostConsole = 64; // characters of an answer that are read
 
-// The next character of standard input; EOF at its end. A signal is no end.
+// The next character of standard input; EOF at its end. Continues after a signal.
 int nextCharacter()
 {
     int character;
@@ -31,14 +32,14 @@ bool isBlank(int character)
     return character != EOF && isspace(character) != 0;
 }
 
-// One decimal integer from the console. A wrong answer is dropped to the end of its line. A number that begins with a
-// zero is refused: it would reach the SIM without it.
+// Reads one decimal integer from the console. A wrong answer is dropped up to the end of its line. A leading zero is
+// refused, because it would not be sent to the SIM.
 // @return what is wrong, or null
 const char* readNumber(const char* prompt, int& number)
 {
     printf("%s", prompt);
     (void)fflush(stdout);
-    clearerr(stdin); // the end that was seen may have been one writer's
+    clearerr(stdin); // one writer's end of file is not the pipe's
     int character = nextCharacter();
     while (isBlank(character))
         character = nextCharacter();
@@ -116,9 +117,11 @@ void Gsm::enterPuk()
 {
     int puk = 0;
     int newPin = 0;
+    Heartbeat::idle(); // a person may never come
     const char* wrong = readNumber("Puk required\nEnter Puk:", puk);
     if (wrong == nullptr)
         wrong = readNumber("Enter new pin:", newPin);
+    Heartbeat::within(kLongestStep);
     if (wrong != nullptr) {
         error("The SIM needs its PUK and %s: nothing is sent to the SIM\n", wrong);
         return;
@@ -231,7 +234,7 @@ void Gsm::deliver()
             drained = m_Progress.waiting == 0;
         }
         if (dropped > 0 && !told)
-            warn("The modem reports faster than its reports can be obeyed: of each kind only the newest waits\n");
+            warn("The modem sends reports faster than they are handled: only the newest of each kind is kept\n");
         told = (told || dropped > 0) && !drained;
     }
 }

@@ -5,6 +5,7 @@
 #include "libraryExtras.h"
 #include "properties.h"
 #include "sleepWhole.h"
+#include "supervisor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -56,8 +57,9 @@ GSMIOmanager::GSMIOmanager(const property_values& configuration)
 GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
 {
     readConfiguration();
+    Supervisor::begin();
 
-    // From here on messages may be delivered: everything that they touch exists.
+    // Messages may arrive from here on: everything that they use exists.
     connectTo(mConfig_struct.host, kServerPort);
 
     mConn = new cIOpairs(mConfig_struct.ioPairFile);
@@ -67,6 +69,10 @@ GSMIOmanager::GSMIOmanager() : GSMIOmanager(property_values{})
         delete mConnLst;
         mConnLst = connections;
     }
+    Supervisor::setRules(mConnLst->size());
+    Supervisor::run([client = mObjectClient] {
+        return Supervisor::Server{libraryExtras::isConnected(*client), libraryExtras::undelivered(*client)};
+    });
 }
 
 GSMIOmanager::~GSMIOmanager() = default;
@@ -102,7 +108,7 @@ void GSMIOmanager::connectTo(const char* host, int port)
     mObjectClient = new cObjectClient();
     mObjectClient->addListener(this);
     libraryExtras::onReconnection(*mObjectClient, [wake = mWakeFd] {
-        // The server may have forgotten outputs or learned ports, and inputs may have changed: poll now.
+        // Outputs, ports and inputs may have changed while the server was away: poll now.
         const uint64_t once = 1;
         (void)!::write(wake, &once, sizeof once);
     });
@@ -114,7 +120,7 @@ void GSMIOmanager::readConfiguration()
 {
     cProperties properties;
     snprintf(mConfig_struct.configFile, sizeof mConfig_struct.configFile, "%s", kPropertiesPath);
-    (void)properties.load(mConfig_struct.configFile); // without the file every key takes its default
+    (void)properties.load(mConfig_struct.configFile); // without the file, every key has its default
     cWlog::init(mConfig_struct.configFile);
 
     const auto keep = [&](const char* key, const char* defval, auto& field) {
@@ -143,6 +149,7 @@ void GSMIOmanager::run()
     if (!isAMatch(isamatch_logger)) {
         info("Not TAVLite card... disabling GSM");
         hasGsm = false;
+        Supervisor::setModem("no GSM on this card");
     } else if (isAMatch(isamatch_logger)) {
         hasGsm = true;
         info("TAVLite card");
@@ -158,7 +165,7 @@ void GSMIOmanager::run()
     debug("After Threading\n");
 
     {
-        const Evaluating evaluation(*this); // the delivery thread may be walking the same lists
+        const Evaluating evaluation(*this); // the delivery thread may be walking the same lists, too
         mConnLst->reset();
         while (auto* connection = static_cast<tavConnection*>(mConnLst->get())) {
             update_lable_list(connection->getTrigger(), true);
@@ -167,16 +174,20 @@ void GSMIOmanager::run()
         }
     }
 
+    Supervisor::watch(Supervisor::POLL);
     for (;;) {
         const int64_t begun = monotonicMs();
+        Heartbeat::within(Supervisor::kLongestWork);
         debug("Polling Triggers");
         update_lists();
         check_trigger_values();
+        Supervisor::ready();
+        Heartbeat::within(std::chrono::milliseconds(kPollPeriodMs) + Supervisor::kLongestWork);
         waitForPoll(begun);
     }
 }
 
-// The queue is where evaluations find it, and the manager its listener, before the first evaluation on this thread.
+// Comes before the first evaluation on this thread, so that evaluations find the queue, and the queue its listener.
 void GSMIOmanager::attachSendRequestQueue()
 {
     auto* queue = new cGsmQManager();
@@ -185,8 +196,8 @@ void GSMIOmanager::attachSendRequestQueue()
     mSmsQHandler = queue;
 }
 
-// Sleeps for the poll period, or until there is a connection to the object server again; from the poll that has @p
-// begun to the next it is a second at least. An interrupted wait goes on.
+// Sleeps for the poll period, or until the object server is connected again. The next poll is at least a second after
+// the one that has @p begun. A signal does not end the wait.
 void GSMIOmanager::waitForPoll(int64_t begun)
 {
     const int64_t end = monotonicMs() + kPollPeriodMs;
@@ -205,6 +216,6 @@ void GSMIOmanager::waitForPoll(int64_t begun)
             return;
         }
         if (ready < 0 && errno != EINTR)
-            sleep(1); // out of memory for the wait: poll again, without a spin
+            sleep(1); // the wait failed: poll again, but do not spin
     }
 }

@@ -27,7 +27,7 @@
 #include <string>
 #include <unordered_set>
 
-/// The configuration as read from the properties file; each text is terminated and cut to its field.
+/// The configuration from the properties file. Each text is cut to its field, and terminated.
 struct property_values {
     char configFile[32];
     char host[32];
@@ -62,32 +62,31 @@ public:
     /// The state of a trigger; OFFLINE gives no state, so that nothing is done. INVERSE is never produced.
     enum eTrigState { RESET = 0, SET = 1, OFFLINE = 2, INVERSE = 3 };
 
-    /// Builds the one manager and runs it; returns only when there is one already.
+    /// Makes the one manager and runs it. Returns only if there already is one.
     static void start();
 
     /// Reads "/etc/tav/telnodriver.conf", connects to the object server and reads the I/O pair file.
     GSMIOmanager();
 
-    /// A manager that starts nothing: no file is read, no client, no thread. For those who fill its lists themselves
-    /// and ask for its verdicts (the configuration checker, tests): they derive from it, put their connections into
-    /// mConnLst and their ports into mTriggerPorts and mOutputPorts (null until then), and call what they need on one
-    /// thread. Without a client a refresh finds no port, and a driven output changes in mOutputPorts alone.
+    /// A passive manager, for the configuration checker and for tests: it reads no file and starts no client or thread.
+    /// Derive from it, fill mConnLst, mTriggerPorts and mOutputPorts (the last two are null at first), and call it on
+    /// one thread. A refresh then finds no port. Driving an output changes its object in mOutputPorts and nothing else.
     explicit GSMIOmanager(const property_values& configuration);
     GSMIOmanager(const GSMIOmanager&) = delete;
     GSMIOmanager& operator=(const GSMIOmanager&) = delete;
 
-    /// The run loop: GSM handler thread on the TAVLite card, label lists, and a refresh and an evaluation every 120 s
-    /// or as soon as there is a connection to the object server again, then at most once a second. Never returns.
+    /// Starts the GSM handler thread on the TAVLite card and fills the label lists. Then refreshes the port lists and
+    /// evaluates every 120 s, and when the object server is connected again (at most once a second). Never returns.
     void run();
 
-    /// True on the TAVLite card. @param logger borrowed by the hardware identifier for this call
+    /// @return whether this is the TAVLite card. @param logger  for the hardware identifier, during this call
     bool isAMatch(cWlog* logger);
 
-    // Called by the object client's delivery thread.
+    // Object client's delivery thread.
     void handleObjectAction(cObjectList* rx_msg) override;
     ~GSMIOmanager() override;
 
-    // Called by the dispatch threads of the GSM service and of the send-request queue: they raise a flag.
+    // Dispatch threads of the GSM service and of the send-request queue. Each sets a flag.
     void EventOccured(ModemEvent& evt) override;
     void EventOccured(smsSendRequestEvent& evt) override;
     void set_sms(bool val) { m_Sms = val; }
@@ -95,19 +94,18 @@ public:
 
     // Port lists.
 
-    /// Adds the labels of a trigger tree (@p trig) or of an action to the label lists; main thread, before the run
-    /// loop.
+    /// Adds the labels of a trigger tree (@p trig is true) or of an action to a label list. Main thread, before the
+    /// loop of run().
     void update_lable_list(tavTrigger* t, bool trig);
-    /// Replaces both port lists by the object server's answers; an answer that does not come leaves its list empty.
-    /// Takes both locks; waits for the server as long as the client's get() does.
+    /// Fetches both port lists from the object server. A list without an answer is empty. Takes both locks, and may
+    /// wait as long as the client's get().
     void update_lists();
-    /// The port with this label, or null; owned by the port list. Call with the evaluation mutex held and use the
-    /// object no longer than it is. @p type is not looked at.
+    /// @return the port with this label, or null. The port list owns it. Hold the evaluation mutex during the call and
+    /// as long as the port is used. @p type is ignored.
     cObjectPort* getInputs(const char* label, uint8_t type);
     cObjectDOutput* getOutputs(const char* label, uint8_t type);
 
-    // Evaluation. Each takes part in an evaluation: call with the evaluation mutex held, but for check_trigger_values,
-    // which takes it.
+    // Evaluation. check_trigger_values takes the evaluation mutex; call the others with it held.
 
     void check_trigger_values();
     void handleConnection(tavConnection* conn, cGsmQManager* smsQHandler);
@@ -119,22 +117,23 @@ public:
 
     // GSM handler thread.
 
-    /// The thread's routine. @param thing the manager. Never returns.
+    /// Body of the thread. @param thing  the manager. Never returns.
     static void* create_gsm_handler(void* thing);
-    /// One power pulse on the modem's power pin: 1.5 s high, then low. Nothing without the device or the pin.
+    /// Gives one power pulse on the modem's power pin: 1.5 s high, then low. Does nothing without the device or the
+    /// pin.
     void toggle_GSM_power(cWlog* logger);
-    /// Answers a send request with an evaluation of every connection, which posts none.
+    /// Serves a send request: evaluates every connection, without posting another request.
     void serveSendRequest(cWlog* logger);
-    /// One SMS pass: reads the stored messages, obeys the unread ones, clears m_Sms and empties places 1 to 10.
+    /// One SMS pass: lists the stored messages, obeys the unread ones, clears m_Sms and deletes places 1 to 10.
     void handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
                     cWlog* logger);
-    /// The GSM variant of the action step: sends alarm texts, or switches an output. Takes the evaluation mutex for the
-    /// output alone: each text takes seconds, and meanwhile inputs drive outputs.
+    /// The action of an SMS command: sends alarm texts, or switches an output. Takes the evaluation mutex only to
+    /// switch: a text takes seconds, and inputs must drive outputs meanwhile.
     void setActionState(eTrigState state, tavTrigger* action, cEnumeratedList<cgsmMessageInfo>* gsmInfoList,
                         Gsm* gsmObj);
 
 protected:
-    /// Holds the evaluation mutex for a block. What the thread logs meanwhile is written when it has let go.
+    /// Holds the evaluation mutex for a block. Lines that the thread logs meanwhile are written after the release.
     class Evaluating {
     public:
         explicit Evaluating(GSMIOmanager& manager) : m_lines(manager), m_lock(manager.mEvaluationMutex) {}
@@ -143,15 +142,15 @@ protected:
         LaterLog m_lines;
         ScopedLock<FairMutex> m_lock;
     };
-    // The logger's, for whoever may be Evaluating.
+    // Like the logger's, but usable while Evaluating.
     void debug(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void info(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void warn(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    /// Makes the client, with the manager as its listener. From then on messages may be delivered.
+    /// Makes and starts the client, with the manager as its listener. Messages may arrive from then on.
     void connectTo(const char* host, int port);
     void handle_event(cObjectList* rx_msg);
-    /// Tries every record against one message, which is only read.
+    /// Obeys one message for every record that it matches. @p sms is only read.
     void obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
               cWlog* logger);
 
@@ -166,10 +165,10 @@ protected:
     cGsmQManager* mSmsQHandler;         // owned; null but on the TAVLite card
     WList* mTriggerPortLabels;          // of cObjectPort*, owned
     WList* mTriggerPorts;               // of cObjectPort*, owned; null until the first refresh
-    bool got_sms;                       // not used
-    bool hasGsm;                        // decided by run
-    std::atomic<bool> m_Sms;            // raised by event_thread, cleared by the GSM handler thread; true at start
-    std::atomic<bool> m_RequestSmsSend; // raised by event2_thread, cleared by the GSM handler thread; true at start
+    bool got_sms;                       // unused
+    bool hasGsm;                        // set by run
+    std::atomic<bool> m_Sms;            // set by event_thread, cleared by the GSM handler thread; true at start
+    std::atomic<bool> m_RequestSmsSend; // set by event2_thread, cleared by the GSM handler thread; true at start
     cWlog* isamatch_logger;             // owned
     pthread_mutex_t mPortListMutex;
     FairMutex mEvaluationMutex;
@@ -184,6 +183,8 @@ private:
     void logPort(cObjectPort* port, bool output);
 
     void updateInput(cObjectEvent* event);
+
+    static const char* word(bool set) { return set ? "SET" : "CLEARED"; } // of the trace
 
     cObjectPort* inputOf(tavTrigger* leaf);
     cObjectDOutput* outputOf(tavTrigger* action);
@@ -200,9 +201,8 @@ private:
     PortIndex mInputIndex, mOutputIndex; // of mTriggerPorts and mOutputPorts
     // Of the label lists.
     std::unordered_set<std::string> mKnownTriggerLabels, mKnownOutputLabels;
-    int mWakeFd; // eventfd that ends the poll loop's wait early
-    // A send request waits for the GSM handler thread, which clears this; set under the evaluation mutex. True at
-    // start, like m_RequestSmsSend.
+    int mWakeFd; // eventfd; ends the wait of run's loop
+    // A send request is pending. Set under the evaluation mutex, cleared by the GSM handler thread; true at start.
     std::atomic<bool> mRequestUnserved;
 };
 

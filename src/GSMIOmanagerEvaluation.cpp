@@ -1,4 +1,4 @@
-// Trigger trees to states, states to outputs.
+// From trigger trees to states, from states to outputs.
 #include "GSMIOmanager.h"
 
 #include "libraryExtras.h"
@@ -22,7 +22,7 @@ cObject::eObjectIOState targetState(GSMIOmanager::eTrigState state, cObject::eOb
 
 } // namespace
 
-// A request that is unserved covers this evaluation, too: the GSM handler evaluates when it serves it.
+// A pending request covers this evaluation, too: the GSM handler evaluates when it serves the request.
 void GSMIOmanager::check_trigger_values()
 {
     const Evaluating evaluation(*this);
@@ -85,7 +85,7 @@ cObjectPort* GSMIOmanager::inputOf(tavTrigger* leaf)
     return leaf->getPort();
 }
 
-// Likewise an action's output; a trace shows every look-up.
+// The same for an action's output. With the trace on, every look-up is repeated and traced.
 cObjectDOutput* GSMIOmanager::outputOf(tavTrigger* action)
 {
     if (!mOutputIndex.isOf(mOutputPorts) || libraryExtras::mayTrace(*this))
@@ -105,7 +105,7 @@ GSMIOmanager::eTrigState GSMIOmanager::handleANDtrigger(WList* trigLst)
     return firstOrLast(RESET, trigLst);
 }
 
-// The first child in the deciding state ends the walk; otherwise the last child evaluated has the word.
+// The first child in the deciding state ends the walk. Without one, the last child evaluated decides.
 GSMIOmanager::eTrigState GSMIOmanager::firstOrLast(eTrigState deciding, WList* trigLst)
 {
     eTrigState state = OFFLINE;
@@ -146,7 +146,7 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cGsmQMan
     driveOutput(state, action, false);
 }
 
-// The output step of both action steps; they differ in one line of trace.
+// Drives an output, for rules and for SMS commands; the two differ in one trace line.
 void GSMIOmanager::driveOutput(eTrigState state, tavTrigger* action, bool commanded)
 {
     cObjectDOutput* output = outputOf(action);
@@ -167,6 +167,6 @@ void GSMIOmanager::driveOutput(eTrigState state, tavTrigger* action, bool comman
         output->setOutputState(target);
     output->setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
     if (mObjectClient != nullptr)
-        (void)mObjectClient->set(output); // a lost write shows at the next refresh
+        (void)mObjectClient->set(output); // the next refresh repairs a lost write
     info("Setting %s, state: %s", label, target == cObject::OBJ_IO_STATE_SET ? "SET" : "CLEAR");
 }

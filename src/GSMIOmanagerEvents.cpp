@@ -2,17 +2,13 @@
 #include "GSMIOmanager.h"
 
 #include "scopedLock.h"
+#include "supervisor.h"
 
 namespace {
 
 enum eMsgType { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };
 
-const char* word(cObject::eObjectStatus status)
-{
-    return status == cObject::OBJ_STATUS_ALARM_SET ? "SET" : "CLEARED";
-}
-
-// The first port that the event may be about, in a list that has no index.
+// The first port that the event may concern, for a list without an index.
 cObjectPort* walkTo(WList* ports, cObjectEvent* event)
 {
     if (ports == nullptr)
@@ -32,6 +28,7 @@ cObjectPort* walkTo(WList* ports, cObjectEvent* event)
 
 void GSMIOmanager::handleObjectAction(cObjectList* rx_msg)
 {
+    const Supervisor::DeliveryWork work;
     debug("Received Message from tavd\n");
     switch (rx_msg->getMsgType()) {
     case MSG_GET:
@@ -56,17 +53,18 @@ void GSMIOmanager::handle_event(cObjectList* rx_msg)
         auto* event = object->getType() == cObject::OBJ_EVENT ? dynamic_cast<cObjectEvent*>(object) : nullptr;
         if (event == nullptr || event->getEventType() != cObjectEvent::EVENT_PORT)
             continue;
+        Heartbeat::within(Supervisor::kLongestWork);
         updateInput(event);
         check_trigger_values();
     }
 }
 
-// Marks the input that the event is about, if it is in the list. The evaluation mutex is held because evaluations read
-// the status of the objects that they have looked up.
+// Updates the event's input, if it is in the list. Holds the evaluation mutex, because evaluations read the status of
+// the objects that they have looked up.
 void GSMIOmanager::updateInput(cObjectEvent* event)
 {
     debug("Got MSG_EVT:EVENT_PORT Serial=0x%08X,port=%d,port_type=%d,almstat=%s", event->getDeviceSerial(),
-          event->getPortId(), event->getObjectType(), word(event->getStatus()));
+          event->getPortId(), event->getObjectType(), word(event->getStatus() == cObject::OBJ_STATUS_ALARM_SET));
 
     const Evaluating evaluation(*this);
     ScopedLock lists(mPortListMutex);
@@ -77,5 +75,5 @@ void GSMIOmanager::updateInput(cObjectEvent* event)
         return;
     port->setPortStatus(event->getStatus());
     debug("Updating Trigger: Serial=0x%08X,port=%d,port_type=%d,almstat=%s", port->getDeviceSerial(), port->getPortId(),
-          port->getPortType(), word(port->getPortStatus()));
+          port->getPortType(), word(port->getPortStatus() == cObject::OBJ_STATUS_ALARM_SET));
 }

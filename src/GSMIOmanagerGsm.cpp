@@ -1,14 +1,17 @@
-// The GSM handler thread: set-up of the modem with power pulses, then SMS passes and send requests as its flags say.
+// The GSM handler thread: set-up of the modem with power pulses, then SMS passes and send requests when its flags are
+// set.
 #include "GSMIOmanager.h"
 
 #include "gsmIOpairs.h"
 #include "scopedLock.h"
 #include "sleepWhole.h"
+#include "supervisor.h"
 #include "velio.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <vector>
@@ -19,16 +22,16 @@ constexpr int kSetupAttempts = 6;
 constexpr useconds_t kPollMicroseconds = 1010;
 constexpr std::chrono::milliseconds kPulse(1500);
 constexpr char kPowerPin[] = "GSM_PWR";
-constexpr int kMaxPins = 4096; // far more than any card has; a driver that claims more is not believed
+constexpr int kMaxPins = 4096; // far more than any card has; a greater number is an error of the driver
 
-// Finds the power pin in the driver's table; the last one of that name wins. False when there is none.
+// Finds the power pin in the driver's table. The last one of that name counts. False if there is none.
 bool findPowerPin(int device, cWlog* logger, uint16_t& pin)
 {
     const int count = ioctl(device, VEL_IO_PIN_COUNT);
     if (count <= 0)
         return false;
     if (count > kMaxPins) {
-        logger->error("%s claims %d pins: no pin is looked for", VEL_IO_DEVICE, count);
+        logger->error("%s reports %d pins: too many, so the power pin is not used", VEL_IO_DEVICE, count);
         return false;
     }
     logger->debug("Looking for GSM pin \"%s\"", kPowerPin);
@@ -81,8 +84,10 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
     auto* manager = static_cast<GSMIOmanager*>(thing);
     auto* logger = new cWlog("gsm_handler_tread");
     logger->debug("GSM HANDLER CREATED\n");
+    Supervisor::watch(Supervisor::GSM_HANDLER);
+    Heartbeat::within(Gsm::kLongestStep);
 
-    // These live as long as the process, like the thread.
+    // Never destroyed: the thread never ends.
     property_values config_struct(manager->mConfig_struct);
     auto* gsm_connection = new cIOpairs(config_struct.ioPairFile);
     cEnumeratedList<cgsmMessageInfo>* gsmInfoList = cgsmIOpairs().getGsmInfoList(config_struct.gsmconfigFile);
@@ -90,9 +95,12 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
         gsmInfoList = new cEnumeratedList<cgsmMessageInfo>();
 
     auto* gsmObj = new Gsm();
-    const bool setupCorr = gsmObj->initialiseGsm(config_struct.serialPortName, config_struct.simPin) &&
-                           manager->setupWithPulses(gsmObj, logger);
+    const bool opened = gsmObj->initialiseGsm(config_struct.serialPortName, config_struct.simPin);
+    if (!opened)
+        Supervisor::setModem(std::string("no modem: ") + config_struct.serialPortName + " could not be opened");
+    const bool setupCorr = opened && manager->setupWithPulses(gsmObj, logger);
     for (;;) {
+        Heartbeat::within(Gsm::kLongestStep);
         if (setupCorr) {
             if (manager->m_Sms)
                 manager->handle_sms(gsmObj, gsmInfoList, gsm_connection, logger);
@@ -103,13 +111,16 @@ void* GSMIOmanager::create_gsm_handler(void* thing)
     }
 }
 
-// The modem's set-up, up to six times, with a power pulse after each that fails.
+// Sets up the modem, in up to six attempts, with a power pulse after each failure.
 bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
 {
     gsmObj->subscribe(this);
     for (int attempt = 0; attempt < kSetupAttempts; ++attempt) {
+        Supervisor::setModem("modem set-up, attempt " + std::to_string(attempt + 1) + " of " +
+                             std::to_string(kSetupAttempts));
         if (gsmObj->setupModem()) {
             logger->info("modem setup correctly");
+            Supervisor::setModem("modem ready, " + gsmObj->inBrief());
             return true;
         }
         toggle_GSM_power(logger);
@@ -118,13 +129,14 @@ bool GSMIOmanager::setupWithPulses(Gsm* gsmObj, cWlog* logger)
     logger->error(
         "The modem could not be set up in %d attempts: no SMS is read or sent until the daemon is started again",
         kSetupAttempts);
+    Supervisor::setModem("modem could not be set up");
     return false;
 }
 
 void GSMIOmanager::serveSendRequest(cWlog* logger)
 {
     logger->debug("SEND REQUEST RECIEVED");
-    check_trigger_values(); // posts no request: one is unserved
+    check_trigger_values(); // posts no request while one is pending
     set_RequestSmsSend(false);
     mRequestUnserved = false;
 }

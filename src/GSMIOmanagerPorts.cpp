@@ -1,4 +1,4 @@
-// The port lists: which labels the connections name, and the ports that the object server has for them.
+// The label lists, with the labels in the connections, and the port lists, with the object server's ports for them.
 #include "GSMIOmanager.h"
 
 #include "libraryExtras.h"
@@ -8,13 +8,7 @@
 
 namespace {
 
-const char* word(bool set)
-{
-    return set ? "SET" : "CLEARED";
-}
-
-// Adds a label to a label list unless it is there. @p known holds the list's labels; it is filled anew where others
-// have filled or emptied the list.
+// Adds a label to a label list, once. @p known holds the list's labels, and is rebuilt if others have changed the list.
 template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::string>& known, const char* label)
 {
     if (known.size() != labels->size()) {
@@ -35,7 +29,7 @@ template <typename Port> bool addLabel(WList* labels, std::unordered_set<std::st
     return true;
 }
 
-// Adds a port list's objects to those that are to be freed once no evaluation can use them.
+// Adds a port list's objects to those to free once no evaluation can use them.
 void addPorts(WList* ports, cObjectList& replaced)
 {
     if (ports == nullptr)
@@ -48,7 +42,7 @@ void addPorts(WList* ports, cObjectList& replaced)
     }
 }
 
-// The first port with this label, of a list that has no index or whose walk is traced.
+// The first port with this label, for a list without an index or a walk that is traced.
 template <typename Trace> cObjectPort* walkTo(WList* ports, const char* label, Trace trace)
 {
     if (ports == nullptr)
@@ -90,8 +84,8 @@ void GSMIOmanager::update_lable_list(tavTrigger* t, bool trig)
     }
 }
 
-// The evaluation mutex is held from before the first request until the replaced ports are freed: a write between the
-// server's answer and the replacement of the lists would be forgotten, and the output would stay wrong until the next
+// Holds the evaluation mutex from the first request until the replaced ports are freed. Otherwise a write between the
+// server's answer and the replacement of the lists would be lost, and the output would stay wrong until the next
 // refresh. It costs nothing: an evaluation's first look-up waits for the refresh anyway.
 void GSMIOmanager::update_lists()
 {
@@ -139,7 +133,8 @@ void GSMIOmanager::fetchPorts(WList* ports, WList* labels, bool outputs)
         ports->add(port);
     }
     if (object != nullptr)
-        warn("The object server's answer holds an object of another kind, type %d: it and what follows is not used",
+        warn("The object server's answer contains an object of the wrong kind, type %d: it and all that follow are "
+             "ignored",
              object->getType());
     cObjectList unused;
     for (; object != nullptr; object = answer->next())

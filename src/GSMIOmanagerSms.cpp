@@ -4,6 +4,7 @@
 #include "GSM.h"
 #include "maskedNumber.h"
 #include "sms.h"
+#include "supervisor.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,8 +14,8 @@
 
 namespace {
 
-constexpr size_t kCommandLength = 159; // of a text's characters, those that the command word is looked for in
-constexpr int kLastPlace = 10;         // storage places 1 to 10 are emptied after every pass
+constexpr size_t kCommandLength = 159; // characters in which the command word is searched
+constexpr int kLastPlace = 10;         // every pass deletes storage places 1 to 10
 
 bool endsIn(const char* text, size_t length, const char* word)
 {
@@ -22,7 +23,7 @@ bool endsIn(const char* text, size_t length, const char* word)
     return length >= wordLength && memcmp(text + length - wordLength, word, wordLength) == 0;
 }
 
-// Writes whether the number is one of the record's, after comparing all of them.
+// Compares the number with all of the record's, and logs whether one is equal.
 bool isListed(cgsmMessageInfo* record, const char* smsNumber, cWlog* logger)
 {
     bool listed = false;
@@ -36,14 +37,14 @@ bool isListed(cgsmMessageInfo* record, const char* smsNumber, cWlog* logger)
     return listed;
 }
 
-// The messages that the modem reports during a pass and that its listing does not hold.
+// The messages that the modem reports during a pass and that are not in the pass's listing.
 class UnreadMessages {
 public:
-    // What was reported before is in the listing.
+    // Messages reported earlier are in the listing.
     explicit UnreadMessages(Gsm& gsm) : m_gsm(gsm) { (void)gsm.takeReportedPlaces(); }
 
     void listed(int place) { m_listed.insert(place); }
-    // " N N..." for those above a place so far.
+    // " N N..." for those reported so far in places above this one.
     std::string above(int place)
     {
         look();
@@ -52,7 +53,7 @@ public:
             places += ' ' + std::to_string(*unread);
         return places;
     }
-    // " N" when there is one in this place by now.
+    // " N" if one has been reported in this place.
     std::string in(int place)
     {
         look();
@@ -68,7 +69,7 @@ private:
         }
     }
 
-    static constexpr size_t kMostUnread = 1000; // a SIM has at most 255 places
+    static constexpr size_t kMostUnread = 1000; // far above a SIM's 255 places
     Gsm& m_gsm;
     std::set<int> m_listed, m_unread;
 };
@@ -127,17 +128,18 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
     UnreadMessages unread(*gsmObj);
     cEnumeratedList<Sms>* list = gsmObj->readSms();
     if (list == nullptr) {
-        logger->error("The stored messages could not be read; places 1 to %d are emptied all the same", kLastPlace);
+        logger->error("The stored messages could not be read; places 1 to %d are deleted all the same", kLastPlace);
         list = new cEnumeratedList<Sms>();
     }
     for (Sms* sms = list->first(); sms != nullptr; sms = list->getNext()) {
         const int place = sms->getId() != nullptr ? atoi(sms->getId()) : 0;
         unread.listed(place);
         if (place > kLastPlace)
-            logger->warn("A message lies in storage place %d, which is never emptied: the SIM fills up", place);
+            logger->warn("A message is in storage place %d, which is never deleted: the SIM fills up", place);
         if (sms->getRead())
             continue;
         logger->info("New message recieved\n");
+        Supervisor::smsCame();
         obey(sms, gsmObj, gsmInfoList, gsm_connection, logger);
         gsmInfoList->resetEnum();
         sms->setRead(true);
@@ -151,10 +153,10 @@ void GSMIOmanager::handle_sms(Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsm
         gsmObj->deleteSms(place);
     }
     if (!left.empty())
-        logger->warn("An SMS came during a pass into storage place%s: it is not read before the next report",
+        logger->warn("An SMS arrived during a pass in storage place%s: it is not read before the next report",
                      left.c_str());
     if (!lost.empty())
-        logger->warn("An SMS came during a pass into storage place%s: it may be deleted unread", lost.c_str());
+        logger->warn("An SMS arrived during a pass in storage place%s: it may be deleted unread", lost.c_str());
 }
 
 void GSMIOmanager::obey(Sms* sms, Gsm* gsmObj, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection,
@@ -201,9 +203,10 @@ void GSMIOmanager::answerQuery(cgsmMessageInfo* record, const char* number, Gsm*
 void GSMIOmanager::obeyOnOff(bool on, cgsmMessageInfo* record, Gsm* gsmObj,
                              cEnumeratedList<cgsmMessageInfo>* gsmInfoList, cIOpairs* gsm_connection, cWlog* logger)
 {
-    WList* connections = gsm_connection->getConnectionLst(); // a list of this thread's own
+    Heartbeat::within(Gsm::kLongestStep);
+    WList* connections = gsm_connection->getConnectionLst(); // a new list, for this thread only
     if (connections == nullptr) {
-        record->set_state(on ? 1 : 0); // commanded, though nothing can be driven
+        record->set_state(on ? 1 : 0); // the command counts although nothing can be driven
         return;
     }
     connections->reset();
@@ -249,7 +252,7 @@ void GSMIOmanager::setActionState(eTrigState state, tavTrigger* action, cEnumera
     driveOutput(state, action, true);
 }
 
-// The alarm of every record with this label that is not off already. A text that fails does not stop those after it.
+// Sends the alarm of every record with this label that is not off. A failed text does not stop the others.
 void GSMIOmanager::sendAlarms(const char* label, cEnumeratedList<cgsmMessageInfo>* gsmInfoList, Gsm* gsmObj)
 {
     for (cgsmMessageInfo* record = gsmInfoList->first(); record != nullptr; record = gsmInfoList->getNext()) {

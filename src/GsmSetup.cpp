@@ -2,6 +2,7 @@
 #include "GSM.h"
 #include "sleepWhole.h"
 
+#include <algorithm>
 #include <string>
 
 namespace {
@@ -57,6 +58,7 @@ bool Gsm::setupModem()
         debug("Sms text mode error\n");
 
     summarise(found);
+    m_inBrief = brief(found);
     if (found.usable())
         return true;
     info("Error with modem setup\n");
@@ -64,7 +66,14 @@ bool Gsm::setupModem()
     return false;
 }
 
-// The PIN loop: at most two rounds. A second one sends the PIN again if the first could not learn its outcome.
+std::string Gsm::brief(const Findings& found)
+{
+    std::string name = found.netOperator;
+    name.erase(std::remove(name.begin(), name.end(), '"'), name.end());
+    return std::to_string(static_cast<int>(found.rssi)) + " dBm, " + (name.empty() ? "no operator" : name);
+}
+
+// At most two rounds. The second sends the PIN again if the modem did not answer what became of the first.
 void Gsm::unlockSim(Pinstat::ePinStat& pinStat)
 {
     int attempts = 1;
@@ -111,7 +120,7 @@ void Gsm::summarise(const Findings& found)
         debug("Could not obtain Net operator\n");
 }
 
-// What an operator must mend, in one line.
+// Tells the operator what to mend, in one line.
 void Gsm::explain(const Findings& found)
 {
     static const char* const kWaitsFor[] = {

@@ -35,7 +35,7 @@ WList* cIOpairs::getConnectionLst()
     }
     xmlCleanupParser();
     if (mOutOfMemory) {
-        error("%s: out of memory: no connection of it is used", mFilename);
+        error("%s: out of memory: none of its connections is used", mFilename);
         list->reset();
         while (auto* const connection = static_cast<tavConnection*>(list->get())) {
             delete connection;
@@ -68,7 +68,7 @@ void cIOpairs::getConnections(xmlNodePtr root, WList* list)
     }
 }
 
-/// @return the connection of a "connection" element, or null when it lacks a trigger or an action, or is refused
+/// @return the connection of a "connection" element; null if it has no trigger or no action, or is refused
 tavConnection* cIOpairs::getConnection(xmlNodePtr& node)
 {
     debug("Create connection");
@@ -96,7 +96,7 @@ tavConnection* cIOpairs::getConnection(xmlNodePtr& node)
     return nullptr;
 }
 
-/// Adds @p child, or destroys it and refuses the connection when the list can count no more.
+/// Adds @p child. If the list is full, destroys it and refuses the connection.
 void cIOpairs::addChild(WList* list, tavTrigger* child, xmlNodePtr& node)
 {
     if (list->size() < std::numeric_limits<uint16_t>::max()) {

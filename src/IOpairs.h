@@ -9,20 +9,19 @@
 
 #include <cstdint>
 
-/// Threads: no lock. libxml2's global state is used, so no other file may be read at the same time.
+/// Threads: no lock. Do not read another XML file at the same time: libxml2 has global state.
 class cIOpairs : public cWlog {
 public:
-    /// @param filename  path, read by getConnectionLst only; the pointer is kept and must stay valid
+    /// @param filename  path for getConnectionLst; the pointer is kept and must stay valid
     explicit cIOpairs(const char* filename);
-    /// Releases nothing: lists handed out belong to those who asked for them.
+    /// Releases nothing: callers own the lists.
     virtual ~cIOpairs();
 
     /// Reads the file anew.
-    /// A connection is refused whole, with an error line, where a label is too long or a list of children is full: a
-    /// rule that loses one condition would drive on the rest.
-    /// @return a new list of tavConnection* in the order of the file, each with a trigger and an action; list and
-    ///         connections are the caller's. Null when the file cannot be read or holds no connection, or when memory
-    ///         runs out; error lines say why
+    /// If a label is too long or a list of children is full, the whole connection is refused with an error line:
+    /// without one condition, the rule would drive its output on the others.
+    /// @return a new list of tavConnection* in file order, each with a trigger and an action; the caller owns list and
+    ///         connections. Null, with an error line, if the file cannot be read, has no connection, or memory runs out
     WList* getConnectionLst();
 
 private:
@@ -37,8 +36,8 @@ private:
 
     const char* mFilename;
 
-    bool mRefused = false;     // the connection that is being read is refused
-    bool mOutOfMemory = false; // an attribute of the file could not be read
+    bool mRefused = false;     // the connection being read
+    bool mOutOfMemory = false; // while an attribute was read
 };
 
 #endif

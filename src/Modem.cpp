@@ -10,7 +10,7 @@
 
 namespace {
 
-// The caller's buffer is as wide as the command's field.
+// The caller's buffer must have the size of the command's field.
 void copyOut(char* to, const char* from)
 {
     memcpy(to, from, strlen(from) + 1);
@@ -25,7 +25,7 @@ Modem::~Modem()
     for (auto& made : m_made) {
         made->detach();
         if (cmdHandler->isInUse(made.get()))
-            (void)made.release(); // the receive thread's from now on
+            (void)made.release(); // the receive thread owns it from now on
     }
 }
 
@@ -55,7 +55,7 @@ void Modem::setPin(char* newPin)
     memset(pin, 0, sizeof pin);
     const std::size_t length = newPin == nullptr ? 0 : strlen(newPin);
     if (length >= sizeof pin)
-        error("The SIM PIN has %zu characters, at most %zu are possible: it is not used\n", length, sizeof pin - 1);
+        error("The SIM PIN has %zu characters, but at most %zu are allowed: it is not used\n", length, sizeof pin - 1);
     else if (length > 0)
         memcpy(pin, newPin, length);
 }
@@ -78,7 +78,7 @@ void Modem::iSendEvent(ModemEvent* event)
         destroyModemEvent(event);
 }
 
-// Makes the command of an operation; it stays the facade's, and goes when the engine can no longer touch it.
+// Makes the command of an operation. The facade owns it, and frees it once the engine can no longer use it.
 template <class Cmd, class... Args> Cmd* Modem::make(Args... args)
 {
     m_made.erase(std::remove_if(m_made.begin(), m_made.end(),
@@ -90,7 +90,7 @@ template <class Cmd, class... Args> Cmd* Modem::make(Args... args)
     return cmd;
 }
 
-// Whether the command has no text because an argument cannot stand in it.
+// Whether the command has no text because an argument is not allowed in it.
 bool Modem::refused(Command* cmd, const char* what)
 {
     if (cmd->why() == nullptr)
@@ -99,13 +99,13 @@ bool Modem::refused(Command* cmd, const char* what)
     return true;
 }
 
-// Runs the command and reduces its status.
+// Runs the command. Returns OK, TIMEOUT, MDMERR or UNKNOWN.
 ErrStat::eErrStat Modem::run(Command* cmd)
 {
     currCmd = cmd;
     cmdHandler->execute(cmd);
     currCmd = nullptr;
-    if (cmd->getIsOk()) // a silence between the "OK" and this look has made a TIMEOUT of it, no more
+    if (cmd->getIsOk()) // a time-out after the "OK" may have replaced the status
         return ErrStat::OK;
     switch (cmd->getErrStat()) {
     case ErrStat::OK:
@@ -174,7 +174,7 @@ ErrStat::eErrStat Modem::qNetOperator(char* netOperator)
 ErrStat::eErrStat Modem::iEnterPin()
 {
     if (pin[0] == '\0') {
-        error("The SIM asks for a PIN and none is configured. Nothing is sent to the modem\n");
+        error("The SIM asks for a PIN, but none is configured. Nothing is sent to the modem\n");
         return ErrStat::UNKNOWN;
     }
     auto* cmd = make<CmdEnterPin>(pin);
@@ -206,7 +206,7 @@ ErrStat::eErrStat Modem::qCharacterSet(char* charSet)
 ErrStat::eErrStat Modem::iSendSMS(char* number, char* message)
 {
     auto* first = make<CmdSMSNumber>(number);
-    CmdArbCmd text(this, message); // judged before the number is written: a number alone leaves the modem at its prompt
+    CmdArbCmd text(this, message); // checked before the number is written, which would leave the modem at its prompt
     const std::string to = maskedNumber(number != nullptr ? number : "");
     if (refused(first, ("An SMS to " + to).c_str()) || refused(&text, ("The text of an SMS to " + to).c_str()))
         return ErrStat::UNKNOWN;
@@ -219,12 +219,12 @@ ErrStat::eErrStat Modem::iSendSMS(char* number, char* message)
         std::lock_guard<std::mutex> lock(cmd->lineLock());
         lastLine = cmd->getLastLine();
     }
-    if (status != ErrStat::OK) // without the lock: a stuck log must not stop the receive thread
+    if (status != ErrStat::OK) // without the lock: a blocked log must not stop the receive thread
         error("The SMS to %s was not acknowledged, the modem's last line: \"%s\"\n", to.c_str(), lastLine.c_str());
     return status;
 }
 
-// The command stays current and may go on reading lines: list and records are taken from it, whatever the result.
+// Takes list and records from the command, whatever the result: it stays current, and may go on reading lines.
 ErrStat::eErrStat Modem::qReadSMS()
 {
     auto* cmd = make<CmdReadSms>();

@@ -1,14 +1,14 @@
-/// What the modem reports unasked.
+/// The modem's unsolicited reports.
 #ifndef MODEMEVENT_H
 #define MODEMEVENT_H
 
-/// A report of the modem. Not polymorphic: destroyed with destroyModemEvent.
-/// Threads: filled by one thread before it is handed on, only read afterwards.
+/// A report of the modem. Not polymorphic: destroy it with destroyModemEvent.
+/// Threads: one thread fills it and hands it on; after that it is only read.
 class ModemEvent {
 public:
     enum e_EventType { SMS = 0, USD = 1, CALL = 2, SIM = 3, NETWORK = 4, ERROR = 5 };
 
-    /// Of no particular kind; the kinds below set their own.
+    /// The classes below set their own type.
     ModemEvent() : m_EventType(ERROR) {}
     e_EventType getEventType() const { return m_EventType; }
 
@@ -24,7 +24,7 @@ public:
     SmsEvent(const SmsEvent&) = delete;
     SmsEvent& operator=(const SmsEvent&) = delete;
 
-    /// Keeps a copy of @p SmsId, the text of the storage place; releases an earlier one.
+    /// Copies @p SmsId, the storage place as text, and releases the old copy.
     void setSmsId(const char* SmsId);
     /// @return the copy, owned by the event; null until set
     char* getSmsId() const { return m_SmsId; }
@@ -33,7 +33,7 @@ private:
     char* m_SmsId;
 };
 
-/// An answer to a USSD code has come.
+/// The network has answered a USSD code.
 class USDEvent : public ModemEvent {
 public:
     USDEvent();
@@ -41,7 +41,7 @@ public:
     USDEvent(const USDEvent&) = delete;
     USDEvent& operator=(const USDEvent&) = delete;
 
-    /// Keeps a copy of @p USDCode, the answer's text; releases an earlier one.
+    /// Copies @p USDCode, the answer's text, and releases the old copy.
     void setUsdCode(const char* USDCode);
     /// @return the copy, owned by the event; null until set
     char* getUsdCode() const { return m_USDCode; }
@@ -50,7 +50,7 @@ private:
     char* m_USDCode;
 };
 
-/// Destroys a heap event as the kind that it is. Null is allowed.
+/// Deletes an event of any kind. Null is allowed.
 void destroyModemEvent(ModemEvent* event);
 
 #endif

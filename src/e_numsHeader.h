@@ -5,11 +5,11 @@
 /// Outcome of an AT command exchange.
 namespace ErrStat {
 enum eErrStat {
-    UNKNOWN = 0, ///< no final result has been seen, or the command was refused before anything was written
-    OK = 1,      ///< a line beginning "OK" ended the exchange
-    TIMEOUT = 2, ///< the modem was silent for the command's whole reply timeout
+    UNKNOWN = 0, ///< no final result, or the command was refused and not written
+    OK = 1,      ///< a line that begins with "OK" ended the exchange
+    TIMEOUT = 2, ///< the modem was silent for the command's reply timeout
     WRONG = 3,   ///< never produced; reported as UNKNOWN
-    MDMERR = 4   ///< a line beginning "ERR" ended the exchange; "+CME ERROR: n" does not count as one
+    MDMERR = 4   ///< a line that begins with "ERR" ended the exchange; "+CME ERROR: n" does not
 };
 }
 

@@ -1,4 +1,4 @@
-/// The daemon's typed list of object pointers, newest first, with one cursor and one saved cursor.
+/// A typed list of object pointers, newest first, with a cursor and a saved cursor.
 #ifndef ENUM_LIST_H
 #define ENUM_LIST_H
 
@@ -10,9 +10,9 @@ template <class T> struct cListNode {
     cListNode<T>* mNext; ///< towards the oldest entry, null at the end
 };
 
-/// Owns its cells, never its objects. An object may stand in it several times, and so may null, which ends a walk.
-/// A walk: take first(); while it is not null, use it and take getNext().
-/// Threads: no lock. Lists that two threads share are guarded by whoever shares them (see eventDispatch.h).
+/// Owns its cells, not its objects. It may hold an object several times, and null, which ends a walk.
+/// To walk: call first(), then getNext() until it returns null.
+/// Threads: no lock; the users of a shared list guard it (see eventDispatch.h).
 template <class T> class cEnumeratedList {
 public:
     cEnumeratedList() : mHead(nullptr), mCurrEnum(nullptr), mLinkedList(nullptr), mRestPoint(nullptr) {}
@@ -23,7 +23,7 @@ public:
     cEnumeratedList(const cEnumeratedList&) = delete;
     cEnumeratedList& operator=(const cEnumeratedList&) = delete;
 
-    /// Puts @p obj in front, here and in the linked lists; moves no cursor. @return 0
+    /// Inserts @p obj before the newest entry, here and in the linked lists. Moves no cursor. @return 0
     int insert(T* obj)
     {
         // The old head is kept as the new one's successor.
@@ -35,7 +35,7 @@ public:
         return 0;
     }
 
-    /// Puts @p obj behind the oldest entry, here and in the linked lists; moves no cursor. @return 0
+    /// Inserts @p obj after the oldest entry, here and in the linked lists. Moves no cursor. @return 0
     int insertBack(T* obj)
     {
         cListNode<T>** end = &mHead;
@@ -49,14 +49,14 @@ public:
         return 0;
     }
 
-    /// @return the newest object, with the cursor behind it; null when the list is empty
+    /// @return the newest object, null if the list is empty; the cursor is then after it
     T* first()
     {
         resetEnum();
         return getNext();
     }
 
-    /// @return the object at the cursor, which moves on; null at the end, where the cursor goes back to the newest
+    /// @return the object at the cursor, which moves on; null at the end, and the cursor returns to the newest
     T* getNext()
     {
         if (mCurrEnum == nullptr) {
@@ -71,8 +71,8 @@ public:
     /// Puts the cursor on the newest entry.
     void resetEnum() { mCurrEnum = mHead; }
 
-    /// Takes the newest entry that is @p obj out of this list; a cursor that stood on it moves to the next.
-    /// @return 0, or -1 when there is none
+    /// Removes the newest entry that is @p obj, from this list only. A cursor on it moves to the next.
+    /// @return 0, or -1 if there is none
     int remove(T* obj)
     {
         for (cListNode<T>** link = &mHead; *link != nullptr; link = &(*link)->mNext) {
@@ -87,20 +87,20 @@ public:
         return -1;
     }
 
-    /// Repeats later insertions in @p other, which is borrowed; links must not form a ring.
+    /// Repeats later insertions in @p other, which is borrowed. Links must not form a ring.
     void link(cEnumeratedList<T>* other) { mLinkedList = other; }
     void unlink() { mLinkedList = nullptr; }
 
     /// Saves the cursor, for a walk within a walk.
     void set_point() { mRestPoint = mCurrEnum; }
-    /// Puts the saved cursor back. @return whether it stands on an entry
+    /// Restores the saved cursor. @return whether it is on an entry
     bool restore_point()
     {
         mCurrEnum = mRestPoint;
         return mCurrEnum != nullptr;
     }
 
-    /// @return the number of entries; counts them
+    /// @return the number of entries, counted at each call
     size_t size() const
     {
         size_t count = 0;
@@ -110,7 +110,7 @@ public:
         return count;
     }
 
-    /// Takes all but the @p count newest entries out of this list and calls @p drop with each of their objects.
+    /// Removes all but the @p count newest entries from this list, and calls @p drop with each object removed.
     template <class Drop> void keepNewest(size_t count, Drop drop)
     {
         cListNode<T>** link = &mHead;
@@ -121,7 +121,7 @@ public:
     }
 
 private:
-    /// Moves the cursors that stand on @p from.
+    /// Moves the cursors that are on @p from.
     void move(const cListNode<T>* from, cListNode<T>* to)
     {
         mCurrEnum = mCurrEnum == from ? to : mCurrEnum;
@@ -141,8 +141,8 @@ private:
     }
 
     cListNode<T>* mHead;             ///< the newest entry
-    cListNode<T>* mCurrEnum;         ///< what getNext returns next; null behind the last
-    cEnumeratedList<T>* mLinkedList; ///< borrowed; takes part in every insertion, or null
+    cListNode<T>* mCurrEnum;         ///< what getNext returns next; null after the oldest
+    cEnumeratedList<T>* mLinkedList; ///< borrowed; repeats every insertion; may be null
     cListNode<T>* mRestPoint;        ///< what set_point saved
 };
 

@@ -1,5 +1,4 @@
-/// What the two event dispatch threads have in common: how an event gets into a list, and how one pass delivers the
-/// list.
+/// The queue of the two event dispatch threads: inserting an event, and delivering the list.
 #ifndef EVENTDISPATCH_H
 #define EVENTDISPATCH_H
 
@@ -14,27 +13,27 @@
 #include <mutex>
 #include <vector>
 
-/// Lock: the caller's mutex guards both lists (heads and cursors) and is held for list work only, never while a
-/// listener runs, so that a listener may insert and subscribe.
+/// Lock: the caller's mutex guards both lists (heads and cursors). It is not held while a listener runs, so that a
+/// listener may insert and subscribe.
 namespace eventDispatch {
 
-/// Delivered events that stay in a list. Each pass delivers them again, and each delivery is a line of the log: few.
+/// Delivered events that stay in a list. Few, because each pass delivers and logs them again.
 constexpr size_t kKept = 3;
 
-/// Where an event has got to; guarded by the lock, like the lists.
+/// The state of a list's events; guarded by the lock, like the lists.
 struct Progress {
-    size_t waiting = 0; ///< the newest entries of the list, which no pass has taken yet
-    size_t dropped = 0; ///< entries that thin() took out
+    size_t waiting = 0; ///< undelivered entries, the newest of the list
+    size_t dropped = 0; ///< entries that thin() removed
 };
 
-/// Waits until @p wakeUps can be counted down; an interrupted wait is no wake-up.
+/// Waits for a wake-up. A signal is none.
 inline void wait(sem_t& wakeUps)
 {
     while (sem_wait(&wakeUps) != 0 && errno == EINTR) {
     }
 }
 
-/// Any thread: adds a listener, which is borrowed for the life of the process. Null is ignored.
+/// Adds a listener, borrowed for the life of the process. Null is ignored. Any thread.
 inline void subscribe(std::mutex& lock, cEnumeratedList<EventNotifier>& listeners, EventNotifier* listener)
 {
     const std::lock_guard<std::mutex> held(lock);
@@ -43,7 +42,7 @@ inline void subscribe(std::mutex& lock, cEnumeratedList<EventNotifier>& listener
     }
 }
 
-/// Any thread: hands @p event over to the list, then counts @p wakeUps up. Null is ignored.
+/// Adds @p event to its list, which then owns it, and posts a wake-up. Null is ignored. Any thread.
 template <class Event>
 void insert(std::mutex& lock, cEnumeratedList<Event>& events, Event* event, sem_t& wakeUps, Progress& progress)
 {
@@ -67,8 +66,9 @@ template <class T> std::vector<T*> entries(cEnumeratedList<T>& list)
     return objects;
 }
 
-/// Any thread: when more than @p most events wait, takes out all that wait but the newest of each kind, with their
-/// wake-ups, and hands them to @p destroy. @param kind  from an event to a value that is equal for events of one kind
+/// If more than @p most events wait, keeps only the newest of each kind, and passes the others to @p destroy. Any
+/// thread.
+/// @param kind  maps an event to a value that is equal for events of one kind
 template <class Event, class Kind, class Destroy>
 void thin(std::mutex& lock, cEnumeratedList<Event>& events, sem_t& wakeUps, Progress& progress, size_t most, Kind kind,
           Destroy destroy)
@@ -93,9 +93,9 @@ void thin(std::mutex& lock, cEnumeratedList<Event>& events, sem_t& wakeUps, Prog
     progress.waiting = kept.size();
 }
 
-/// The dispatch thread, once for each wake-up: every listener, newest first, gets every event, newest first. What is
-/// inserted meanwhile has its own pass. Then the delivered events but the newest kKept are handed to @p destroy;
-/// without a listener nothing was delivered and everything stays.
+/// Delivers every event to every listener, both newest first; then passes all delivered events but the newest kKept to
+/// @p destroy. Events inserted meanwhile wait for their own pass. Without a listener nothing happens. Dispatch thread,
+/// once for each wake-up.
 template <class Event, class Destroy>
 void pass(std::mutex& lock, cEnumeratedList<EventNotifier>& listeners, cEnumeratedList<Event>& events,
           Progress& progress, Destroy destroy)

@@ -1,4 +1,4 @@
-// A mutex that is given to whoever has waited longest.
+// A mutex for which threads queue.
 #ifndef FAIRMUTEX_H
 #define FAIRMUTEX_H
 
@@ -6,17 +6,16 @@
 #include <cstdint>
 #include <mutex>
 
-/// First come, first served: unlock() hands the mutex to the thread that asked first, so that a thread which locks it
-/// without pause takes its turn behind each of the others. Nobody spins, nothing is allocated.
-/// Threads: any. Not recursive. unlock() is called by the thread that holds the mutex.
-/// Lock:    one of its own inside, held for a few instructions only.
+/// First come, first served: unlock() gives the mutex to the thread that has waited longest. A thread that locks it
+/// again and again cannot starve the others. It does not spin or allocate. Threads: any. Not recursive. Only the thread
+/// that holds the mutex may call unlock(). Lock:    an internal one, held for a few instructions only.
 class FairMutex {
 public:
     FairMutex() = default;
     FairMutex(const FairMutex&) = delete;
     FairMutex& operator=(const FairMutex&) = delete;
 
-    /// Waits for its turn, for as long as those before it take.
+    /// Waits for its turn, without a limit.
     void lock()
     {
         std::unique_lock<std::mutex> gate(m_gate);
@@ -32,7 +31,7 @@ public:
         self.turn.wait(gate, [&self] { return self.granted; });
     }
 
-    /// Hands the mutex over, or frees it where nobody waits.
+    /// Gives the mutex to the next in the queue, or frees it.
     void unlock()
     {
         const std::lock_guard<std::mutex> gate(m_gate);
@@ -46,10 +45,10 @@ public:
             m_last = nullptr;
         ++m_counts.granted;
         next.granted = true;
-        next.turn.notify_one(); // under the gate: the waiter is gone once it has passed that
+        next.turn.notify_one(); // under the gate: without it, the waiter could be gone already
     }
 
-    /// How often the mutex was asked for and granted so far; the difference waits. For those who look on.
+    /// How often the mutex has been asked for and granted; the difference is waiting. For measurements and tests.
     struct Counts {
         uint64_t asked, granted;
     };
@@ -68,7 +67,7 @@ private:
 
     std::mutex m_gate; // guards what follows
     bool m_held = false;
-    Waiter* m_first = nullptr; // the longest waiting
+    Waiter* m_first = nullptr; // has waited longest
     Waiter* m_last = nullptr;
     Counts m_counts{0, 0};
 };

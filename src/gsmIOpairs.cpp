@@ -29,7 +29,7 @@ cEnumeratedList<cgsmMessageInfo>* cgsmIOpairs::getGsmInfoList(const char* filena
         debug("Opened file OK");
         xmlNodePtr const root = xmlDocGetRootElement(document);
         if (isElement(root, "gsm_connections") && !getRecords(root, filename, list)) {
-            error("%s: out of memory: no record of it is used", filename);
+            error("%s: out of memory: none of its records is used", filename);
             list->keepNewest(0, [](cgsmMessageInfo* record) { delete record; });
         }
         xmlFreeDoc(document);
@@ -45,7 +45,7 @@ cEnumeratedList<cgsmMessageInfo>* cgsmIOpairs::getGsmInfoList(const char* filena
     return list;
 }
 
-/// Puts a record for each "Label" element into @p list. @return false when memory ran out for an attribute
+/// Adds a record to @p list for each "Label" element. @return false if memory runs out
 bool cgsmIOpairs::getRecords(xmlNodePtr root, const char* filename, cEnumeratedList<cgsmMessageInfo>* list)
 {
     unsigned records = 0;
@@ -67,7 +67,7 @@ bool cgsmIOpairs::getRecords(xmlNodePtr root, const char* filename, cEnumeratedL
     return true;
 }
 
-/// Fills @p record with what a "Label" element holds. @return false when memory ran out for an attribute
+/// Fills @p record from a "Label" element. @return false if memory runs out
 bool cgsmIOpairs::readRecord(xmlNodePtr label, const char* filename, cgsmMessageInfo* record)
 {
     bool read = forEachAttribute(label, "name", [&](const char* value) { record->set_label(value); });

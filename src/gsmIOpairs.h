@@ -10,29 +10,29 @@
 
 #include <memory>
 
-/// Threads: no lock. libxml2's global state is used, so no other file may be read at the same time.
+/// Threads: no lock. Do not read another XML file at the same time: libxml2 has global state.
 class cgsmIOpairs : public cWlog {
 public:
-    static constexpr unsigned kMaxRecords = 65535; ///< "Label" elements of one file; the rest is ignored
+    static constexpr unsigned kMaxRecords = 65535; ///< in one file; the rest is ignored
 
     cgsmIOpairs();
-    /// Releases no list that was handed out.
+    /// Releases nothing: callers own the lists.
     virtual ~cgsmIOpairs();
     cgsmIOpairs(const cgsmIOpairs&) = delete;
     cgsmIOpairs& operator=(const cgsmIOpairs&) = delete;
 
     /// Reads @p filename.
-    /// @return a new list, never null, with one record for each "Label" element, the last of the file first; empty when
-    ///         there is no such file, which a warning says, or when it cannot be read, which an error line says. List
-    ///         and records are the caller's
+    /// @return a new list with a record for each "Label" element, the last of the file first; the caller owns list and
+    ///         records. Never null. Empty, with a warning, if there is no such file; empty, with an error line, if it
+    ///         cannot be read
     cEnumeratedList<cgsmMessageInfo>* getGsmInfoList(const char* filename);
 
 private:
     bool getRecords(xmlNodePtr root, const char* filename, cEnumeratedList<cgsmMessageInfo>* list);
     bool readRecord(xmlNodePtr label, const char* filename, cgsmMessageInfo* record);
 
-    cEnumeratedList<cgsmMessageInfo>* mGsmInfoList;              ///< of the latest read; owned by whoever got it
-    std::unique_ptr<cEnumeratedList<cgsmMessageInfo>> mNoneRead; ///< what stands there before the first read
+    cEnumeratedList<cgsmMessageInfo>* mGsmInfoList;              ///< of the last read; its caller owns it
+    std::unique_ptr<cEnumeratedList<cgsmMessageInfo>> mNoneRead; ///< mGsmInfoList before the first read
 };
 
 #endif

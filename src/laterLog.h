@@ -1,4 +1,4 @@
-// Lines of log that wait until a lock has been let go.
+// Log lines that are written after a lock is released.
 #ifndef LATERLOG_H
 #define LATERLOG_H
 
@@ -8,18 +8,18 @@
 #include <string>
 #include <vector>
 
-/// Keeps the lines that the calling thread adds, and writes them when it ends: made before a lock is taken, it ends
-/// after that lock. So a log that stands still holds up nobody who waits for the lock. One at a time for a thread.
+/// Keeps the lines that the calling thread adds, and writes them when it is destroyed. Declare it before a lock, so
+/// that it ends after the lock: a blocked log then delays nobody who waits for the lock. At most one for each thread.
 class LaterLog {
 public:
-    /// @param log borrowed; gets the lines, in order
+    /// @param log  borrowed; receives the lines, in order
     explicit LaterLog(cWlog& log) : m_log(log) { s_current = this; }
     ~LaterLog();
     LaterLog(const LaterLog&) = delete;
     LaterLog& operator=(const LaterLog&) = delete;
 
-    /// Writes a line to @p log, or keeps it for the calling thread's LaterLog. Cut to 1023 bytes, without the line
-    /// feeds at its ends. @param priority DEBUG, INFO or WARN
+    /// Keeps a line for the calling thread's LaterLog; without one, writes it to @p log. The line is cut to 1023 bytes.
+    /// Line feeds at its ends are dropped. @param priority  DEBUG, INFO or WARN
     static void add(cWlog& log, cWlog::WlogPiority priority, const char* format, va_list arguments)
         __attribute__((format(printf, 3, 0)));
 

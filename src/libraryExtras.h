@@ -1,7 +1,8 @@
-// What the daemon uses of the closed libraries beyond their given operations, where the linked library has it.
+// Optional operations of the closed libraries: used if the linked library has them.
 #ifndef LIBRARYEXTRAS_H
 #define LIBRARYEXTRAS_H
 
+#include <cstddef>
 #include <utility>
 
 namespace libraryExtras {
@@ -14,11 +15,41 @@ auto onReconnection(Client& client, Notice&& notice, int)
 }
 template <typename Client, typename Notice> void onReconnection(Client&, Notice&&, long) {}
 
-/// Lets the object client call @p notice when it has a connection again. Without such a notice nothing is done: what
-/// changed during an outage is then found by the next poll.
+/// Lets the object client call @p notice when it is connected again. Does nothing if the client cannot: then the next
+/// poll finds what changed during an outage.
 template <typename Client, typename Notice> void onReconnection(Client& client, Notice&& notice)
 {
     onReconnection(client, std::forward<Notice>(notice), 0);
+}
+
+template <typename Client> auto isConnected(const Client& client, int) -> decltype(client.isConnected())
+{
+    return client.isConnected();
+}
+template <typename Client> bool isConnected(const Client&, long)
+{
+    return true;
+}
+
+/// Whether there is a connection; true where the client cannot say.
+template <typename Client> bool isConnected(const Client& client)
+{
+    return isConnected(client, 0);
+}
+
+template <typename Client> auto undelivered(const Client& client, int) -> decltype(client.undelivered())
+{
+    return client.undelivered();
+}
+template <typename Client> std::size_t undelivered(const Client&, long)
+{
+    return 0;
+}
+
+/// How many messages wait for the delivery thread; 0 where the client cannot say.
+template <typename Client> std::size_t undelivered(const Client& client)
+{
+    return undelivered(client, 0);
 }
 
 template <typename Logger> auto mayTrace(const Logger& logger, int) -> decltype(logger.writes(Logger::DEBUG))
@@ -30,7 +61,7 @@ template <typename Logger> bool mayTrace(const Logger&, long)
     return true;
 }
 
-/// Whether a debug line may be written; true where the logger cannot say.
+/// Whether a debug line may be written; true if the logger cannot tell.
 template <typename Logger> bool mayTrace(const Logger& logger)
 {
     return mayTrace(logger, 0);

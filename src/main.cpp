@@ -1,4 +1,4 @@
-// The program entry: one optional argument, the file from which logging is configured at first.
+// The program's entry. Its optional argument is a file that configures logging until the properties file is read.
 #include "GSMIOmanager.h"
 #include "cWlog.h"
 
@@ -7,7 +7,7 @@
 
 int main(int argc, char* argv[])
 {
-    // The few lines on standard output reach a pipe at once; a reader that has gone away does not end the daemon.
+    // Lines on standard output must reach a pipe at once, and a reader that has gone must not end the daemon.
     setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     signal(SIGPIPE, SIG_IGN);
 

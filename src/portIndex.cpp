@@ -14,7 +14,7 @@ void PortIndex::build(WList* list)
     for (uint16_t i = m_size; i > 0; --i) {
         if (auto* port = static_cast<cObjectPort*>(list->get())) {
             if (port->getPortLabel() != nullptr)
-                m_byLabel.emplace(port->getPortLabel(), port); // does nothing for a label that is there
+                m_byLabel.emplace(port->getPortLabel(), port); // keeps the first port of a label
             m_byPlace.emplace(std::make_tuple(port->getDeviceSerial(), port->getPortId(), port->getPortType()), port);
         }
         list->step();

@@ -1,4 +1,4 @@
-// From a label, or from what an event names, to a port of one port list.
+// Look-up of a port in a port list, by label or by an event's fields.
 #ifndef PORTINDEX_H
 #define PORTINDEX_H
 
@@ -11,15 +11,15 @@
 #include <tuple>
 #include <unordered_map>
 
-/// Finds what a walk over the list would find first, in a time that hardly depends on the list's length.
-/// Borrows the list and its ports, whose labels, serials, ids and types stay as they are meanwhile.
-/// No lock: as the list that it belongs to.
+/// Finds the port that a walk over the list would find first, in nearly constant time.
+/// Borrows the list and its ports; their labels, serials, ids and types must not change.
+/// Threads: no lock; the list's lock guards it.
 class PortIndex {
 public:
-    /// Takes the ports of @p list (cObjectPort*, null entries are left out) in place of the earlier ones; moves its
-    /// cursor. Each call gives the index another number(), which no index of the process had before.
+    /// Indexes the ports of @p list (cObjectPort*; null entries are skipped) instead of the earlier ones. Moves the
+    /// list's cursor. Each call gives the index a new number(), unique in the process.
     void build(WList* list);
-    /// Whether @p list is the one that the index was built from, and as long as it was then. Where not, who asks walks.
+    /// Whether the index was built from @p list, and the list still has that length. If not, walk the list.
     bool isOf(WList* list) const { return list != nullptr && list == m_list && list->size() == m_size; }
     /// Never 0.
     uint64_t number() const { return m_number; }
@@ -31,7 +31,7 @@ private:
     WList* m_list = nullptr;
     uint16_t m_size = 0;
     uint64_t m_number = 0;
-    std::unordered_map<std::string_view, cObjectPort*> m_byLabel; // the texts are the ports'
+    std::unordered_map<std::string_view, cObjectPort*> m_byLabel; // the ports own the texts
     std::map<std::tuple<uint32_t, int, int>, cObjectPort*> m_byPlace;
 };
 

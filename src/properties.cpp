@@ -26,7 +26,7 @@ bool cProperties::load(const char* file_name)
         if (equals == std::string::npos) {
             continue;
         }
-        mPropsMap.emplace(line.substr(0, equals), line.substr(equals + 1)); // leaves an earlier line in force
+        mPropsMap.emplace(line.substr(0, equals), line.substr(equals + 1)); // keeps the first line of a key
     }
     return true;
 }

@@ -6,19 +6,19 @@
 #include <map>
 #include <string>
 
-/// Reads one properties file and answers from it. Nothing is trimmed, '#' begins a comment, the first line of a key
-/// wins. Threads: one; the daemon uses it while it starts.
+/// The keys and values of one file. Nothing is trimmed, '#' begins a comment, the first line of a key wins.
+/// Threads: one.
 class cProperties {
 public:
     static constexpr size_t kMaxBytes = 4U << 20; ///< of a file; a longer one is refused
 
-    /// Reads @p file_name anew; what was read before is gone. Reading ends at the first line of more than 255 bytes.
-    /// @return false when the file cannot be opened, or is a pipe, a device or a folder: a line on standard output says
-    ///         so, and the old content stays
+    /// Replaces the content by that of @p file_name, up to the first line of more than 255 bytes.
+    /// @return false, with a line on standard output and the old content, if the file cannot be opened or is a pipe, a
+    ///         device or a folder
     bool load(const char* file_name);
-    /// @return the value of @p key (not null), valid until the next load; @p defval itself when there is no such key
+    /// @return the value of @p key, valid until the next load; @p defval if there is none. @p key is not null
     const char* getString(const char* key, const char* defval);
-    /// @return the value of @p key (not null) as atoi reads it; @p defval when there is no such key
+    /// @return the value of @p key as atoi reads it; @p defval if there is none. @p key is not null
     int getInt(const char* key, int defval);
 
 private:

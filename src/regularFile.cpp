@@ -10,7 +10,7 @@
 bool readRegularFile(const char* path, size_t most, std::string& content, std::string& trouble)
 {
     content.clear();
-    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not make the open wait
+    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); // opening a pipe must not block
     struct stat status = {};
     if (fd < 0 || fstat(fd, &status) != 0) {
         trouble = std::strerror(errno);

@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <string>
 
-/// Reads all of the regular file @p path. A pipe, a device or a folder is refused, so that no read waits.
-/// Any thread. @param most  bytes; a longer file is refused
-/// @return false with the reason in @p trouble when the file was refused; @p content is unusable then
+/// Reads the whole regular file @p path. Pipes, devices and folders are refused, because reading them can block.
+/// Any thread. @param most  limit in bytes; a longer file is refused
+/// @return false if the file is refused; @p trouble then has the reason, and @p content is undefined
 bool readRegularFile(const char* path, size_t most, std::string& content, std::string& trouble);
 
 #endif

@@ -1,4 +1,4 @@
-// The line that the modem is sending.
+// Bytes from the modem to lines.
 #ifndef REPLYLINE_H
 #define REPLYLINE_H
 
@@ -7,11 +7,11 @@
 #include <cstddef>
 #include <cstring>
 
-/// Cuts the modem's bytes into lines. Belongs to the receive thread.
+/// Collects the line that the modem is sending. For the receive thread only.
 class ReplyLine {
 public:
-    /// Keeps one byte. A carriage return or a line feed is not kept but ends the line, which @p cmd is handed and the
-    /// line is empty again: CR LF yields the line and an empty one. What a line has over 255 bytes is dropped.
+    /// Adds a byte. A carriage return or a line feed ends the line and passes it to @p cmd; CR LF therefore gives an
+    /// empty line too. Bytes beyond 255 are dropped.
     void take(unsigned char byte, Command& cmd)
     {
         if (byte == '\r' || byte == '\n') {

@@ -1,4 +1,4 @@
-// Small helpers for reply lines, shared by the AT commands.
+// Helpers for reply lines, shared by the AT commands.
 #ifndef REPLYTEXT_H
 #define REPLYTEXT_H
 
@@ -16,13 +16,13 @@ inline bool beginsWith(const unsigned char* line, const char* prefix)
     return beginsWith(reinterpret_cast<const char*>(line), prefix);
 }
 
-/// What follows @p prefix, with which @p line begins.
+/// The rest of @p line, which begins with @p prefix.
 inline const unsigned char* afterPrefix(const unsigned char* line, const char* prefix)
 {
     return line + strlen(prefix);
 }
 
-/// Copies @p text into @p field, cut to the field and filled up with NUL.
+/// Copies @p text into @p field, cut to its size and padded with NUL.
 template <std::size_t Size> void keepLine(char (&field)[Size], const char* text)
 {
     const std::size_t length = strnlen(text, Size - 1);
@@ -35,7 +35,7 @@ template <std::size_t Size> void keepLine(char (&field)[Size], const unsigned ch
     keepLine(field, reinterpret_cast<const char*>(line));
 }
 
-/// @p field as a decimal integer, leading spaces skipped; @p absent when it has no digits.
+/// @p field as a decimal integer, after any spaces; @p absent if it has no digits.
 inline long figure(const char* field, long absent)
 {
     char* end = nullptr;

@@ -1,4 +1,4 @@
-// Holds a mutex for the length of a block.
+// Holds a mutex until the end of a block.
 #ifndef SCOPEDLOCK_H
 #define SCOPEDLOCK_H
 
@@ -24,10 +24,10 @@ template <typename Mutex> void unlockMutex(Mutex& mutex)
     mutex.unlock();
 }
 
-/// For a POSIX mutex, and for any with lock() and unlock().
+/// Works with a POSIX mutex and with any class that has lock() and unlock().
 template <typename Mutex> class ScopedLock {
 public:
-    /// @param mutex borrowed; locked until the end of the block
+    /// @param mutex  borrowed
     explicit ScopedLock(Mutex& mutex) : m_mutex(mutex) { lockMutex(m_mutex); }
     ~ScopedLock() { unlockMutex(m_mutex); }
     ScopedLock(const ScopedLock&) = delete;

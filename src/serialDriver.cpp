@@ -1,4 +1,4 @@
-// The serial port to which the modem is attached.
+// The modem's serial port.
 #include "serialDriver.h"
 
 #include <cerrno>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kRoomMilliseconds = 1000; // a full driver buffer of 4 KiB drains in 0.4 s at 115200 baud
 
-// Waits until the port takes bytes. One whose device has stopped taking them would hold write() for ever.
+// Waits until the port takes bytes. write() would block for ever on a device that takes none.
 bool takesBytes(int fd)
 {
     pollfd port = {fd, POLLOUT, 0};
@@ -26,7 +26,7 @@ bool takesBytes(int fd)
 
 serialDriver::serialDriver(char* port) : fd(open(port, O_RDWR | O_NOCTTY)), portOpen(false)
 {
-    // On a port that did not open these calls fail, and change nothing.
+    // On a port that is not open these calls fail without effect.
     termios attributes = {};
     (void)tcgetattr(fd, &attributes);
     (void)cfsetispeed(&attributes, B115200);

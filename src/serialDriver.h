@@ -1,25 +1,24 @@
-// The serial port to which the modem is attached.
+// The modem's serial port.
 #ifndef SERIALDRIVER_H
 #define SERIALDRIVER_H
 
-/// A serial port in raw 8N1 mode at 115200 baud, without flow control; VMIN and VTIME stay as the port had them.
-/// Threads: send() is called with CmdHandler::buffMutex held; the receive thread reads the same descriptor meanwhile.
-/// Errors:  construction never fails visibly; ask getPortOpen(). Nothing is printed or logged.
+/// A serial port in raw 8N1 mode at 115200 baud, without flow control. VMIN and VTIME are left as they were.
+/// Threads: send() is called with CmdHandler::buffMutex held, while the receive thread reads the same descriptor.
+/// Errors:  check getPortOpen() after construction. Nothing is printed or logged.
 class serialDriver {
 public:
-    /// Opens and configures the device with the path @p port; only read, never kept.
+    /// Opens and configures the device @p port. The text is not kept.
     explicit serialDriver(char* port);
     serialDriver(const serialDriver&) = delete;
     serialDriver& operator=(const serialDriver&) = delete;
     /// Closes the port.
     virtual ~serialDriver();
 
-    /// Writes @p length bytes with a single write(); a short write is not retried.
-    /// @param buffer  bytes to write; only read, never kept
-    /// @return bytes written, or -1 when the port is not open, has taken no byte for a second, or write() failed
+    /// Writes @p length bytes of @p buffer with one write(). A short write is not repeated.
+    /// @return bytes written; -1 if the port is not open, takes no byte for a second, or write() fails
     int send(void* buffer, int length);
     bool getPortOpen();
-    /// The descriptor, which stays the driver's; -1 when the port could not be opened.
+    /// The descriptor, which the driver keeps; -1 if the port could not be opened.
     int getFD();
 
 private:

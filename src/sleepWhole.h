@@ -1,4 +1,4 @@
-// A sleep that signals do not shorten.
+// A sleep that a signal does not end early.
 #ifndef SLEEPWHOLE_H
 #define SLEEPWHOLE_H
 

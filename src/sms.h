@@ -1,8 +1,8 @@
-/// One SMS as the modem lists it.
+/// One SMS from the modem's listing.
 #ifndef SMS_H
 #define SMS_H
 
-/// Owns copies of its three texts, each null until set. Belongs to one thread at a time.
+/// Owns copies of its three texts, each null until set. For one thread at a time.
 class Sms {
 public:
     Sms() : m_Message(nullptr), m_Number(nullptr), m_id(nullptr), m_read(false) {}
@@ -10,17 +10,17 @@ public:
     Sms(const Sms&) = delete;
     Sms& operator=(const Sms&) = delete;
 
-    /// Copies the three texts and takes @p read.
+    /// Sets all four; texts are copied.
     void initialise(const char* number, const char* message, const char* id, bool read);
-    /// The sender, with the double quotes around it as in the listing. Each setter copies and releases what it had.
+    /// The sender, in double quotes as in the listing. Each setter copies its text and releases the old copy.
     void setNumber(const char* number);
     void setMessage(const char* message);
     /// The modem's storage place, as text.
     void setId(const char* id);
-    /// Whether the modem listed the message as read, or it has been handled since.
+    /// Whether the modem listed the message as read, or the daemon has handled it.
     void setRead(bool read) { m_read = read; }
 
-    /// Texts are owned by the record, valid until the next setter; null when not set.
+    /// The record owns the texts, until the setter is called again. Null if not set.
     const char* getMessage() const { return m_Message; }
     const char* getNumber() const { return m_Number; }
     const char* getId() const { return m_id; }

@@ -1,8 +1,8 @@
-/// The request to evaluate the alarm SMS now.
+/// The request to evaluate now, for the alarm SMS.
 #ifndef SMSSENDREQUESTEVENT_H
 #define SMSSENDREQUESTEVENT_H
 
-/// Carries nothing: that it stands in the queue is the message.
+/// Has no content: its presence in the queue is the message.
 class smsSendRequestEvent {
 public:
     smsSendRequestEvent() = default;

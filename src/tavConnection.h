@@ -4,8 +4,8 @@
 
 #include "tavTrigger.h"
 
-/// Owns its trigger tree and its action. A connection that a reader hands out has both.
-/// No lock, as tavTrigger.
+/// Owns its trigger tree and its action. Connections from the reader have both.
+/// Threads: no lock, as for tavTrigger.
 class tavConnection {
 public:
     tavConnection() : mTrigger(nullptr), mAction(nullptr) {}
@@ -15,11 +15,11 @@ public:
 
     /// @return the root of the trigger tree, or null; owned by the connection
     tavTrigger* getTrigger() const { return mTrigger; }
-    /// Takes ownership of @p p; destroys the trigger it had before.
+    /// Takes ownership of @p p and deletes the old trigger.
     void setTrigger(tavTrigger* p);
     /// @return the action, or null; owned by the connection
     tavTrigger* getAction() const { return mAction; }
-    /// Takes ownership of @p p; destroys the action it had before.
+    /// Takes ownership of @p p and deletes the old action.
     void setAction(tavTrigger* p);
     /// Prints the connection to standard output; moves the lists' cursors.
     void show();

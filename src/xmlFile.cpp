@@ -14,7 +14,7 @@ using ErrorPointer = const xmlError*;
 using ErrorPointer = xmlErrorPtr;
 #endif
 
-/// What the parser's callbacks find out; they reach it through the parser context.
+/// The findings of the parser's callbacks, which reach it through the parser context.
 struct Findings {
     std::string trouble;
     int line = 0;
@@ -26,7 +26,7 @@ Findings& findings(void* context)
     return *static_cast<Findings*>(static_cast<xmlParserCtxt*>(context)->_private);
 }
 
-/// Keeps the first error; libxml2 writes none of its own to standard error then.
+/// Keeps the first error, and stops libxml2 from printing errors.
 void onError(void* context, ErrorPointer error)
 {
     Findings& found = findings(context);
@@ -48,11 +48,11 @@ void refuse(void* context, const std::string& why)
         found.trouble = why;
         found.line = xmlSAX2GetLineNumber(parser);
     }
-    parser->wellFormed = 0; // what was refused is not declared, so nothing of it is expanded
+    parser->wellFormed = 0; // a refused entity is not declared, so it is never expanded
 }
 
-/// Whether an entity's text refers to another entity. A reference to a character, "&#60;", yields that character and is
-/// not read again.
+/// Whether an entity's text refers to another entity. A reference to a character, such as "&#60;", does not count: its
+/// result is not parsed again.
 bool refersToEntity(const xmlChar* content)
 {
     for (const xmlChar* at = xmlStrchr(content, '&'); at != nullptr; at = xmlStrchr(at + 1, '&')) {
@@ -112,7 +112,7 @@ xmlDocPtr xmlFile::open(const char* path, std::string& trouble)
     parser->sax->attributeDecl = onAttributeDeclaration;
     xmlDoc* document = xmlCtxtReadMemory(parser, content.data(), static_cast<int>(content.size()), path, nullptr,
                                          XML_PARSE_NONET | XML_PARSE_BIG_LINES);
-    if (parser->errNo == XML_ERR_NO_MEMORY) { // the document may lack what could not be stored
+    if (parser->errNo == XML_ERR_NO_MEMORY) { // the document may be incomplete
         xmlFreeDoc(document);
         document = nullptr;
         found.trouble = "out of memory";

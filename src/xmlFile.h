@@ -1,4 +1,4 @@
-/// Opens the daemon's XML configuration files: the one place where bytes of a file meet libxml2.
+/// Opens the XML configuration files. Only here does libxml2 parse a file's bytes.
 #ifndef XMLFILE_H
 #define XMLFILE_H
 
@@ -8,27 +8,27 @@
 #include <cstring>
 #include <string>
 
-/// Threads: libxml2's global state is used, so two files are never read at the same time.
+/// Threads: one file at a time, because libxml2 has global state.
 namespace xmlFile {
 
-constexpr size_t kMaxBytes = 4U << 20;  ///< of a file; a longer one is refused
-constexpr size_t kMaxEntityBytes = 160; ///< of an entity's text, as long as the longest text of the files
-constexpr unsigned kMaxEntities = 64;   ///< declared in one file
+constexpr size_t kMaxBytes = 4U << 20;  ///< of a file
+constexpr size_t kMaxEntityBytes = 160; ///< of an entity's text; the longest text of the files fits
+constexpr unsigned kMaxEntities = 64;   ///< in one file
 
-/// Parses the regular file @p path. The network is never used and no other file is loaded. A file is refused when it is
-/// not well-formed, nests more than 256 elements, or declares entities that refer to others, entities beyond the limits
-/// above or default attributes, with which a small file could grow without bound.
-/// @param trouble  what was wrong, "FILE:LINE: text"; left alone when the file was read
-/// @return the document, owned by the caller (xmlFreeDoc); null when the file was refused. Line numbers: xmlGetLineNo
+/// Parses the regular file @p path, without the network or any other file. A file is refused if it is over a limit
+/// above, not well-formed or nested more than 256 elements deep. So are entities that refer to other entities, and
+/// default attributes: with them a small file could grow without bound.
+/// @param trouble  "FILE:LINE: text" if the file is refused; else unchanged
+/// @return the document, which the caller frees with xmlFreeDoc; null if the file is refused
 xmlDocPtr open(const char* path, std::string& trouble);
 
-/// @return whether @p node (null is none) is an element called @p name, in any name space
+/// @return whether @p node is an element called @p name, in any namespace; false for null
 bool isElement(const xmlNode* node, const char* name);
-/// @return the node's name, or "" for those that have none (character data)
+/// @return the node's name; "" for character data, which has none
 const char* nameOf(const xmlNode* node);
 
-/// Calls @p take with the name and the value of each attribute of @p element; both are valid during the call.
-/// @return false when memory ran out for a value: the attributes that were not taken are not known
+/// Calls @p take with the name and the value of each attribute of @p element, both valid during the call.
+/// @return false if memory runs out, before all attributes are taken
 template <class Take> bool forEachAttribute(const xmlNode* element, Take take)
 {
     for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
@@ -42,7 +42,7 @@ template <class Take> bool forEachAttribute(const xmlNode* element, Take take)
     return true;
 }
 
-/// The same for the attributes called @p name; @p take gets the value alone.
+/// The same for attributes called @p name only; @p take gets the value.
 template <class Take> bool forEachAttribute(const xmlNode* element, const char* name, Take take)
 {
     return forEachAttribute(element, [&](const char* attribute, char* value) {

@@ -39,7 +39,7 @@ _telnodriver_take() {
 # What may follow an option; false where it takes nothing.
 _telnodriver_value() {
     local line
-    line=$(grep -E -- "(^| |,)$prev( |,|:|$)" <<<"$help" | head -n 1)
+    line=$(grep -E -- "^ *(-[a-z],)?$prev( |,|:|$)" <<<"$help" | head -n 1)
     case $line in
     *"--table TEXT"*) _telnodriver_take "" < <(_telnodriver_labels output "$properties") ;;
     *"$prev TEXT:{"*)
@@ -47,7 +47,7 @@ _telnodriver_value() {
         _telnodriver_take "" < <(tr , '\n' <<<"${line%%\}*}")
         ;;
     *"$prev INT"* | *"$prev UINT"* | *"$prev FLOAT"*) ;;
-    *"$prev "[A-Z]*) compopt -o default 2>/dev/null ;;
+    *"$prev "[A-Z]*) compopt -o default 2>/dev/null || : ;;
     *) return 1 ;;
     esac
 }
@@ -100,6 +100,7 @@ _telnodriver() {
     case $subcommand in
     "") ;;
     explain) help=$("$program" explain --help 2>/dev/null; grep -e --server <<<"$help") ;;
+    replay) help=$("$program" replay --help 2>/dev/null; grep -e --config -e --daemon -e --speed <<<"$help") ;;
     *) help=$("$program" "$subcommand" --help 2>/dev/null) ;;
     esac
     if [[ $cur == -* ]]; then

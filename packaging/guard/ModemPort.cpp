@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMostBytes = 16384; ///< of one answer; the rest of a chattering line is not looked at
+constexpr std::size_t kMostBytes = 16384; ///< of one answer; the rest is ignored
 
 bool isFinal(const std::string& line)
 {

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kWords[] = {"untried", "sent", "accepted", "rejected"};
 
-// Not the time of the last change of the inode: an upgrade of the package sets owner and mode anew.
+// Not the inode's change time, because an upgrade of the package sets owner and mode again.
 std::string marksOf(const std::string& file)
 {
     struct stat status = {};

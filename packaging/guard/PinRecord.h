@@ -1,27 +1,26 @@
-// What became of the PIN in the properties file, kept from one start of the service to the next.
+// The outcome of the last try of the PIN, kept between starts of the service.
 #pragma once
 
 #include <string>
 
-/// The record is one line: the outcome and the marks (inode, size, time of change) of the properties file that it is
-/// about. It holds for that state of the file alone: an edited file has no outcome. The PIN is not in it. One thread.
+/// A file with one line: the outcome, and the inode, size and time of change of the properties file. The outcome is
+/// valid only while these are the same: an edited file is untried. The PIN is not in the record. One thread.
 class PinRecord {
 public:
     enum Outcome {
-        UNTRIED,  ///< nothing is known about the file as it is now
-        SENT,     ///< the PIN was about to be sent, and the answer was never seen
-        ACCEPTED, ///< the SIM took it
+        UNTRIED,  ///< not tried since the file changed
+        SENT,     ///< sent, or about to be; the answer was not seen
+        ACCEPTED, ///< the SIM accepted it
         REJECTED  ///< the SIM refused it
     };
 
-    /// @param path        the record; it need not exist
-    /// @param properties  the file that holds the PIN
+    /// @param path        the record; need not exist
+    /// @param properties  the file with the PIN
     PinRecord(std::string path, const std::string& properties);
 
     Outcome outcome() const;
 
-    /// Writes the outcome, and has it on the disk when it returns.
-    /// @return false, with errno, when it could not be written
+    /// Writes the outcome, and flushes it to the disk. @return false with errno set on failure
     bool store(Outcome outcome) const;
 
 private:

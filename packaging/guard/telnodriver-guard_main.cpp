@@ -1,9 +1,9 @@
-// Runs before each start of the service. It refuses a configuration with errors, and a start that would spend the
-// SIM's PIN tries: the daemon's set-up sends the PIN in each of up to six passes, so that one start with a wrong PIN
-// blocks the SIM. The guard therefore gives a PIN its one try itself, remembers what became of it, and does not try a
-// refused PIN again until the properties file is changed.
+// Runs before each start of the service. It refuses a configuration with errors, and protects the SIM's PIN tries: the
+// daemon's set-up sends the PIN in each of up to six passes, so one start with a wrong PIN would block the SIM. The
+// guard tries the PIN once, records the outcome, and does not try a refused PIN again until the properties file
+// changes.
 //
-// Exit status: 0 the daemon may start, 1 it may not (the reason is on standard error), 2 wrong usage.
+// Exit status: 0 the daemon may start; 1 it may not, for the reason on standard error; 2 wrong usage.
 #include "GSMIOmanager.h"
 #include "ModemPort.h"
 #include "PinRecord.h"
@@ -22,17 +22,17 @@
 
 namespace {
 
-constexpr int kAnswerSeconds = 2; ///< a modem that is on answers within milliseconds
-constexpr int kPinSeconds = 20;   ///< a SIM may take its time over a PIN
+constexpr int kAnswerSeconds = 2; ///< a powered modem answers within milliseconds
+constexpr int kPinSeconds = 20;   ///< a SIM may take long to check a PIN
 constexpr int kBootQuestions = 12;
 constexpr int kPulses = 2;
-constexpr std::size_t kLongestPin = 7; ///< that the daemon does not cut
+constexpr std::size_t kLongestPin = 7; ///< the daemon cuts a longer one
 constexpr const char* kUsage =
     "usage: telnodriver-guard [--properties FILE] [--record FILE] [--checker PROGRAM] [--root DIR]\n"
     "  --properties FILE   the properties file\n"
-    "  --record FILE       what became of the PIN\n"
-    "  --checker PROGRAM   what finds errors in the configuration\n"
-    "  --root DIR          stands before the paths that name the card's model\n"
+    "  --record FILE       the outcome of the last PIN\n"
+    "  --checker PROGRAM   the program that checks the configuration\n"
+    "  --root DIR          prefix of the paths that tell the card's model\n"
     "  --help              print this\n";
 
 enum class Sim { SILENT, BUSY, READY, ASKS_PIN, OTHER };
@@ -41,10 +41,10 @@ struct Settings {
     std::string properties = "/etc/tav/telnodriver.conf";
     std::string record = "/var/lib/telnodriver/pin";
     std::string checker = "/usr/bin/telnodriver-check";
-    std::string root; ///< stands before the paths that name the card's model
+    std::string root; ///< prefix of the paths that tell the card's model
 };
 
-/// Errors of the checker (exit status 2 and above) refuse the start, warnings do not.
+/// The checker's errors (exit status 2 and above) refuse the start; its warnings do not.
 bool configurationHolds(const Settings& settings)
 {
     std::string program = settings.checker;
@@ -81,11 +81,11 @@ Sim askSim(ModemPort& port)
             return Sim::OTHER;
         }
     }
-    // An echo alone is no answer; a result without a state comes from a SIM that is starting, or is not there.
+    // An echo is no answer. A result without a state means that the SIM is starting or missing.
     return !lines.empty() && lines.back().find("ERROR") != std::string::npos ? Sim::BUSY : Sim::SILENT;
 }
 
-/// Asks until the SIM has said something definite, for as long as a modem takes to start.
+/// Asks until the SIM gives a definite state, at most for the time that a modem takes to start.
 Sim awaitSim(ModemPort& port)
 {
     Sim sim = askSim(port);
@@ -98,14 +98,14 @@ Sim awaitSim(ModemPort& port)
     return sim;
 }
 
-/// Wakes a modem that may be off: what the daemon would do, before the daemon has a PIN to send.
+/// Gives a power pulse to a modem that may be off, as the daemon would.
 Sim wakeSim(ModemPort& port)
 {
     GSMIOmanager gpio{property_values()};
     cWlog logger("telnodriver-guard");
     Sim sim = Sim::SILENT;
     for (int pulse = 0; pulse < kPulses && sim == Sim::SILENT; ++pulse) {
-        fprintf(stderr, "telnodriver-guard: the modem is silent: pulsing its power\n");
+        fprintf(stderr, "telnodriver-guard: the modem is silent: giving it a power pulse\n");
         gpio.toggle_GSM_power(&logger);
         sim = awaitSim(port);
     }
@@ -117,28 +117,28 @@ bool refuse(const Settings& settings, const char* what)
     fprintf(
         stderr,
         "telnodriver-guard: not started: the SIM %s simPin of %s. Check the PIN in a telephone, then correct or touch "
-        "the file: the guard tries the PIN of an unchanged file once only\n",
+        "the file: the guard tries a PIN once, until the file changes\n",
         what, settings.properties.c_str());
     return false;
 }
 
-/// Sends the PIN once; the SIM asks for it.
+/// Sends the PIN once, to a SIM that asks for it.
 bool tryPin(const Settings& settings, ModemPort& port, const PinRecord& record, const std::string& pin)
 {
     if (record.outcome() == PinRecord::REJECTED) {
         return refuse(settings, "has refused");
     }
     if (record.outcome() == PinRecord::SENT) {
-        return refuse(settings, "was given, and may have refused,");
+        return refuse(settings, "has received, and may have refused,");
     }
-    // The daemon cuts a longer one, and would go on to send what is left of it.
+    // The daemon would cut a longer one, and send the rest.
     if (pin.size() < 4 || pin.size() > kLongestPin || pin.find_first_not_of("0123456789") != std::string::npos) {
         fprintf(stderr,
                 "telnodriver-guard: not started: the SIM asks for a PIN, and simPin of %s is not 4 to 7 digits\n",
                 settings.properties.c_str());
         return false;
     }
-    // Before it is sent: a power cut in between must not let it be sent again.
+    // Recorded before it is sent, so that it is not sent again after a power failure.
     if (!record.store(PinRecord::SENT)) {
         fprintf(stderr, "telnodriver-guard: not started: %s: %s\n", settings.record.c_str(), strerror(errno));
         return false;
@@ -155,7 +155,7 @@ bool tryPin(const Settings& settings, ModemPort& port, const PinRecord& record, 
     return accepted || refuse(settings, "has refused");
 }
 
-/// Whether a start can cost the SIM a try of its PIN; without a modem it cannot.
+/// Whether a start can spend a PIN try. Without a modem it cannot.
 bool pinHolds(const Settings& settings)
 {
     cWlog logger("telnodriver-guard");
@@ -167,11 +167,11 @@ bool pinHolds(const Settings& settings)
     const std::string pin = properties.getString("simPin", "1357");
     ModemPort port(std::string(properties.getString("serialPortName", "/dev/ttyS3")).substr(0, 31));
     if (!port.isOpen()) {
-        return true; // nor can the daemon open it: it runs without the modem
+        return true; // the daemon cannot open it either, and runs without the modem
     }
     const PinRecord record(settings.record, settings.properties);
     Sim sim = askSim(port);
-    if (sim == Sim::SILENT) { // it may be in the middle of a line, or saving power
+    if (sim == Sim::SILENT) { // the modem may be in the middle of a line, or saving power
         sim = askSim(port);
     }
     if (sim == Sim::SILENT && record.outcome() != PinRecord::ACCEPTED) {
@@ -188,7 +188,7 @@ bool pinHolds(const Settings& settings)
         }
         fprintf(stderr, "telnodriver-guard: the modem is silent: the daemon starts, and drives outputs without it\n");
         return true;
-    default: // unlocked, without a SIM, or asking for what only a person can give
+    default: // unlocked, no SIM, or a PUK, which only a person can enter
         return true;
     }
 }

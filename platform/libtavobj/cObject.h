@@ -1,11 +1,11 @@
-// The objects of the object server: ports, digital outputs and events.
+// The object server's objects: ports, digital outputs and events.
 #ifndef COBJECT_H
 #define COBJECT_H
 
 #include <cstdint>
 #include <string>
 
-/// Any object of the server. Objects are plain values: no lock, used by one thread at a time.
+/// Any object of the server. A plain value: no lock, one thread at a time.
 class cObject {
 public:
     enum eObjectTypes {
@@ -36,7 +36,7 @@ public:
     explicit cObject(eObjectTypes type) : mType(type) {}
     virtual ~cObject() = default;
 
-    /// A new object of the same kind and content, owned by the caller.
+    /// @return a copy of the same type, owned by the caller
     virtual cObject* copy() const { return new cObject(*this); }
     eObjectTypes getType() const { return mType; }
 
@@ -48,7 +48,7 @@ private:
     eObjectTypes mType;
 };
 
-/// A port of a device; a label alone makes one for a request.
+/// A port of a device. In a request, only its label is set.
 class cObjectPort : public cObject {
 public:
     enum ePortLastToggled {
@@ -66,10 +66,10 @@ public:
     void setDeviceSerial(uint32_t serial) { mDeviceSerial = serial; }
     int getPortId() const { return mPortId; }
     void setPortId(int id) { mPortId = id; }
-    /// The kind of port, in the same codes as cObjectEvent::getObjectType.
+    /// The kind of port, with the same codes as cObjectEvent::getObjectType.
     int getPortType() const { return mPortType; }
     void setPortType(int type) { mPortType = type; }
-    /// Never null; valid until the label is set again.
+    /// Never null. Valid until the label is set again.
     const char* getPortLabel() const { return mLabel.c_str(); }
     void setPortLabel(const char* label) { mLabel = label; }
     eObjectStatus getPortStatus() const { return mStatus; }
@@ -102,7 +102,7 @@ private:
     eObjectIOState mOutputState = OBJ_IO_STATE_UNKNOWN;
 };
 
-/// Something that happened at the server; an EVENT_PORT is a port's new alarm status.
+/// An event at the server. EVENT_PORT tells a port's new alarm status.
 class cObjectEvent : public cObject {
 public:
     enum eEventType { EVENT_NONE = 0, EVENT_DEVICE = 1, EVENT_PORT = 2, EVENT_SITE = 3, EVENT_PORT_ANALOG = 4 };

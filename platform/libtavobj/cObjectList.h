@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <vector>
 
-/// Does not own its objects: destroying a list leaves them alive. One cursor; used by one thread at a time.
+/// Does not own its objects: destroying the list does not destroy them. One cursor. One thread at a time.
 class cObjectList {
 public:
     cObjectList() = default;
@@ -17,7 +17,7 @@ public:
 
     /// Appends @p object, which must not be null.
     void add(cObject* object) { mObjects.push_back(object); }
-    /// The first object, or null in an empty list; next() then goes on from it, and gives null at the end.
+    /// Starts a walk. first() returns the first object, next() the following ones; null at the end.
     cObject* first();
     cObject* next();
     size_t size() const { return mObjects.size(); }

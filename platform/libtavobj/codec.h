@@ -1,4 +1,4 @@
-// Objects to frames and back. Private to the library; its own header for the sake of the fuzzer.
+// Converts objects to frames and back. Private to the library; a separate header for the fuzzer.
 #ifndef TAVOBJ_CODEC_H
 #define TAVOBJ_CODEC_H
 
@@ -12,17 +12,17 @@
 namespace tavcodec {
 
 constexpr size_t kMaxFrame = 1 << 20; ///< bytes of a frame's content
-constexpr size_t kHeader = 4;         ///< bytes of its length, big-endian
+constexpr size_t kHeader = 4;         ///< bytes of the length before it, big-endian
 constexpr size_t kMaxObjects = 16384; ///< in one message
 constexpr size_t kMaxLabel = 31;      ///< characters
 
 enum eMsgType : uint8_t { MSG_GET = 0, MSG_SET = 1, MSG_EVT = 3 };
 
-/// A received message; owns its objects until they are taken.
+/// A received message. Owns list and objects until the list is taken.
 struct Incoming {
     uint32_t id = 0;
     std::unique_ptr<cObjectList> list = std::make_unique<cObjectList>();
-    std::string remark; ///< what was left out of the message and why; empty mostly
+    std::string remark; ///< what was left out of the message and why; usually empty
 
     Incoming() = default;
     Incoming(Incoming&&) = default;
@@ -34,18 +34,18 @@ struct Incoming {
     }
 };
 
-/// The length that a header gives; not yet checked against kMaxFrame.
+/// The length in a header, not checked against kMaxFrame.
 size_t frameLength(const unsigned char (&header)[kHeader]);
 
-/// Reads a frame's content. Objects with an unusable kind or label are left out, with a remark.
-/// @return null if the content is no message at all; @p error says why
+/// Decodes a frame's content. Objects with an unusable kind or label are left out, with a remark.
+/// @return null if the content is no message; @p error says why
 std::unique_ptr<Incoming> decode(const char* content, size_t length, std::string& error);
 
-/// A get request's frame, or a set's for one output. Empty if it would be too long.
+/// The frame of a get, and of a set for one output; empty if it is too long.
 std::string encodeGet(uint32_t id, cObjectList& request);
 std::string encodeSet(uint32_t id, const cObject& object);
 
-/// Which output a set is about: sets with the same key replace one another.
+/// Identifies the output of a set: sets with equal keys replace one another.
 std::string setKey(const cObject& object);
 
 } // namespace tavcodec

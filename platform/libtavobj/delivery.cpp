@@ -27,10 +27,12 @@ bool Delivery::push(std::unique_ptr<tavcodec::Incoming> message)
         if (m_queue.size() >= kLimit || m_objects + objects > kObjectLimit) {
             dropped.swap(m_queue);
             m_objects = 0;
+            m_undelivered = 0;
             return false;
         }
         m_objects += objects;
         m_queue.push_back(std::move(message));
+        m_undelivered = m_queue.size();
     }
     m_arrived.notify_one();
     return true;
@@ -45,6 +47,7 @@ void Delivery::deliver()
             return;
         std::unique_ptr<tavcodec::Incoming> message = std::move(m_queue.front());
         m_queue.pop_front();
+        m_undelivered = m_queue.size();
         m_objects -= message->list->size();
         lock.unlock();
         for (cObjectListener* listener : m_listeners)

@@ -16,7 +16,7 @@ constexpr int kTavLite = 1;
 constexpr const char* kHardwareFile = "/etc/tav/hardware";
 constexpr const char* kModelFile = "/proc/device-tree/model";
 
-/// The first bytes of a small file. @return false with errno set when it cannot be read
+/// Reads the first bytes of a file. @return false with errno set on failure
 bool readStart(const std::string& path, std::string& content)
 {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -38,7 +38,7 @@ bool readStart(const std::string& path, std::string& content)
     return true;
 }
 
-/// A text that is one decimal number and white space around it.
+/// Whether a text is one decimal number, apart from white space around it.
 bool parseNumber(const std::string& text, int& number)
 {
     static const char blanks[] = " \t\r\n";

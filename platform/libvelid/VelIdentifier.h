@@ -1,4 +1,4 @@
-/// Tells the hardware model that the daemon runs on.
+/// Identifies the hardware that the daemon runs on.
 #ifndef VELIDENTIFIER_H
 #define VELIDENTIFIER_H
 
@@ -6,17 +6,17 @@
 
 class cWlog;
 
-/// Reads the model's number anew on every question; keeps nothing between them.
-/// Threads: an object belongs to one thread; objects are independent of one another.
+/// Reads the hardware number at each call, and stores nothing.
+/// Threads: one thread for each object; objects are independent.
 class VelIdentifier {
 public:
-    /// @param logger  borrowed for the life of the object; says what was found, and what is wrong with the file
-    /// @param root    stands before the two paths below; for an image that is mounted elsewhere, and for tests
+    /// @param logger  borrowed; receives the result and any mistake of the file
+    /// @param root    prefix of the two paths below, for a mounted image and for tests
     explicit VelIdentifier(cWlog* logger, const char* root = "");
 
-    /// @return the decimal number in "/etc/tav/hardware"; without that file 1 (the TAVLite card) where the device
-    /// tree's
-    ///         "/proc/device-tree/model" contains "TAVLite"; else, and for a file without a number, 0
+    /// @return the decimal number in "/etc/tav/hardware", 0 if the file has none. Without the file: 1 (the TAVLite
+    /// card)
+    ///         if "/proc/device-tree/model" contains "TAVLite", else 0
     int getHardwareNumber();
 
 private:

@@ -24,33 +24,33 @@ std::atomic<bool> cWlog::mInitialised{false};
 
 namespace {
 
-/// Guards every mLogBuffer and log4cpp's configuration; a thread that writes a line holds it to the line's end.
+/// Guards every mLogBuffer and log4cpp's configuration. A thread holds it while it writes a line.
 std::mutex gate;
 
-/// Set when the process runs down, after which nothing is written: log4cpp takes itself apart. Guarded by gate.
+/// Set at exit: log4cpp is being destroyed, and nothing is written any more. Guarded by gate.
 bool closed = false;
 
 using Categories = log4cpp::HierarchyMaintainer::CategoryMap;
 
-/// The categories that were saved from log4cpp's end, for threads that still ask them for their priority.
+/// The categories, kept out of log4cpp's destruction for threads that still ask for a priority.
 Categories& saved()
 {
     static auto* const categories = new Categories;
     return *categories;
 }
 
-/// Reaches the map of categories, which log4cpp leaves to derived classes.
+/// Gives access to log4cpp's map of categories, which is protected.
 struct Hierarchy : log4cpp::HierarchyMaintainer {
     static Categories& categories() { return getDefaultMaintainer().*(&Hierarchy::_categoryMap); }
 };
 
-/// Prepares log4cpp before main, while there is one thread, and for the end of the process, where threads still run.
+/// Prepares log4cpp before main, while there is one thread, and for exit, when other threads are still running.
 struct Lifetime {
     Lifetime()
     {
         using Initializer = log4cpp::Appender::AppenderMapStorageInitializer;
         alignas(Initializer) static unsigned char storage[sizeof(Initializer)];
-        new (storage) Initializer; // for ever: the last one that is destroyed deletes all appenders
+        new (storage) Initializer; // never destroyed: the last one's destructor deletes all appenders
         log4cpp::Category::getRoot();
         saved();
         std::atexit([] {
@@ -61,9 +61,8 @@ struct Lifetime {
     }
 } const lifetime;
 
-/// Copies @p format with blanks for its control characters and backslashes. What does not fit is cut off: no line is as
-/// long.
-template <size_t size> void blankStructure(const char* format, char (&copy)[size])
+/// Copies @p format with blanks for its control characters and backslashes. @return false if it does not fit
+template <size_t size> bool blankStructure(const char* format, char (&copy)[size])
 {
     size_t length = 0;
     for (; length < size - 1 && format[length] != '\0'; ++length) {
@@ -72,6 +71,7 @@ template <size_t size> void blankStructure(const char* format, char (&copy)[size
         copy[length] = structure ? ' ' : character;
     }
     copy[length] = '\0';
+    return format[length] == '\0';
 }
 
 log4cpp::Category& category(const char* name)
@@ -148,30 +148,30 @@ void cWlog::write(WlogPiority priority, const char* format, va_list arguments)
     }
     static char blankFormat[sizeof mLogBuffer]; // guarded by gate, like the next
     static char blanked[sizeof mLogBuffer];
-    blankStructure(format, blankFormat);
+    const char* const second = blankStructure(format, blankFormat) ? blankFormat : format;
     va_list again;
     va_copy(again, arguments);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral" // the second has the conversions of the first
     const bool formatted = std::vsnprintf(mLogBuffer, sizeof mLogBuffer, format, arguments) >= 0 &&
-                           std::vsnprintf(blanked, sizeof blanked, blankFormat, again) >= 0;
+                           std::vsnprintf(blanked, sizeof blanked, second, again) >= 0;
 #pragma GCC diagnostic pop
     va_end(again);
     if (!formatted) {
         return;
     }
-    std::cout.clear(); // a console appender must not stay silent for ever after one full disk
+    std::cout.clear(); // a full disk must not silence a console appender for ever
     std::cerr.clear();
     try {
         mCategory->log(priority,
-                       visibleText(mLogBuffer, blanked)); // the overload that takes a finished text, not a format
+                       // the overload that takes a finished text, not a format
+                       visibleText(mLogBuffer, blanked));
     } catch (...) {
-        return; // out of memory for a line of the log: the line is lost, the daemon is not
+        return; // out of memory: the line is lost
     }
 }
 
-// The five differ in their priority only; a macro is the one way to hand on a variable argument list without a va_list
-// in each of them.
+// A macro, because a function cannot start the variable argument list of its caller.
 #define CWLOG_LINE(priority)                                                                                           \
     if (writes(priority)) {                                                                                            \
         va_list arguments;                                                                                             \

@@ -1,4 +1,4 @@
-/// The named logger: base of most classes of the daemon, a thin layer over log4cpp.
+/// The named logger, a thin layer over log4cpp. Most classes of the daemon derive from it.
 #ifndef CWLOG_H
 #define CWLOG_H
 
@@ -8,18 +8,19 @@ namespace log4cpp {
 class Category;
 }
 
-/// A logger stands for the log4cpp category of its name; its priorities are log4cpp's.
-/// Threads: one logger may be used by any number of threads at once; each call writes one whole line.
-/// Lock:    one private mutex of the process, held while a line is formatted and written and while init configures.
-///          It is the innermost lock: nothing of the daemon is called under it.
-/// Texts:   printf formats. Line feeds with which a format begins or ends are dropped; its other control characters
-/// stand
-///          as they are. Those of the arguments, and broken UTF-8, are written as escapes ("\n", "\x1b"), their
-///          backslashes doubled. A text is cut to 1023 bytes. A line whose priority is off is not formatted.
-/// Errors:  none is reported and nothing throws; a line that an appender cannot write is lost.
+/// A logger writes to the log4cpp category of its name. The priorities are log4cpp's.
+/// Threads: any number of threads may use one logger. Each call writes one whole line.
+/// Lock:    one private mutex for the process, held while a line is written and while init configures. It is the
+///          innermost lock: nothing that takes another is called under it.
+/// Texts:   printf formats. A text is cut to 1023 bytes. A line whose priority is off is not formatted.
+///          Line feeds at either end of a format are dropped. Other control characters of the format are written as
+///          they are. Control characters and broken UTF-8 in arguments are written as escapes ("\n", "\x1b"), and
+///          backslashes are doubled, so that no argument can forge a line. A format of 1024 bytes or more is treated
+///          like an argument.
+/// Errors:  none is reported and nothing throws. A line that an appender cannot write is lost.
 class cWlog {
 public:
-    /// Numerically log4cpp's; the smaller, the more urgent.
+    /// The values are log4cpp's: smaller is more urgent.
     enum WlogPiority {
         EMERG = 0,
         FATAL = 0,
@@ -33,23 +34,22 @@ public:
         NOTSET = 800
     };
 
-    /// @param name  category; the pointer is kept, so the text must live as long as the logger. Null is the root
-    /// category
+    /// @param name  category, null for the root. The pointer is kept: the text must outlive the logger
     explicit cWlog(const char* name);
 
-    /// Configures the logging of the whole process from the lines of @p file that begin with "log4cpp.", as log4cpp's
-    /// property configurator understands them; other lines are not looked at. What an earlier call configured is gone.
-    /// Where the file, its root category or an appender cannot be used, INFO and above (or the priority that the root
-    /// category names) go to standard error, and one error line says why; the same trouble is not told twice in a row.
-    /// May be called while other threads log.
+    /// Configures logging for the whole process from the lines of @p file that begin with "log4cpp."; log4cpp's
+    /// property configurator interprets them. It replaces any earlier configuration, and deletes its appenders. If the
+    /// file or its root category cannot be used, or no appender is left, INFO and above (or the root category's
+    /// priority) go to standard error. An error line says what is wrong, with file and line, unless the last call found
+    /// the same. Other threads may log meanwhile.
     static void init(const char* file);
-    /// Configures logging without a file: @p priority and more urgent go to standard error.
+    /// Configures logging without a file: lines of @p priority and above go to standard error.
     static void init(WlogPiority priority);
 
-    /// @return the log4cpp category called @p name (root for null or ""); owned by log4cpp
+    /// @return the log4cpp category called @p name, the root for null or "". log4cpp owns it
     log4cpp::Category& getLog(const char* name);
-    /// Turns this logger to another category; not while another thread uses it. @p name is kept as the constructor's
-    /// is.
+    /// Selects another category. No other thread may be using the logger. As in the constructor, @p name must outlive
+    /// the logger.
     void setLogName(const char* name);
     /// @return whether debug() would write
     bool debugEnabled();
@@ -66,10 +66,10 @@ private:
     void write(WlogPiority priority, const char* format, __builtin_va_list arguments)
         __attribute__((format(printf, 3, 0)));
 
-    static std::atomic<bool> mInitialised; ///< an init has run
-    const char* mCatName;                  ///< as given; not a copy
-    char mLogBuffer[1024];                 ///< the line being written; guarded by the process's logging mutex
-    log4cpp::Category* mCategory;          ///< of mCatName; owned by log4cpp, lives as long as the process
+    static std::atomic<bool> mInitialised; ///< init has run
+    const char* mCatName;                  ///< not a copy
+    char mLogBuffer[1024];                 ///< the line being written; guarded by the logging mutex
+    log4cpp::Category* mCategory;          ///< of mCatName; log4cpp owns it and keeps it as long as the process lives
 };
 
 #endif

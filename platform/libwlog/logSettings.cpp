@@ -7,11 +7,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <sstream>
 
 namespace {
 
-constexpr size_t kMaxFileBytes = 1 << 20; ///< what of a file is looked at
+constexpr size_t kMaxFileBytes = 1 << 20; ///< the rest of a file is ignored
 
 const std::string kPrefix = "log4cpp.";
 const std::string kRoot = "log4cpp.rootCategory";
@@ -19,26 +20,25 @@ const std::string kCategory = "log4cpp.category.";
 const std::string kAppender = "log4cpp.appender.";
 const std::string kFileName = ".fileName";
 
-/// The first bytes of a regular file, kMaxFileBytes at most. @return what is wrong; empty when it was read
+/// Reads the start of a regular file. @return why it cannot be read; empty when it was
 std::string readStart(const std::string& file, std::string& content)
 {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe must not make the daemon wait
     struct stat status = {};
-    if (fd < 0 || fstat(fd, &status) != 0) {
+    if (stat(file.c_str(), &status) != 0) {
         return std::strerror(errno);
     }
-    std::string trouble = S_ISREG(status.st_mode) ? "" : "not a regular file";
-    ssize_t length = 0;
-    char buffer[4096];
-    while (trouble.empty() && content.size() < kMaxFileBytes &&
-           ((length = ::read(fd, buffer, sizeof buffer)) > 0 || (length < 0 && errno == EINTR))) {
-        content.append(buffer, length > 0 ? static_cast<size_t>(length) : 0);
+    if (!S_ISREG(status.st_mode)) { // to open a pipe would be to wait for its writer
+        return "not a regular file";
     }
-    if (length < 0) {
-        trouble = std::strerror(errno);
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        return std::strerror(errno);
     }
-    ::close(fd);
-    return trouble;
+    content.resize(std::min(static_cast<size_t>(status.st_size), kMaxFileBytes));
+    errno = 0;
+    stream.read(&content[0], static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<size_t>(stream.gcount()));
+    return stream.bad() ? std::strerror(errno) : "";
 }
 
 bool startsWith(const std::string& text, const std::string& start)
@@ -77,7 +77,7 @@ void logSettings::take(int number, std::string line)
     line.erase(std::min(line.find('#'), line.size()));
     const size_t equals = line.find('=');
     if (equals == std::string::npos) {
-        mTroubles.push_back(mFile + ":" + std::to_string(number) + ": no '=' in a line of the logging's");
+        mTroubles.push_back(mFile + ":" + std::to_string(number) + ": no '=' in a log4cpp line");
         return;
     }
     mLines.push_back({number, trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))});

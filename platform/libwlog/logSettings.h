@@ -1,4 +1,4 @@
-/// The lines of a properties file that configure the logging.
+/// The lines of a properties file that configure logging.
 #ifndef LOGSETTINGS_H
 #define LOGSETTINGS_H
 
@@ -6,28 +6,29 @@
 #include <string>
 #include <vector>
 
-/// What a properties file says to log4cpp, and what is wrong with it as far as that can be told without log4cpp.
-/// No thread but the one that reads it uses it.
+/// The settings for log4cpp in a properties file, and the mistakes in them that can be found without log4cpp.
+/// Not shared between threads.
 class logSettings {
 public:
-    /// Reads the lines of @p file whose key begins with "log4cpp.": "key=value", blanks around both dropped, '#' begins
-    /// a comment. What cannot be read is told by troubles().
+    /// Reads the lines "key=value" of @p file whose key begins with "log4cpp.". Blanks around key and value are
+    /// dropped;
+    /// '#' begins a comment. Check troubles() afterwards.
     explicit logSettings(const std::string& file);
 
-    /// @return "FILE[:LINE]: text" for each fault that was found; the lines at fault are left out
+    /// @return "FILE[:LINE]: text" for each mistake. The lines with mistakes are skipped
     const std::vector<std::string>& troubles() const { return mTroubles; }
     bool empty() const { return mLines.empty(); }
     bool has(const std::string& key) const;
-    /// @return the names of the appenders that the file defines
+    /// @return the names of all appenders that the file defines
     std::set<std::string> appenders() const;
-    /// @return why a category cannot be configured: it names an appender that the file does not define; empty when none
+    /// @return the mistake of a category that names an undefined appender; empty when there is none
     std::string undefinedAppender() const;
-    /// @return why an appender's file cannot be opened without a wait: it is a pipe that nobody reads; empty when none
-    /// is
+    /// @return the mistake of an appender whose file is a FIFO without a reader, so that opening it would block; empty
+    /// when there is none
     std::string unreadPipe() const;
-    /// @return "FILE:LINE" of the line about the appender or category @p name, "FILE" when there is none
+    /// @return "FILE:LINE" of the line that sets the appender or category @p name; "FILE" when there is none
     std::string place(const std::string& name) const;
-    /// @return the lines, for log4cpp
+    /// @return all lines, as input for log4cpp
     std::string text() const;
 
 private:

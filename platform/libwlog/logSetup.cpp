@@ -11,19 +11,17 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
 #include <memory>
-#include <set>
 #include <stdexcept>
 
 namespace {
 
 constexpr int kDefaultPriority = log4cpp::Priority::INFO;
 
-/// Writes on where a call took a part only or was interrupted. @return false with errno set when it did not take all
+/// Repeats a write that was partial or interrupted. @return false with errno set on failure
 bool writeWhole(int fd, const std::string& text)
 {
     for (size_t done = 0; done < text.size();) {
@@ -36,8 +34,8 @@ bool writeWhole(int fd, const std::string& text)
     return true;
 }
 
-/// Writes each line to descriptor 2: whatever standard error is at that moment, and whatever befell the line before (a
-/// stream would stay broken after a full disk).
+/// Writes each line to descriptor 2. log4cpp's own appenders either stay broken after a full disk (OstreamAppender) or
+/// cut a line that is written in part (FileAppender).
 class StandardError : public log4cpp::LayoutAppender {
 public:
     StandardError() : LayoutAppender("telnodriver standard error")
@@ -55,39 +53,19 @@ protected:
     }
 };
 
-/// Never destroyed: threads may log until the very end of the process.
-StandardError& standardError()
+/// Ends the last configuration: log4cpp deletes every appender that it knows.
+void reset()
 {
-    static StandardError* const appender = new StandardError;
-    return *appender;
-}
-
-/// Appenders that the last configuration made; log4cpp's property configurator leaves them to nobody.
-std::vector<log4cpp::Appender*>& ownAppenders()
-{
-    static auto* const appenders = new std::vector<log4cpp::Appender*>;
-    return *appenders;
-}
-
-void takeBack()
-{
+    log4cpp::Category::shutdownForced();
     const std::unique_ptr<std::vector<log4cpp::Category*>> categories(log4cpp::Category::getCurrentCategories());
     for (log4cpp::Category* category : *categories) {
-        for (log4cpp::Appender* appender : ownAppenders()) {
-            category->removeAppender(appender);
-        }
-        category->removeAppender(&standardError());
         const bool isRoot = category->getParent() == nullptr;
         category->setPriority(isRoot ? kDefaultPriority : static_cast<int>(log4cpp::Priority::NOTSET));
         category->setAdditivity(true);
     }
-    for (log4cpp::Appender* appender : ownAppenders()) {
-        delete appender;
-    }
-    ownAppenders().clear();
 }
 
-/// Hands settings to log4cpp, whose configurator takes the name of a file only. Throws what log4cpp throws.
+/// Passes settings to log4cpp, whose configurator reads files only. Throws what log4cpp throws.
 void configure(const std::string& settings)
 {
     const int fd = memfd_create("log4cpp", MFD_CLOEXEC);
@@ -105,7 +83,7 @@ void configure(const std::string& settings)
     ::close(fd);
 }
 
-/// What log4cpp complains about: the text between the last two quotes of its message, if any.
+/// The subject of log4cpp's complaint: the text between the last two quotes of its message, if any.
 std::string quoted(const std::string& message)
 {
     const size_t end = message.rfind('\'');
@@ -116,22 +94,10 @@ std::string quoted(const std::string& message)
     return start == std::string::npos ? "" : message.substr(start + 1, end - start - 1);
 }
 
-std::set<log4cpp::Appender*> existing(const std::set<std::string>& names)
-{
-    std::set<log4cpp::Appender*> appenders;
-    for (const std::string& name : names) {
-        if (log4cpp::Appender* const appender = log4cpp::Appender::getAppender(name)) {
-            appenders.insert(appender);
-        }
-    }
-    return appenders;
-}
-
-/// Configures log4cpp and takes the new appenders into our hands, also those of a configuration that fails half-way.
-/// @return what log4cpp did not like, with its place; empty when all went well
+/// Hands the settings to log4cpp. @return what log4cpp refuses, with its place; empty when it takes them
 std::string tryToConfigure(const logSettings& settings)
 {
-    // log4cpp's configurator remembers appenders by name, also those that are gone: it must never look for one in vain.
+    // log4cpp keeps pointers to deleted appenders under their names: no category may name one that is not defined anew.
     std::string why = settings.undefinedAppender();
     if (why.empty()) {
         why = settings.unreadPipe();
@@ -139,33 +105,26 @@ std::string tryToConfigure(const logSettings& settings)
     if (settings.empty() || !why.empty()) {
         return why;
     }
-    const std::set<std::string> names = settings.appenders();
-    const std::set<log4cpp::Appender*> foreign = existing(names);
     const bool hasRoot = settings.has("log4cpp.rootCategory");
     try {
         configure((hasRoot ? "" : "log4cpp.rootCategory=INFO\n") + settings.text());
     } catch (const std::exception& exception) {
-        why = settings.place(quoted(exception.what())) + ": " + exception.what();
+        return settings.place(quoted(exception.what())) + ": " + exception.what();
     }
-    for (log4cpp::Appender* appender : existing(names)) {
-        if (foreign.count(appender) == 0) {
-            ownAppenders().push_back(appender);
-        }
-    }
-    return why;
+    return "";
 }
 
-/// Drops the appenders whose file cannot be opened.
+/// Detaches the appenders whose file cannot be opened.
 void dropUnusable(const logSettings& settings, std::vector<std::string>& troubles)
 {
     const std::unique_ptr<std::vector<log4cpp::Category*>> categories(log4cpp::Category::getCurrentCategories());
-    for (log4cpp::Appender* appender : ownAppenders()) {
+    for (const std::string& name : settings.appenders()) {
+        log4cpp::Appender* const appender = log4cpp::Appender::getAppender(name);
         errno = 0;
-        if (appender->reopen()) {
+        if (appender == nullptr || appender->reopen()) {
             continue;
         }
         const std::string why = errno != 0 ? std::strerror(errno) : "cannot be opened";
-        const std::string& name = appender->getName();
         troubles.push_back(settings.place(name) + ": appender '" + name + "': " + why);
         for (log4cpp::Category* category : *categories) {
             category->removeAppender(appender);
@@ -173,11 +132,16 @@ void dropUnusable(const logSettings& settings, std::vector<std::string>& trouble
     }
 }
 
+void logToStandardError()
+{
+    log4cpp::Category::getRoot().addAppender(new StandardError); // log4cpp owns it
+}
+
 } // namespace
 
 std::vector<std::string> logSetup::fromFile(const char* file)
 {
-    takeBack();
+    reset();
     const logSettings settings(file != nullptr ? file : "");
     std::vector<std::string> troubles = settings.troubles();
     const std::string why = tryToConfigure(settings);
@@ -185,17 +149,17 @@ std::vector<std::string> logSetup::fromFile(const char* file)
         dropUnusable(settings, troubles);
     } else {
         troubles.push_back(why);
-        takeBack();
+        reset();
     }
     if (log4cpp::Category::getRoot().getAllAppenders().empty()) {
-        log4cpp::Category::getRoot().addAppender(standardError());
+        logToStandardError();
     }
     return troubles;
 }
 
 void logSetup::toStandardError(int priority)
 {
-    takeBack();
+    reset();
     log4cpp::Category::getRoot().setPriority(priority < log4cpp::Priority::NOTSET ? priority : kDefaultPriority);
-    log4cpp::Category::getRoot().addAppender(standardError());
+    logToStandardError();
 }

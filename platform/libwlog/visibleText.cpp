@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Bytes of the UTF-8 sequence (RFC 3629) of one printable character at @p text, or 0 when none stands there.
+/// Length of the printable UTF-8 character (RFC 3629) at @p text; 0 if there is none.
 size_t printableLength(const unsigned char* text)
 {
     const unsigned char lead = text[0];
@@ -50,7 +50,7 @@ void appendEscape(std::string& line, unsigned char byte)
 
 std::string visibleText(const char* text, const char* blanked)
 {
-    // Whether the byte at @p at stands in the format: there alone a blank was formatted in its place.
+    // Whether the byte belongs to the format: only those were replaced by a blank.
     const auto isFormat = [&](size_t at) { return blanked[at] == ' ' && text[at] != ' '; };
     size_t at = 0;
     size_t end = std::strlen(text);

@@ -12,9 +12,8 @@ struct WListNode {
     WListNode* mNext; ///< the following cell, null at the end
 };
 
-/// Keeps entries in the order in which they were added. Owns its cells, never its entries: whoever fills a list deletes
-/// the entries when it discards them.
-/// Threads: no lock; one thread at a time, since the one cursor belongs to whoever walks.
+/// Keeps entries in the order in which they were added. Owns its cells, not its entries.
+/// Threads: no lock; one thread at a time, because there is one cursor.
 class WList : public cWlog {
 public:
     WList();
@@ -22,13 +21,14 @@ public:
     WList(const WList&) = delete;
     WList& operator=(const WList&) = delete;
 
-    /// Appends @p data; the cursor does not move. A list of 65535 entries takes no more: an error line, nothing added.
+    /// Appends @p data, without moving the cursor. With 65535 entries the list is full: nothing is added, with an error
+    /// line.
     void add(void* data);
-    /// Puts the cursor on the first cell. A new list's cursor stands nowhere until then.
+    /// Moves the cursor to the first cell. A new list's cursor is on no cell.
     void reset() { mCurrent = mStart; }
-    /// @return the entry at the cursor; null past the last cell, on an empty list and before the first reset
+    /// @return the entry at the cursor; null if it is on no cell
     void* get() { return mCurrent != nullptr ? mCurrent->mData : nullptr; }
-    /// Moves the cursor to the next cell. @return whether it stands on a cell now
+    /// Moves the cursor to the next cell. @return whether there is one
     bool step()
     {
         if (mCurrent != nullptr)
@@ -39,7 +39,7 @@ public:
     uint16_t size() { return mNodeCount; }
     /// reset(), then get().
     void* getfirst();
-    /// Takes the first entry out of the list; a cursor that stood on it moves to the next. @return it; null when empty
+    /// Removes the first entry. A cursor on it moves to the next. @return the entry; null if the list is empty
     void* pull();
     /// @return whether the list has no entry
     bool empty();

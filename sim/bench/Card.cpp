@@ -84,8 +84,8 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
     mean.strange = true;
     m_server.setManners(mean);
     m_server.onChange([this](const sim::Port& port) {
-        if (m_portListener)
-            m_portListener(port);
+        for (const auto& listener : m_onPort)
+            listener(port);
         if (port.output) {
             {
                 std::lock_guard<std::mutex> lock(m_drivenMutex);
@@ -121,8 +121,8 @@ Card::~Card()
 
 void Card::trace(Trace kind, const std::string& text) const
 {
-    if (m_trace)
-        m_trace(kind, text);
+    for (const auto& listener : m_trace)
+        listener(kind, text);
 }
 
 Nanoseconds Card::lastDriven(const std::string& label) const
@@ -237,6 +237,13 @@ ModemSim& Card::modem()
     return *m_modem;
 }
 
+void Card::sms(const std::string& number, const std::string& text)
+{
+    ModemSim& receiver = modem();
+    trace(Trace::SmsIn, number + " \"" + text + '"');
+    receiver.sms(number, text);
+}
+
 void Card::startModem()
 {
     if (m_modem || !m_modemPresent)
@@ -265,6 +272,8 @@ void Card::start()
     if (m_serverAtStart && !m_started)
         startServer();
     startModem();
+    for (const auto& listener : m_onStart)
+        listener();
 
     putPropertiesAbove();
     listenToGpio();

@@ -38,10 +38,14 @@ public:
     Card(const Card&) = delete;
     Card& operator=(const Card&) = delete;
 
-    void onTrace(std::function<void(Trace, const std::string&)> listener) { m_trace = std::move(listener); }
+    /// Each of these adds a listener, before start().
+    void onTrace(std::function<void(Trace, const std::string&)> listener) { m_trace.push_back(std::move(listener)); }
 
-    /// Called after every change of a port, by the thread that changed it; set it before start().
-    void onPort(std::function<void(const sim::Port&)> listener) { m_portListener = std::move(listener); }
+    /// Called after every change of a port, by the thread that changed it.
+    void onPort(std::function<void(const sim::Port&)> listener) { m_onPort.push_back(std::move(listener)); }
+
+    /// Called by start() when server and modem are ready, before there is a daemon.
+    void onStart(std::function<void()> listener) { m_onStart.push_back(std::move(listener)); }
 
     // Before start() ---------------------------------------------------------------------------------------------
 
@@ -85,6 +89,8 @@ public:
     bool serverRuns() const { return m_serverRuns; }
     /// @throws Failure before the modem is there
     ModemSim& modem();
+    /// An SMS arrives. @throws Failure before the modem is there
+    void sms(const std::string& number, const std::string& text);
     size_t commandCount() const { return m_modem ? m_modem->commands().size() : 0; }
     size_t sentCount() const { return m_modem ? m_modem->sentCount() : 0; }
     Daemon& daemon() { return m_daemon; }
@@ -112,8 +118,9 @@ private:
 
     Time m_time; // made before and destroyed after all that has threads
     Tools m_tools;
-    std::function<void(Trace, const std::string&)> m_trace;
-    std::function<void(const sim::Port&)> m_portListener;
+    std::vector<std::function<void(Trace, const std::string&)>> m_trace;
+    std::vector<std::function<void(const sim::Port&)>> m_onPort;
+    std::vector<std::function<void()>> m_onStart;
     bool m_configured = false, m_serverAtStart = true, m_serverRuns = false, m_modemPresent = true, m_started = false;
     bool m_portsGiven = false, m_findsLeaks = false;
     std::map<std::string, std::string> m_properties;

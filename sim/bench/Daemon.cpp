@@ -205,6 +205,13 @@ size_t Daemon::count(bool standardOutput) const
     return (standardOutput ? m_out : m_log).size();
 }
 
+void Daemon::forgetLines()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_out.clear();
+    m_log.clear();
+}
+
 std::string Daemon::sanitizerReport() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);

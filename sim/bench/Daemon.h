@@ -45,6 +45,8 @@ public:
     /// Lines since the bench began, of standard output or of the log (standard error).
     std::vector<std::string> lines(bool standardOutput, size_t from) const;
     size_t count(bool standardOutput) const;
+    /// Forgets them, for who listens with onLine() and runs for long; counts begin anew.
+    void forgetLines();
     /// What a sanitizer has reported so far, on standard error: from its first line on. Empty: nothing.
     std::string sanitizerReport() const;
 

@@ -411,7 +411,7 @@ void Player::modemReact(Words& words)
 void Player::sms(Words& words)
 {
     const std::string number = words.next("a number");
-    m_card.modem().sms(number, words.rest("a text"));
+    m_card.sms(number, words.rest("a text"));
 }
 
 void Player::ussd(Words& words)
@@ -459,7 +459,7 @@ void Player::flood(Words& words)
     if (texts) {
         const std::string text = words.rest("a text");
         for (long i = 0; i < count; ++i)
-            m_card.modem().sms(label, text);
+            m_card.sms(label, text);
         return;
     }
     if (!m_card.server().input(label))

@@ -1,4 +1,4 @@
-// Namespaces of the bench's own, in which it may have /etc/tav and port 60000 without touching the machine's.
+// The bench's own namespaces, with an /etc/tav and a port 60000 that are not the machine's.
 #ifndef SIM_BENCH_SANDBOX_H
 #define SIM_BENCH_SANDBOX_H
 
@@ -6,9 +6,9 @@
 
 namespace bench {
 
-/// Puts the calling process, which must have one thread yet, into mount and network namespaces of its own (and a user
-/// namespace where it is needed): its loopback interface is up with every port free, and its /etc/tav is an empty
-/// folder. Ends with the process. @return what went wrong, or nothing
+/// Moves the calling process into new mount and network namespaces, and a user namespace if needed. Its loopback
+/// interface is then up with every port free, and its /etc/tav is an empty folder. The process must have one thread.
+/// The namespaces end with it. @return an error message, or empty
 std::string enterSandbox();
 
 constexpr char kConfigFolder[] = "/etc/tav";

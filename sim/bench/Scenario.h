@@ -14,34 +14,34 @@ namespace bench {
 
 using Milliseconds = std::chrono::milliseconds;
 
-/// Something in a scenario that cannot be obeyed, or an expectation that was not met.
+/// A line of a scenario that cannot be run, or an expectation that was not met.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The words of one line, taken from the front by the command that obeys it.
+/// The words of one line. The command takes them from the front.
 class Words {
 public:
     /// Splits a line at blanks; "..." is one word, in which \" \\ \n \r \t and \xNN stand for a byte. # starts a
     /// comment.
-    /// @throws Failure for a quote without an end or an escape that is none
+    /// @throws Failure for a quote without an end, or for an unknown escape
     explicit Words(const std::string& line);
 
     bool empty() const { return m_words.empty(); }
-    /// The next word is this, unquoted; it is taken then.
+    /// Takes the next word if it is @p word, unquoted. @return whether it was
     bool take(const char* word);
-    /// The next word, whatever it is. @throws Failure "... is missing"
+    /// Takes the next word. @throws Failure "... is missing"
     std::string next(const char* what);
     long number(const char* what, long least, long most);
     /// 500ms, 2s, 1.5s, 2m or 1h.
     Milliseconds time(const char* what);
-    /// "within TIME" or "for TIME" at the end, if it stands there.
+    /// Takes "within TIME" or "for TIME" from the end, if it is there.
     std::optional<Milliseconds> takeTime(const char* word);
-    /// One of these words. @throws Failure naming them
+    /// Takes one of these words. @return its index. @throws Failure that lists them
     size_t oneOf(const char* what, const std::vector<const char*>& words);
-    /// What is left, joined by blanks.
+    /// Takes the remaining words, joined by blanks.
     std::string rest(const char* what);
-    /// @throws Failure when words are left
+    /// @throws Failure if words are left
     void end() const;
 
 private:

@@ -16,17 +16,24 @@ const char* nameOf(Trace kind)
 
 } // namespace
 
-TracePrinter::TracePrinter(Card& card, bool talk, bool log) : m_card(card), m_talk(talk), m_log(log)
+TracePrinter::TracePrinter(Card& card, bool talk, bool log)
+    : m_card(card), m_talk(talk), m_log(log), m_self(new Self{{}, this})
 {
-    card.onTrace([this](Trace kind, const std::string& text) { add(kind, text); });
+    // The card may have something to tell when the printer is gone.
+    card.onTrace([printer = m_self](Trace kind, const std::string& text) {
+        const std::lock_guard<std::mutex> lock(printer->mutex);
+        if (printer->self != nullptr)
+            printer->self->add(kind, text);
+    });
     card.time().onSettled([this] { print(); });
 }
 
 TracePrinter::~TracePrinter()
 {
-    m_card.onTrace(nullptr);
     m_card.time().onSettled(nullptr);
     print();
+    const std::lock_guard<std::mutex> lock(m_self->mutex);
+    m_self->self = nullptr;
 }
 
 void TracePrinter::add(Trace kind, const std::string& text)
@@ -34,18 +41,20 @@ void TracePrinter::add(Trace kind, const std::string& text)
     if (((kind == Trace::Log || kind == Trace::StandardOutput) && !m_log) || (kind == Trace::ModemTalk && !m_talk))
         return;
     const std::chrono::duration<double> since = Time::Clock::now() - m_begin;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_lines.push_back({kind, since.count(), text});
-    }
+    m_lines.push_back({kind, since.count(), text});
     if (m_card.time().machines())
-        print();
+        printLines();
 }
 
 void TracePrinter::print()
 {
+    const std::lock_guard<std::mutex> lock(m_self->mutex);
+    printLines();
+}
+
+void TracePrinter::printLines()
+{
     std::vector<Line> lines;
-    const std::lock_guard<std::mutex> lock(m_mutex);
     lines.swap(m_lines);
     std::stable_sort(lines.begin(), lines.end(), [](const Line& one, const Line& other) {
         return one.time != other.time ? one.time < other.time : one.kind < other.kind;

@@ -4,6 +4,7 @@
 
 #include "bench/Card.h"
 
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -27,13 +28,18 @@ private:
         double time;
         std::string text;
     };
-    void add(Trace kind, const std::string& text);
+    struct Self {
+        std::mutex mutex; // guards the printer
+        TracePrinter* self;
+    };
+    void add(Trace kind, const std::string& text); // these two with the mutex held
+    void printLines();
     void print();
 
     Card& m_card;
     const bool m_talk, m_log;
     const Time::Clock::time_point m_begin = Time::Clock::now();
-    std::mutex m_mutex; // guards the lines
+    const std::shared_ptr<Self> m_self;
     std::vector<Line> m_lines;
 };
 

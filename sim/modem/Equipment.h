@@ -1,4 +1,4 @@
-// The mobile equipment: what the modem is set to and holds, and what its commands do with it.
+// The mobile equipment: the modem's settings and contents, and its commands.
 #pragma once
 
 #include "modem/AtParser.h"
@@ -27,7 +27,7 @@ enum Cms {
     kCmsNoNetwork = 331
 };
 
-/// The answer to a command: information lines, then how it ends.
+/// The answer to a command: information lines, then the final result.
 struct Reply {
     enum Final { Ok, Error, CmeError, CmsError, Prompt } final = Ok;
     int code = 0; ///< of CmeError and CmsError
@@ -39,7 +39,7 @@ struct Reply {
     static Reply cms(int code) { return {CmsError, code, {}}; }
 };
 
-/// The settings that a power cycle puts back.
+/// The settings that a power cycle resets.
 struct Settings {
     bool echo = false;
     bool words = true; ///< ATV1: result codes as words
@@ -50,28 +50,28 @@ struct Settings {
     std::string characterSet = "IRA";
 };
 
-/// Threads: none of its own; its owner's lock guards it.
+/// Threads: the owner's lock guards it.
 struct Equipment {
     explicit Equipment(const Options& given) : options(given), sim(given), storage(given.places) { powerUp(); }
 
     void powerUp();
-    void followSim(); ///< starts the way to the network when the SIM has become ready
+    void followSim(); ///< begins to register with the network once the SIM is ready
     bool registered() const;
-    /// Keeps an arriving message, and says where; 0: the network holds it until a place is free.
+    /// Stores an arriving message. @return its place; 0 if the network keeps it until a place is free
     int receive(StoredSms message);
-    /// Moves what the network holds into free places.
+    /// Moves messages that the network keeps into free places.
     void receiveHeld();
 
-    /// Runs the commands of a line; stops at the first that fails.
+    /// Runs the commands of a line, up to the first that fails.
     Reply execute(const std::string& body);
-    /// The text of AT+CMGS has been typed.
+    /// Completes AT+CMGS with its text.
     Reply sendText(const std::string& text);
 
-    Options options; ///< as given, then as scripted
+    Options options; ///< at first as given; scripts change it
     SimCard sim;
     SmsStorage storage;
     Settings settings;
-    bool reportsWanted = true; ///< settings.reports after power-up
+    bool reportsWanted = true; ///< settings.reports at power-up
     Clock::time_point readySince{};
     bool wasReady = false;
     std::deque<StoredSms> held; ///< by the network, oldest first
@@ -80,7 +80,7 @@ struct Equipment {
     int messageReference = 0;
     std::vector<SentSms> sent;
     std::map<std::string, std::pair<std::string, milliseconds>> ussdAnswers;
-    /// Says a line unasked after a time; set by the owner.
+    /// Sends an unsolicited line after a time; set by the owner.
     std::function<void(milliseconds, const std::string&)> say;
 };
 
@@ -89,11 +89,11 @@ struct CommandRow {
     enum Needs { Nothing, UnlockedSim, SmsService };
     const char* name;
     AtCall::Form form;
-    Needs needs; ///< else the SIM's reason is reported, as +CME ERROR or, for SmsService, as +CMS ERROR
+    Needs needs; ///< if they are not met, the SIM's reason is reported as +CME ERROR or, for SmsService, as +CMS ERROR
     Reply (*run)(Equipment&, const AtCall&);
 };
 
-// What the rows do, by subject: GeneralCommands.cpp, SimCommands.cpp, SmsCommands.cpp.
+// The commands, by subject: GeneralCommands.cpp, SimCommands.cpp, SmsCommands.cpp.
 Reply acknowledge(Equipment&, const AtCall&);
 Reply resetSettings(Equipment&, const AtCall&);
 Reply setEcho(Equipment&, const AtCall&);
@@ -127,8 +127,8 @@ Reply readMessage(Equipment&, const AtCall&);
 Reply deleteMessage(Equipment&, const AtCall&);
 Reply startSending(Equipment&, const AtCall&);
 
-int cmsOf(int cme);            ///< the SMS code of a SIM's reason
-const char* cmeText(int code); ///< as AT+CMEE=2 says it
+int cmsOf(int cme);            ///< the "+CMS ERROR: " code for a "+CME ERROR: " code
+const char* cmeText(int code); ///< the text for AT+CMEE=2
 const char* cmsText(int code);
 std::string ucs2Hex(const std::string& utf8); ///< UTF-16BE in hexadecimal digits
 std::string timeStampNow();                   ///< UTC, "yy/MM/dd,hh:mm:ss+00"

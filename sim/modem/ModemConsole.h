@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-/// Obeys typed commands, one line each; the table of them is in ModemConsole.cpp.
+/// Runs typed commands, one per line. Their table is in ModemConsole.cpp.
 /// Threads: one at a time.
 class ModemConsole {
 public:
     explicit ModemConsole(ModemSim& modem) : m_modem(modem) {} ///< borrowed
 
     struct Answer {
-        bool ok;          ///< false: text says what is wrong with the line
-        bool quit;        ///< the user has had enough
-        std::string text; ///< to show, lines ended; often empty
+        bool ok;          ///< if false, text is an error message
+        bool quit;        ///< the user wants to quit
+        std::string text; ///< output, with line ends; often empty
     };
     Answer run(const std::string& line);
 
-    /// Blanks part words; double quotes hold a word together, a backslash in them gives the next character, \n and \r.
+    /// Splits a line at blanks. A word may be in double quotes; in them a backslash escapes a character, \n and \r.
     static std::vector<std::string> words(const std::string& line);
 
 private:

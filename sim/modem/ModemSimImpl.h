@@ -16,14 +16,14 @@
 #include <optional>
 #include <thread>
 
-/// Lock: mutex guards every field but `worker` and `wakeFd`; it is let go while the thread waits and while observers
-/// run.
+/// Lock: mutex guards every field except `worker` and `wakeFd`. It is released while the thread waits and while
+/// observers run.
 class ModemSim::Impl {
 public:
     explicit Impl(Options options);
     ~Impl();
 
-    /// Runs @p action under the lock and wakes the thread and whoever waits.
+    /// Runs @p action under the lock; wakes the thread and everybody in waitUntil().
     template <typename Action> auto change(Action action)
     {
         const std::lock_guard<std::mutex> lock(mutex);
@@ -40,9 +40,9 @@ public:
     }
     bool waitUntil(const std::function<bool()>& condition, milliseconds patience) const;
 
-    void say(milliseconds after, const std::string& line); ///< unasked; lock held
+    void say(milliseconds after, const std::string& line); ///< unsolicited; lock held
     void powered(bool before);                             ///< acts on a change of power; lock held
-    void hangUp();                                         ///< asks the thread for it and waits; lock not held
+    void hangUp();                                         ///< lets the thread do it, and waits; lock not held
 
     mutable std::mutex mutex;
     modemsim::Pty pty;
@@ -65,7 +65,7 @@ private:
 
     void changed();
 
-    // The thread; all but run() and wait() with the lock held.
+    // On the thread. All but run() and wait() are called with the lock held.
     void run();
     void wait(std::unique_lock<std::mutex>& lock);
     void tellObservers(std::unique_lock<std::mutex>& lock);
@@ -85,8 +85,8 @@ private:
     bool hangUpAsked = false;
     bool booted = false;
     TimePoint bootTime{};
-    std::multimap<TimePoint, std::string> timers; ///< bytes to send unasked, in order of time, then of asking
-    std::size_t sentTold = 0;                     ///< sent messages that the observer knows
+    std::multimap<TimePoint, std::string> timers; ///< unsolicited bytes by time; equal times in order of insertion
+    std::size_t sentTold = 0;                     ///< sent messages of which the observer was told
     bool terminalFull = false;
 
     mutable std::condition_variable something;

@@ -1,4 +1,4 @@
-// What a script of the simulated modem gives and gets: options, messages, records, faults.
+// Types for scripts of the simulated modem: options, messages, records, faults.
 #pragma once
 
 #include <chrono>
@@ -11,16 +11,16 @@ namespace modemsim {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-/// Status of a stored message, as 3GPP TS 27.005 names it in text mode.
+/// Status of a stored message, as in the text mode of 3GPP TS 27.005.
 enum class SmsStatus { RecUnread, RecRead, StoUnsent, StoSent };
 
-/// A message in a place of the SIM.
+/// A message that is stored on the SIM.
 struct StoredSms {
     int place = 0; ///< storage place, from 1
     SmsStatus status = SmsStatus::RecUnread;
-    std::string number;    ///< sender or destination, listed as it stands (without quotes)
-    std::string text;      ///< listed byte for byte, whatever it holds
-    std::string timeStamp; ///< "yy/MM/dd,hh:mm:ss+zz"; empty: none is listed
+    std::string number;    ///< sender or destination, without quotes
+    std::string text;      ///< listed byte for byte
+    std::string timeStamp; ///< "yy/MM/dd,hh:mm:ss+zz"; empty for none
 };
 
 /// A message that the modem's user has sent with AT+CMGS, Ctrl-Z.
@@ -30,21 +30,21 @@ struct SentSms {
     Clock::time_point time;
 };
 
-/// One line of traffic, control characters as they stood, without its line end.
+/// One line of traffic, without its line end. Control characters are kept.
 struct TrafficLine {
     enum Direction { ToModem, FromModem };
     Direction direction;
-    std::string text; ///< an SMS text typed at the prompt ends in the byte 26 (sent) or 27 (given up)
+    std::string text; ///< an SMS text from the prompt ends in the byte 26 (sent) or 27 (cancelled)
     Clock::time_point time;
 };
 
-/// What the SIM waits for; the words of AT+CPIN? are in SimCard.cpp.
+/// The state of the SIM. The words of AT+CPIN? are in SimCard.cpp.
 enum class SimState { Absent, Ready, NeedsPin, NeedsPuk, PhonePin, PhonePuk, Blocked };
 
-/// How errors are reported: AT+CMEE of 3GPP TS 27.007.
+/// The format of errors: AT+CMEE in 3GPP TS 27.007.
 enum class ErrorMode { Plain = 0, Numeric = 1, Verbose = 2 };
 
-/// The modem as it is bought, wired and switched on. All times are real ones.
+/// The properties of the modem, its SIM, its network and its wiring. All times are real time.
 struct Options {
     std::string link; ///< symbolic link to the terminal, replaced atomically, removed at the end; empty: none
 
@@ -63,27 +63,27 @@ struct Options {
     int errorRate = 0;                                       ///< AT+CSQ: 0 to 7, 99 unknown
     milliseconds registrationTime{0};                        ///< from the unlocked SIM to the network
     milliseconds sendTime{0};                                ///< from Ctrl-Z to the network's acknowledgement
-    std::size_t longestText = 160;                           ///< a longer one is refused with +CMS ERROR: 305
+    std::size_t longestText = 160;                           ///< a longer text is refused with +CMS ERROR: 305
 
     milliseconds delay{0};      ///< before each reply
-    std::size_t chunk = 0;      ///< bytes of one write; 0: whole replies
+    std::size_t chunk = 0;      ///< bytes per write; 0 for whole replies
     milliseconds chunkPause{2}; ///< between two chunks
 
     bool powered = true;                ///< on at the start
     int pulsesToStart = 1;              ///< pulses of the power key that switch it on; one pulse switches it off
-    bool keyTurnsOff = true;            ///< false: a pulse never harms a running modem
-    milliseconds shortestPulse{0};      ///< a shorter pulse does nothing
+    bool keyTurnsOff = true;            ///< false: a pulse has no effect on a running modem
+    milliseconds shortestPulse{0};      ///< a shorter pulse has no effect
     milliseconds bootTime{0};           ///< silence after switching on
-    std::vector<std::string> bootLines; ///< sent unasked when it has booted, such as "RDY"
+    std::vector<std::string> bootLines; ///< sent after booting, such as "RDY"
 };
 
 /// One deviation from the usual reply; see ModemSim::react. Made by the functions below.
 struct Reaction {
     struct Part {
         milliseconds delay; ///< silence before these bytes
-        std::string bytes;  ///< sent as they stand
+        std::string bytes;
     };
-    bool replaced = false;      ///< the pieces are sent instead of the usual reply; no pieces are silence
+    bool replaced = false;      ///< the pieces replace the usual reply; without pieces there is none
     std::vector<Part> pieces;   ///< sent when replaced
     milliseconds delay{0};      ///< silence before the usual reply
     milliseconds finalDelay{0}; ///< silence between its information text and its final result
@@ -99,7 +99,7 @@ struct Reaction {
     static Reaction unheard() { return {true, {}, {}, {}, true}; }
 };
 
-constexpr int kForEver = -1; ///< number of times of a reaction that never wears out
+constexpr int kForEver = -1; ///< as a number of times: no limit
 
 std::string visible(const std::string& text); ///< control characters as \xNN
 

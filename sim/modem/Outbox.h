@@ -1,4 +1,4 @@
-// What the modem has to say, piece by piece, each at its time.
+// The modem's output, in pieces with a time each.
 #pragma once
 
 #include "modem/ModemTypes.h"
@@ -9,23 +9,22 @@
 
 namespace modemsim {
 
-/// Replies keep their order and their silences; an unasked line goes between pieces, never into a line that is under
-/// way. Threads: none of its own; its owner's lock guards it.
+/// Replies keep their order and their pauses. An unsolicited line is sent between pieces, never within a line.
+/// Threads: the owner's lock guards it.
 class Outbox {
 public:
-    /// Adds a piece of a reply: @p silence after the piece before it, then @p bytes. @p joined: it continues that
-    /// piece.
+    /// Adds a piece of a reply, which is sent @p silence after the last one. @param joined  it continues the last piece
     void reply(milliseconds silence, std::string bytes, bool joined = false);
     void unasked(std::string bytes);
     void clear() { m_pieces.clear(); }
 
-    bool replying() const; ///< some piece of a reply has not left yet
+    bool replying() const; ///< some piece of a reply is not sent yet
     bool empty() const { return m_pieces.empty(); }
-    /// When the next bytes are due; nothing: there are none.
+    /// The time of the next bytes; no value if there are none.
     std::optional<Clock::time_point> due() const;
-    /// The bytes that are due at @p now, at most @p most (0: the whole piece); empty: none.
+    /// The bytes that are due at @p now, at most @p most (0 for the whole piece); empty if there are none.
     std::string ready(Clock::time_point now, std::size_t most) const;
-    /// @p count of those bytes have left; the rest of the piece is due @p pause later.
+    /// Removes @p count of those bytes, which were sent. The rest of the piece is due @p pause later.
     void left(std::size_t count, Clock::time_point now, milliseconds pause);
 
 private:

@@ -1,11 +1,11 @@
-// Power and its toggling key.
+// The modem's power, and the key that toggles it.
 #pragma once
 
 #include "modem/ModemTypes.h"
 
 namespace modemsim {
 
-/// Threads: none of its own; its owner's lock guards it.
+/// Threads: the owner's lock guards it.
 class PowerKey {
 public:
     explicit PowerKey(const Options& options)
@@ -23,7 +23,7 @@ public:
         m_missing = m_pulsesToStart;
     }
 
-    /// A pulse has ended; a modem that is off starts at the last of its pulses, one that is on stops at the first.
+    /// Call it at the end of a pulse. Switching on may take several pulses; switching off takes one.
     void pulse(milliseconds length)
     {
         ++m_pulses;

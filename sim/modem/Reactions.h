@@ -1,4 +1,4 @@
-// The scripted faults: which command gets which reaction, how often.
+// The scripted faults: reactions by command, each with a number of times.
 #pragma once
 
 #include "modem/ModemTypes.h"
@@ -9,7 +9,7 @@
 
 namespace modemsim {
 
-/// Threads: none of its own; its owner's lock guards it.
+/// Threads: the owner's lock guards it.
 class Reactions {
 public:
     void add(std::string prefix, Reaction reaction, int times)
@@ -20,7 +20,7 @@ public:
     }
     void clear() { m_rows.clear(); }
 
-    /// Uses up one of the first reaction to what begins so; nothing: the usual reply.
+    /// Takes the first reaction whose prefix @p line begins with, and counts it. No value: the usual reply.
     std::optional<Reaction> take(const std::string& line)
     {
         for (auto row = m_rows.begin(); row != m_rows.end(); ++row) {

@@ -7,7 +7,7 @@
 
 namespace modemsim {
 
-/// Codes of "+CME ERROR: ", 3GPP TS 27.007 clause 9.2; kDone is success.
+/// Codes of "+CME ERROR: ", 3GPP TS 27.007 clause 9.2. kDone is success.
 enum Cme {
     kDone = -1,
     kNotAllowed = 3,
@@ -22,23 +22,23 @@ enum Cme {
     kBadParameters = 50
 };
 
-/// Keeps the lock as a real SIM does: tries survive power cycles, a right code gives them back.
-/// Threads: none of its own; its owner's lock guards it.
+/// Behaves like a real SIM: a power cycle does not reset the tries; a right code does.
+/// Threads: the owner's lock guards it.
 class SimCard {
 public:
     explicit SimCard(const Options& options);
 
     void powerUp(); ///< locks again
     void setInserted(bool inserted);
-    void exchange(const std::string& pin); ///< for one with this PIN and all its tries
+    void exchange(const std::string& pin); ///< replaces it by a SIM with this PIN and all tries
     void setState(SimState state);
     SimState state() const { return m_inserted ? m_state : SimState::Absent; }
     bool inserted() const { return m_inserted; }
 
     int enterPin(const std::string& pin);                            ///< kDone or a Cme code
     int enterPuk(const std::string& puk, const std::string& newPin); ///< kDone or a Cme code
-    int required() const;     ///< why SMS and network are out of reach; kDone when ready
-    std::string word() const; ///< as AT+CPIN? says it; empty without one
+    int required() const;     ///< why SMS and network are not available; kDone when ready
+    std::string word() const; ///< the answer to AT+CPIN?; may be empty
 
     const std::string& pin() const { return m_pin; }
     int pinTriesLeft() const { return m_pinTries; }

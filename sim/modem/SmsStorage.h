@@ -8,7 +8,8 @@
 
 namespace modemsim {
 
-/// Messages in numbered places, the first is 1. Threads: its owner's lock guards it.
+/// Messages in numbered places, from 1.
+/// Threads: the owner's lock guards it.
 class SmsStorage {
 public:
     explicit SmsStorage(int places) : m_places(static_cast<std::size_t>(places > 0 ? places : 0)) {}
@@ -16,11 +17,11 @@ public:
     int size() const { return static_cast<int>(m_places.size()); }
     int used() const;
     bool has(int place) const { return place >= 1 && place <= size(); }
-    int add(StoredSms message);         ///< into the lowest free place, which it returns; 0: there is none
-    bool put(const StoredSms& message); ///< into its own place; false: there is no such place
-    bool erase(int place);              ///< false: there is no such place
+    int add(StoredSms message);         ///< stores it in the lowest free place. @return the place; 0 if none is free
+    bool put(const StoredSms& message); ///< stores it in its own place; false if there is no such place
+    bool erase(int place);              ///< false if there is no such place
     void clear();
-    StoredSms* at(int place);            ///< borrowed; null: empty or no such place
+    StoredSms* at(int place);            ///< borrowed; null if empty, or without such a place
     std::vector<StoredSms> list() const; ///< in order of places
 
 private:

@@ -9,18 +9,18 @@
 
 namespace modemsim {
 
-/// Threads: none of its own; its owner's lock guards it.
+/// Threads: the owner's lock guards it.
 class TrafficRecord {
 public:
     void toModem(const std::string& line);
-    void fromModem(const std::string& bytes); ///< cut into lines; empty ones are left out
+    void fromModem(const std::string& bytes); ///< split into lines; empty lines are left out
     void clear();
 
     std::vector<TrafficLine> lines() const { return {m_lines.begin(), m_lines.end()}; }
-    std::size_t count(const std::string& prefix) const; ///< lines to the modem that begin so
+    std::size_t count(const std::string& prefix) const; ///< lines to the modem that begin with @p prefix
     std::vector<std::string> commands() const;
     std::string transcript() const;
-    /// What has come since the last call, for observers.
+    /// The lines since the last call, for observers.
     std::vector<TrafficLine> takeNews();
 
 private:
@@ -28,7 +28,7 @@ private:
 
     std::deque<TrafficLine> m_lines;
     std::vector<TrafficLine> m_news;
-    std::string m_partial; // of the modem's last line
+    std::string m_partial; // the modem's unfinished line
     const Clock::time_point m_start = Clock::now();
 };
 

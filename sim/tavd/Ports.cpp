@@ -42,7 +42,7 @@ bool parseNumber(const std::string& text, uint32_t& number)
     return *end == '\0' && value <= UINT32_MAX && text.find('-') == std::string::npos;
 }
 
-// Reads one <input> or <output>; gives what is wrong with it, or nothing.
+// Reads one <input> or <output>. Returns an error message, or empty.
 std::string readPort(xmlNode* node, Port& port)
 {
     port.label = attribute(node, "label");

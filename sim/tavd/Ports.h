@@ -8,7 +8,7 @@
 
 namespace sim {
 
-/// A port as the server publishes it. The numbers are those of the protocol (platform/libtavobj/tavobj.proto).
+/// A port of the server. The numbers are the protocol's (platform/libtavobj/tavobj.proto).
 struct Port {
     bool output = false;
     std::string label;
@@ -21,10 +21,10 @@ struct Port {
     uint32_t toggled = 1;      ///< who drove it last: 0 unknown, 1 none, ..., 4 I/O driver
 };
 
-/// "unknown", "set", "clear" or "warn" for a status; the first three for an output's state.
+/// A status as "unknown", "set", "clear" or "warn"; an output's state as one of the first three.
 const char* statusWord(uint32_t status);
 const char* stateWord(uint32_t state);
-/// The number of such a word; false for any other.
+/// The reverse. @return false for any other word
 bool parseStatus(const std::string& word, uint32_t& status);
 bool parseState(const std::string& word, uint32_t& state);
 

@@ -1,4 +1,4 @@
-// The object server's messages, as the simulated server writes them.
+// The messages that the simulated object server writes.
 #ifndef SIM_TAVD_PROTOCOL_H
 #define SIM_TAVD_PROTOCOL_H
 
@@ -14,13 +14,13 @@ enum eKind : uint32_t { KIND_PORT = 1, KIND_DIN = 2, KIND_DOUT = 3, KIND_AIN = 4
 enum eType : uint32_t { TYPE_GET = 0, TYPE_SET = 1, TYPE_EVENT = 3 };
 enum eEvent : uint32_t { EVENT_DEVICE = 1, EVENT_PORT = 2, EVENT_SITE = 3 };
 
-/// Any thread. Adds the port's present state, as an answer or a set holds it.
+/// Any thread. Adds the port's state to an answer or a set.
 void addPort(const Port& from, tavobj::Message& message);
 /// Makes the message an event and adds the port's alarm status.
 void addEvent(const Port& from, tavobj::Message& message);
-/// Adds what concerns no port that a client asked for, and must be passed over.
+/// Adds events of other objects, which a client must ignore.
 void addStrangeEvents(tavobj::Message& message);
-/// The content behind its length.
+/// A frame: the length, then the content.
 std::string frame(const std::string& content);
 std::string framed(const tavobj::Message& message);
 

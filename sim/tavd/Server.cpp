@@ -87,7 +87,7 @@ void Tavd::Server::accept()
             admit(session);
             return accept();
         }
-        m_pause->expires_after(std::chrono::milliseconds(100)); // no descriptor, say: no spin
+        m_pause->expires_after(std::chrono::milliseconds(100)); // without a free descriptor, for example: do not spin
         m_pause->async_wait([this](const asio::error_code& cancelled) {
             if (!cancelled)
                 accept();
@@ -95,8 +95,8 @@ void Tavd::Server::accept()
     });
 }
 
-// A client that is new, or that finds us new, asks for what it needs: it is told nothing here. The inputs' states, told
-// before the client asked and obeyed after the answer, would undo newer ones for a moment.
+// Sends nothing: a new client asks for what it needs. It might handle the inputs' states, sent here, after a newer
+// answer to its get, and go back to the old ones for a moment.
 void Tavd::Server::admit(const std::shared_ptr<Session>& session)
 {
     {
@@ -142,7 +142,7 @@ void Tavd::Server::answer(const std::shared_ptr<Session>& session, const tavobj:
         if (manners.reversed)
             std::reverse(message.mutable_objects()->pointer_begin(), message.mutable_objects()->pointer_end());
     }
-    tavobj::Message id; // its encoding behind the forged content puts the request's id into it
+    tavobj::Message id; // appended to the forged content, it sets the request's id
     id.set_id(request.id());
     sendAfter(delay, session, forged.empty() ? framed(message) : frame(forged + id.SerializeAsString()));
     change.notify_all();
@@ -187,7 +187,8 @@ void Tavd::Server::obey(const std::shared_ptr<Session>& session, const tavobj::M
             now = *port;
         }
         const std::string told = framed(news);
-        for (const auto& other : std::set<std::shared_ptr<Session>>(m_sessions)) { // one that is full ends
+        for (const auto& other :
+             std::set<std::shared_ptr<Session>>(m_sessions)) { // a session with a full queue ends here
             if (other != session || !output)
                 other->send(told);
         }

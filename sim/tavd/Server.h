@@ -1,4 +1,4 @@
-// Inside of Tavd: its state, its lock and its io thread.
+// The state, the lock and the io thread of Tavd.
 #ifndef SIM_TAVD_SERVER_H
 #define SIM_TAVD_SERVER_H
 
@@ -24,7 +24,7 @@ public:
     Port* find(const std::string& label, bool output);
     bool acknowledges() const;
 
-    // State, guarded by mutex; change is notified after every change of it.
+    // The state, guarded by mutex. Every change of it notifies the condition variable.
     mutable std::mutex mutex;
     mutable std::condition_variable change;
     std::vector<Port> ports;
@@ -43,7 +43,7 @@ private:
     void sendAfter(Clock::duration delay, const std::shared_ptr<Session>& session, std::string frame);
     void obey(const std::shared_ptr<Session>& session, const tavobj::Message& request);
 
-    // Of the io thread.
+    // For the io thread only.
     std::unique_ptr<asio::io_context> m_context;
     std::unique_ptr<asio::ip::tcp::acceptor> m_acceptor;
     std::unique_ptr<asio::steady_timer> m_pause;

@@ -120,6 +120,12 @@ std::vector<Tavd::Write> Tavd::writes() const
     return m_server->writes;
 }
 
+void Tavd::forgetWrites()
+{
+    std::lock_guard<std::mutex> lock(m_server->mutex);
+    m_server->writes.clear();
+}
+
 size_t Tavd::gets() const
 {
     std::lock_guard<std::mutex> lock(m_server->mutex);

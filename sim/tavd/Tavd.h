@@ -14,9 +14,9 @@
 
 namespace sim {
 
-/// Publishes ports to any number of clients and obeys them; can be stopped, restarted, made to hang, and made to lie.
-/// Threads: an io thread of its own. start(), stop() and hang() are called by one thread, which calls them while no
-/// other thread calls anything; everything else may be called by any thread.
+/// Serves ports to any number of clients. It can be stopped and restarted, and can hang or give false answers.
+/// Threads: it has an io thread. One thread calls start(), stop() and hang(), while no other thread calls anything. Any
+///          thread may call the other operations.
 class Tavd {
 public:
     using Clock = std::chrono::steady_clock;
@@ -29,13 +29,13 @@ public:
         Clock::time_point time;
     };
 
-    /// How the server behaves where a client has no right to better. A new one is kind.
+    /// Behaviour that a card's server may show, too. The default is the kindest.
     struct Manners {
         Clock::duration answerDelay{0}; ///< from a get to its answer
-        bool reversed = false;          ///< answers come in the reverse order of what was asked
-        bool acknowledges = true;       ///< a set is answered
-        bool strange = false;           ///< each event comes behind others: of unknown ports, devices, sites, accesses
-        std::vector<std::string> omitted; ///< labels of ports that answers do not hold
+        bool reversed = false;          ///< answers are in the reverse order of the request
+        bool acknowledges = true;       ///< a set is acknowledged
+        bool strange = false; ///< sends events of unknown ports, devices, sites and accesses before each event
+        std::vector<std::string> omitted; ///< labels of ports that are missing in answers
     };
 
     Tavd();
@@ -43,51 +43,53 @@ public:
     Tavd(const Tavd&) = delete;
     Tavd& operator=(const Tavd&) = delete;
 
-    /// Replaces all ports, without a word to the clients; most useful before start().
+    /// Replaces all ports, without telling the clients. Usually called before start().
     void setPorts(std::vector<Port> ports);
-    /// From now on it behaves so.
+    /// Takes effect at once.
     void setManners(Manners manners);
     Manners manners() const;
-    /// Listens and serves. @param port 0 for a free one. @return false with what is wrong in @p error
+    /// Listens and serves. @param port  0 for a free one. @return false with the reason in @p error
     bool start(const std::string& address, uint16_t port, std::string* error = nullptr);
-    /// The port that start() listens on; kept over a stop(), so that start("...", port()) is a restart.
+    /// The port that start() listens on. It stays after stop(), so that start("...", port()) is a restart.
     uint16_t port() const;
-    /// Closes everything; the ports keep their states.
+    /// Closes all connections. The ports keep their states.
     void stop();
-    /// Neither reads nor writes while on, but keeps its connections and accepts new ones.
+    /// While @p on, neither reads nor writes, but keeps its connections and accepts new ones.
     void hang(bool on);
 
-    /// Changes an input's alarm status and tells every client, changed or not. @return false for an unknown label
+    /// Sets an input's alarm status and tells every client, even if it is the same. @return false for an unknown label
     bool setInput(const std::string& label, uint32_t status);
-    /// The same for several events in one message.
+    /// The same for several inputs, in one message.
     bool setInputs(const std::vector<std::pair<std::string, uint32_t>>& changes);
-    /// Drives an output as some other client would.
+    /// Drives an output, like another client.
     bool setOutput(const std::string& label, uint32_t state, uint32_t toggled);
-    /// The port of this label and kind as it is now.
+    /// The present state of a port.
     std::optional<Port> input(const std::string& label) const;
     std::optional<Port> output(const std::string& label) const;
-    /// All ports as they are now, in the order of setPorts().
+    /// The present states of all ports, in the order of setPorts().
     std::vector<Port> ports() const;
 
-    /// Every write of an output so far, in order, and how many gets have been answered.
+    /// Every write of an output so far, in order; the number of answered gets; the number of clients.
     std::vector<Write> writes() const;
+    void forgetWrites();
     size_t gets() const;
     size_t clients() const;
-    /// How many clients have connected so far.
+    /// The number of connections so far.
     size_t connections() const;
 
-    /// Sends these bytes to every client as they are.
+    /// Sends these bytes to every client, without a frame.
     void sendRaw(const std::string& bytes);
-    /// A frame with this content (to be sent raw).
+    /// A frame with this content, for sendRaw().
     static std::string frame(const std::string& content);
-    /// Answers the gets to come with this content and the request's id instead of the truth; empty: the truth again.
+    /// Answers later gets with this content and the request's id. Empty: answers correctly again.
     void answerGetsWith(const std::string& content);
 
-    /// Waits until @p holds does, looked at after every change. @return whether it came to hold within @p limit
+    /// Waits until @p holds returns true; it is called after every change. @return whether it did within @p limit
     bool waitUntil(const std::function<bool()>& holds, Clock::duration limit) const;
     /// Waits for an output's state.
     bool waitForOutput(const std::string& label, uint32_t state, Clock::duration limit) const;
-    /// Called on the io thread, or in setInput's caller, after a port has changed; set it before start().
+    /// Set it before start(). @param listener  called after a port has changed, on the io thread or by setInput()'s
+    /// caller
     void onChange(std::function<void(const Port&)> listener);
 
 private:

@@ -10,8 +10,8 @@ namespace web {
 
 namespace {
 
-constexpr int64_t kInputMemory = 10000; // ms after which a change of an input is no cause of an output's any more
-constexpr int64_t kSmsMemory = 180000;  // the same for an SMS, which the daemon reads in its own time
+constexpr int64_t kInputMemory = 10000; // ms for which a change of an input may be the cause of an output's
+constexpr int64_t kSmsMemory = 180000;  // the same for an SMS, which the daemon reads later
 
 const char* kindWord(Happening::Kind kind)
 {
@@ -147,8 +147,8 @@ json Board::portEvent(const Happening& happening)
     return event;
 }
 
-// What is known of an output's change: who drove it, and of the daemon's own the latest change of an input that a rule
-// of the output looks at, or the latest SMS.
+// The cause of an output's change: who drove it; for the daemon, also the latest change of an input in a rule of the
+// output, or the latest SMS.
 json Board::causeOf(const sim::Port& output, int64_t time)
 {
     if (output.toggled != 4)
@@ -167,7 +167,7 @@ json Board::causeOf(const sim::Port& output, int64_t time)
         }
     }
     if (m_lastSms.time > (cause.contains("rule") ? latest : time - kSmsMemory))
-        cause = {{"text", "SMS of " + shown(m_lastSms.who, 40) + ": " + shown(m_lastSms.text, 80)}};
+        cause = {{"text", "SMS from " + shown(m_lastSms.who, 40) + ": " + shown(m_lastSms.text, 80)}};
     return cause;
 }
 

@@ -1,4 +1,4 @@
-// What the page shows: the card's present state and its recent history.
+// The content of the page: the card's state and its recent history.
 #ifndef SIM_WEB_BOARD_H
 #define SIM_WEB_BOARD_H
 
@@ -16,38 +16,37 @@
 
 namespace web {
 
-/// One thing that happened. Texts are as they came; the board makes them fit to be shown.
+/// One event on the card. Its texts are raw; the board escapes them for the page.
 struct Happening {
     enum Kind { Port, SmsIn, SmsOut, ToModem, FromModem, Power, Log, Print, Fault, Note, Done };
     Kind kind = Note;
     int64_t time = 0; ///< milliseconds since 1970
     std::string who;  ///< the number of an SMS
     std::string text;
-    sim::Port port; ///< of Port: as it is now
+    sim::Port port; ///< of Port: its new state
 };
 
-/// Bounded, whatever happens: a number of events, each with a text of bounded length. One thread at a time.
+/// Its memory is bounded: a limited number of events, each with a limited text. One thread at a time.
 class Board {
 public:
     static constexpr size_t kEvents = 2000; ///< of ports, SMS, faults, notes
     static constexpr size_t kLines = 600;   ///< of the log and the modem
 
-    /// Replaces all ports, without events.
+    /// Replaces all ports, without making events.
     void setPorts(const std::vector<sim::Port>& ports);
     /// Reads a pair file; the inputs keep their states.
     void setRules(const std::string& pairFile);
-    /// A part of the state that the board only hands on: "modem", "server", "scenario", ...
+    /// Sets a part of the state that the board only passes on: "modem", "server", "scenario", ...
     void set(const std::string& part, nlohmann::json value);
 
-    /// Takes one happening into state and history.
-    /// @return the event as the page gets it; null where nothing changed
+    /// Adds @p happening to state and history. @return the event for the page; null if nothing changed
     nlohmann::json apply(const Happening& happening);
 
     /// Everything that a new viewer needs.
     nlohmann::json snapshot();
-    /// What has changed, but for ports, since it was asked last; "parts" and "states" of rules.
+    /// All changes since the last call, except ports: "parts", and "states" of rules.
     nlohmann::json changes();
-    /// All ports, for viewers that were not told every change.
+    /// All ports, for viewers that have missed changes.
     nlohmann::json ports() const;
 
 private:
@@ -58,9 +57,9 @@ private:
     nlohmann::json portState(const sim::Port& port) const;
 
     std::map<Key, sim::Port> m_ports;
-    std::vector<Key> m_order;                       // as the server lists them
+    std::vector<Key> m_order;                       // the server's order
     std::map<std::string, nlohmann::json> m_causes; // of outputs, by label
-    std::map<std::string, int64_t> m_changed;       // when an input changed last
+    std::map<std::string, int64_t> m_changed;       // time of an input's last change
     Happening m_lastSms;
     std::unique_ptr<Rules> m_rules;
     std::set<size_t> m_dirtyRules;

@@ -16,25 +16,26 @@
 
 namespace web {
 
-/// Joins one card to the hub, in both directions. Threads: the bench's thread makes it and calls run(), and only this
-/// thread touches the card but for the modem, which a thread of its own looks at; command() is any thread's.
-/// Lock: m_mutex guards the viewers' commands and wishes.
+/// Connects one card and the hub, in both directions.
+/// Threads: the bench's thread makes it, calls run(), and alone uses the card. Another thread of the desk watches the
+///          modem. Any thread may call command().
+/// Lock:    m_mutex guards the viewers' commands.
 class Desk {
 public:
-    /// Both are borrowed and outlive it.
+    /// Both are borrowed.
     Desk(bench::Card& card, Hub& hub);
     ~Desk();
     Desk(const Desk&) = delete;
     Desk& operator=(const Desk&) = delete;
 
-    /// Plays the lines up to the daemon's start, then as the viewers wish, and obeys their commands, until stop().
-    /// @return whether every line was obeyed and every expectation met
+    /// Plays the lines up to the daemon's start. After that the viewers control it, until stop().
+    /// @return whether every line succeeded and every expectation was met
     bool run(bench::Player& player, const std::string& file, std::vector<std::string> lines);
-    /// From a signal handler, too.
+    /// Safe in a signal handler.
     static void stop() { s_stop = true; }
 
-    /// What a viewer sends: {"line": a command of the language} to /command, {"do": "run", "pause" or "step"} to
-    /// /scenario. @return an error for people, or nothing
+    /// Runs a viewer's request: {"line": a command of the language} to /command, {"do": "run", "pause" or "step"} to
+    /// /scenario. @return an error message, or empty
     std::string command(const std::string& path, const nlohmann::json& wish);
 
 private:
@@ -60,10 +61,10 @@ private:
     Hub& m_hub;
     bench::Player* m_player = nullptr;
     std::vector<std::string> m_lines;
-    size_t m_next = 0; // line of the scenario
+    size_t m_next = 0; // next line of the scenario
     bool m_good = true, m_hanging = false, m_wasStarted = false;
-    std::string m_pairs;            // the pair file that the viewers have
-    std::vector<sim::Port> m_ports; // as the viewers know them by name
+    std::string m_pairs;            // the pair file that the viewers see
+    std::vector<sim::Port> m_ports; // as the viewers see them
 
     std::mutex m_mutex;
     std::condition_variable m_wished;

@@ -1,4 +1,4 @@
-// The page's files, compiled in; Files.cpp is made by the build from page/.
+// The page's files, compiled in. The build makes Files.cpp from page/.
 #ifndef SIM_WEB_FILES_H
 #define SIM_WEB_FILES_H
 
@@ -9,7 +9,7 @@ namespace web {
 
 struct File {
     const char* path; ///< such as "/main.js"
-    const char* type; ///< as HTTP names it
+    const char* type; ///< its media type
     std::string_view content;
 };
 

@@ -1,4 +1,4 @@
-// From what happens on the card to what every viewer of the page is sent.
+// Collects the card's events and sends them to every viewer of the page.
 #ifndef SIM_WEB_HUB_H
 #define SIM_WEB_HUB_H
 
@@ -12,21 +12,21 @@
 
 namespace web {
 
-/// Gathers for a twentieth of a second, then makes one batch for all viewers. A viewer asks for what comes after the
-/// batch that it has; one that is too far behind gets the whole state instead. Nothing that a viewer does or leaves
-/// undone is noticed by those who tell. Threads: any may call anything; one of its own makes the batches. Locks:
-/// m_inboxMutex guards what was told and not yet batched, held for an append; m_mutex the board and the
-///          batches. Never both.
+/// Every 50 ms, makes one batch of all new events for all viewers. A viewer asks for what follows its last batch; one
+/// that is too far behind gets the whole state instead. A slow viewer never delays tell().
+/// Threads: any thread may call anything. A thread of the hub makes the batches.
+/// Locks:   m_inboxMutex guards new events and is held for an append only; m_mutex guards the board and the batches. No
+///          thread holds both.
 class Hub {
 public:
-    /// @param about what the page is told of itself; sent with every snapshot
+    /// @param about  facts about the page, sent with every snapshot
     explicit Hub(nlohmann::json about);
     ~Hub();
     Hub(const Hub&) = delete;
     Hub& operator=(const Hub&) = delete;
 
-    /// Takes note, without waiting; the time of @p happening is set here. What comes faster than it can be batched is
-    /// left out and counted; of each port the last state is never left out.
+    /// Records @p happening with the present time, without waiting. Events that come too fast are dropped and counted,
+    /// but never the last state of a port.
     void tell(Happening happening);
     void tell(Happening::Kind kind, const std::string& text, const std::string& who = "");
     void tell(const sim::Port& port);
@@ -35,10 +35,10 @@ public:
     void setRules(const std::string& pairFile);
     void set(const std::string& part, nlohmann::json value);
 
-    /// What a viewer is sent next, as server-sent events; empty when nothing came within @p patience.
-    /// @param seen the last batch that the viewer has, moved on; 0 at first
+    /// The next server-sent events for a viewer; empty if there are none within @p patience.
+    /// @param seen  the viewer's last batch, 0 at first; updated
     std::string next(uint64_t& seen, std::chrono::milliseconds patience);
-    /// Viewers that wait get nothing any more.
+    /// Ends every wait in next().
     void close();
     bool closed() const;
 
@@ -50,15 +50,15 @@ private:
 
     std::mutex m_inboxMutex;
     std::vector<Happening> m_inbox;
-    std::map<std::pair<bool, std::string>, Happening> m_overflow; // ports told while the inbox was full
+    std::map<std::pair<bool, std::string>, Happening> m_overflow; // changed while the inbox was full
     size_t m_leftOut = 0;
 
     mutable std::mutex m_mutex;
     std::condition_variable m_news;
     Board m_board;
-    std::deque<std::string> m_batches; // the last of them is number m_last
+    std::deque<std::string> m_batches; // the last one has number m_last
     uint64_t m_last;
-    uint64_t m_snapshotOf = 0; // the batch after which m_snapshot was made
+    uint64_t m_snapshotOf = 0; // the last batch that is in m_snapshot
     std::string m_snapshot;
     bool m_closed = false;
     std::thread m_thread;

@@ -13,7 +13,7 @@ namespace web {
 
 namespace {
 
-// The list's one cursor is moved by evaluations, too: a copy is walked.
+// Walks a copy, because evaluations move the list's only cursor.
 template <typename Entry> std::vector<Entry*> entries(WList* list)
 {
     std::vector<Entry*> all;
@@ -62,7 +62,7 @@ std::string pairFileOf(const std::string& folder)
     return folder + '/' + path.substr(path.rfind('/') + 1);
 }
 
-// A manager that starts nothing, with the connections of a file and ports of the page's own.
+// A passive manager, with the connections of a file and the page's own ports.
 class Rules::Manager : public GSMIOmanager {
 public:
     explicit Manager(const std::string& pairFile) : GSMIOmanager(property_values{}), m_reader(pairFile.c_str())
@@ -87,7 +87,7 @@ public:
         port->setPortStatus(static_cast<cObject::eObjectStatus>(status));
     }
 
-    // Which child gave a composite its state: the first one in the deciding state, else the last.
+    // The child that gave a composite its state: the first in the deciding state, else the last.
     void states(tavTrigger* node, std::string& letters, json& deciders)
     {
         const eTrigState state = getTriggerState(node);
@@ -112,7 +112,7 @@ private:
     cIOpairs m_reader;
 };
 
-// The daemon has no end, and so its manager none either: those of files that were replaced are kept, one a file.
+// Like the daemon's, a manager is never destroyed. One is kept for each file, even a replaced one.
 Rules::Manager* Rules::newManager(const std::string& pairFile)
 {
     static auto* const all = new std::vector<Manager*>;

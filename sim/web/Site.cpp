@@ -14,7 +14,7 @@ namespace web {
 namespace {
 
 constexpr int kUsualPort = 8460;
-constexpr int kMostViewers = 40; // each holds a thread while it looks
+constexpr int kMostViewers = 40; // each needs a thread while it is connected
 constexpr size_t kThreads = 72;
 constexpr size_t kLongestCommand = 65536;
 constexpr std::chrono::milliseconds kHeartbeat(5000);
@@ -36,7 +36,7 @@ std::string hostOf(const std::string& authority)
     return authority.substr(0, authority.find(':'));
 }
 
-// "PORT", "ADDRESS", "ADDRESS:PORT" or "[ADDRESS]:PORT". @return false for none of these
+// Parses "PORT", "ADDRESS", "ADDRESS:PORT" or "[ADDRESS]:PORT". @return false for anything else
 bool parseWhere(const std::string& where, std::string& address, int& port)
 {
     std::string digits;
@@ -97,7 +97,7 @@ std::string Site::listen(const std::string& where)
     } else if (m_server->bind_to_port(m_address, kUsualPort)) {
         m_port = kUsualPort;
     } else {
-        // A server that failed to listen is of no more use.
+        // A server that has failed to listen cannot be used again.
         m_server = newServer();
         m_port = m_server->bind_to_any_port(m_address);
         if (m_port <= 0)
@@ -141,13 +141,13 @@ void Site::serve(Hub& hub, Obey obey)
         m_server->listen_after_bind();
     });
     while (!m_server->is_running())
-        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // until then it could not be stopped
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // before that it cannot be stopped
 }
 
 void Site::addRoutes()
 {
     m_server->Get("/", [this](const httplib::Request& request, httplib::Response& response) {
-        if (request.has_param("token")) { // out of the address, into a cookie
+        if (request.has_param("token")) { // moves from the address to a cookie
             response.set_header("Set-Cookie", m_cookie + '=' + m_token + "; Path=/; HttpOnly; SameSite=Strict");
             response.set_redirect("/", 303);
             return;
@@ -168,8 +168,8 @@ void Site::addRoutes()
     }
 }
 
-// A page of elsewhere may make a browser ask us, under a name that it lets point here: such a Host is not an address.
-// It cannot read the token, nor send our cookie, which is for our own site only.
+// A foreign page can make a browser send requests here, under a name that resolves to this address: then the Host is
+// that name. It cannot read the token or send the cookie, which is for this site only.
 bool Site::refused(const httplib::Request& request, httplib::Response& response) const
 {
     const std::string host = request.get_header_value("Host");
@@ -222,8 +222,8 @@ void Site::takeCommand(const httplib::Request& request, httplib::Response& respo
         response.set_content("{}", "application/json");
 }
 
-// A viewer's events, on a thread for as long as the viewer looks. One that does not take what it is sent for some
-// seconds is let go; its page connects again.
+// Sends a viewer's events, on a thread of its own. A viewer that reads nothing for some seconds is disconnected; its
+// page connects again.
 void Site::stream(httplib::Response& response)
 {
     if (m_viewers.fetch_add(1) >= kMostViewers) {
@@ -238,7 +238,7 @@ void Site::stream(httplib::Response& response)
             if (m_hub->closed())
                 return false;
             if (events.empty())
-                events = "event: alive\ndata: 1\n\n"; // and finds out whether the viewer still is
+                events = "event: alive\ndata: 1\n\n"; // fails if the viewer has gone
             return sink.write(events.data(), events.size());
         },
         [this](bool) { --m_viewers; });

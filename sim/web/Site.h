@@ -18,13 +18,13 @@ struct Response;
 
 namespace web {
 
-/// Serves the page's files, the viewers' events and, unless it is for reading only, takes commands. Every answer asks
-/// for the token: in the address of the first request, then in a cookie, or as "Authorization: Bearer TOKEN". A Host
-/// that is a name (but localhost), an Origin of elsewhere and a command that is not JSON are refused. Threads: the
-/// owner calls; handlers run on threads of the site.
+/// Serves the page's files and the events and, unless it is read-only, accepts commands. Every request needs the token:
+/// the first in its address, later ones in a cookie, or as "Authorization: Bearer TOKEN". Refused are a Host that is a
+/// name other than localhost, an Origin from elsewhere, and a command that is not JSON.
+/// Threads: the owner calls the operations; requests are handled on the site's own threads.
 class Site {
 public:
-    /// Takes a command, as JSON; returns an error for people, or nothing. Called by several threads.
+    /// Runs a command. Returns an error message, or empty. Called by several threads.
     using Obey = std::function<std::string(const std::string& path, const nlohmann::json& command)>;
 
     Site();
@@ -32,13 +32,13 @@ public:
     Site(const Site&) = delete;
     Site& operator=(const Site&) = delete;
 
-    /// Listens, but does not answer yet and starts no thread: the socket stays in the network namespace of now.
-    /// @param where PORT, ADDRESS or ADDRESS:PORT; empty: 127.0.0.1 and a port that stays the same while it is free
-    /// @return what went wrong, or nothing
+    /// Opens the socket, in the present network namespace. Starts no thread and does not answer yet.
+    /// @param where  PORT, ADDRESS or ADDRESS:PORT. Empty for 127.0.0.1 and a port that stays the same while it is free
+    /// @return an error message, or empty
     std::string listen(const std::string& where);
-    /// The address to click.
+    /// The page's address, with the token.
     std::string link() const;
-    /// Answers from now on. @param obey none: for reading only; hub is borrowed
+    /// Starts to answer. @param hub  borrowed   @param obey  empty for a read-only page
     void serve(Hub& hub, Obey obey);
 
 private:

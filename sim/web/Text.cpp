@@ -9,7 +9,7 @@ namespace web {
 
 namespace {
 
-// Marks of direction, joiners, separators and other characters without a shape of their own.
+// Direction marks, joiners, separators and other invisible characters.
 bool hides(unsigned code)
 {
     return code == 0x61c || (code >= 0x200b && code <= 0x200f) || (code >= 0x2028 && code <= 0x202e) ||
@@ -33,7 +33,7 @@ std::string withoutControls(const std::string& text)
     for (size_t begin = 0;;) {
         const size_t end = text.find('\0', begin);
         const std::string part = text.substr(begin, end - begin);
-        std::string blanked = part; // a backslash stands as it is
+        std::string blanked = part; // a backslash is not escaped
         std::replace(blanked.begin(), blanked.end(), '\\', ' ');
         all += visibleText(part.c_str(), blanked.c_str());
         if (end == std::string::npos)
@@ -64,7 +64,7 @@ std::string shown(const std::string& text, size_t most)
         return result;
     size_t end = std::min(most, result.size());
     while (end > 0 && (static_cast<unsigned char>(result[end]) & 0xc0) == 0x80)
-        --end; // the first byte of the character that is cut
+        --end; // back to the first byte of a character that would be cut
     return result.substr(0, end) + "... (" + std::to_string(text.size()) + " bytes)";
 }
 

@@ -1,4 +1,4 @@
-// Texts from outside, made fit for a page.
+// Makes untrusted text safe to show.
 #ifndef SIM_WEB_TEXT_H
 #define SIM_WEB_TEXT_H
 
@@ -6,8 +6,8 @@
 
 namespace web {
 
-/// Any thread. @return valid UTF-8 on one line: control characters and bytes that are not UTF-8 are written as \n or
-/// \x1b, marks that turn or hide text as <U+202E>; a text of more than @p most bytes is cut, and its length told
+/// Any thread. @return @p text as one line of valid UTF-8. Control characters and bytes that are not UTF-8 become \n or
+/// \x1b; marks that reverse or hide text become <U+202E>. More than @p most bytes are cut, and the length is added
 std::string shown(const std::string& text, size_t most = 1000);
 
 } // namespace web

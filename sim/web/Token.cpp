@@ -16,7 +16,7 @@ std::string newToken()
 {
     unsigned char bytes[kDigits / 2];
     if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
-        abort(); // an address without a secret is never given out
+        abort(); // never serve a page without a secret
     std::string digits;
     for (const unsigned char byte : bytes) {
         digits += "0123456789abcdef"[byte >> 4];
@@ -25,7 +25,7 @@ std::string newToken()
     return digits;
 }
 
-// A folder of the user's own: the one of this login, else the cache.
+// The user's folder: the runtime folder, else the cache.
 std::string folder()
 {
     if (const char* runtime = getenv("XDG_RUNTIME_DIR"); runtime != nullptr && *runtime == '/')

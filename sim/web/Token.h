@@ -6,11 +6,11 @@
 
 namespace web {
 
-/// The user's token: 128 random bits in hexadecimal digits, kept in a file that only the user can read, so that an open
-/// page goes on after a restart. Where none can be kept it is a new one each time.
+/// The user's token: 128 random bits as hexadecimal digits. A file that only the user can read keeps it, so that an
+/// open page works after a restart. If the file cannot be used, each call makes a new token.
 std::string token();
 
-/// Compares without telling by its time how much was right.
+/// Compares in a time that does not depend on how much is equal.
 bool sameSecret(const std::string& one, const std::string& other);
 
 } // namespace web

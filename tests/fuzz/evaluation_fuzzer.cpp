@@ -1,12 +1,11 @@
 // Any pair file, read and evaluated over inputs in many states, against the rules said once more.
 #include "ManagerBench.h"
+#include "inputFile.h"
 
 #include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
@@ -41,10 +40,8 @@ class Round {
 public:
     Round(const uint8_t* data, size_t size) : m_seed(data[0])
     {
-        m_file = memfd_create("pairs", MFD_CLOEXEC);
-        if (m_file < 0 || write(m_file, data + 1, size - 1) != static_cast<ssize_t>(size - 1))
-            abort();
-        const std::string path = "/proc/self/fd/" + std::to_string(m_file);
+        const InputFile file(data + 1, size - 1);
+        const std::string path = file.path();
         cIOpairs reader(path.c_str());
         if (WList* connections = reader.getConnectionLst()) {
             delete m_manager.mConnLst;
@@ -62,7 +59,6 @@ public:
         }
         while (auto* connection = static_cast<tavConnection*>(m_manager.mConnLst->pull()))
             delete connection;
-        close(m_file);
     }
     void play()
     {
@@ -114,7 +110,6 @@ private:
     }
 
     unsigned m_seed;
-    int m_file;
     ManagerBench& m_manager = manager(); // its lists are empty between two rounds
     Statuses m_inputs;
     std::map<std::string, cObject::eObjectIOState> m_outputs;

@@ -32,7 +32,7 @@ public:
     static std::string input(int i) { return "BUILDING-A-INPUT-" + std::to_string(i); }
     static std::string output(int i) { return "BUILDING-A-OUTPUT-" + std::to_string(i); }
 
-    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    sim::Tavd& server = forEver<sim::Tavd>();
     ManagerBench& manager = ManagerBench::forEver();
 };
 

@@ -2,6 +2,7 @@
 #ifndef DAEMONBENCH_H
 #define DAEMONBENCH_H
 
+#include "../unit/simPort.h"
 #include "bench/Daemon.h"
 #include "bench/Sandbox.h"
 #include "figures.h"
@@ -65,11 +66,11 @@ public:
         pairs << "<io_connections>\n";
         for (int i = 0; i < connections; ++i) {
             const std::string number = std::to_string(i);
-            ports.push_back(port(false, "IN" + number, i + 1));
-            ports.push_back(port(true, "OUT" + number, i + 1));
+            ports.push_back(simPort(false, "IN" + number, i + 1U));
+            ports.push_back(simPort(true, "OUT" + number, i + 1U));
             pairs << pair("IN" + number, "IO", "OUT" + number);
         }
-        ports.push_back(port(false, "NOISE", connections + 1));
+        ports.push_back(simPort(false, "NOISE", connections + 1U));
         pairs << "<connection><trigger operation=\"AND\">" << detail("IO", "NOISE") << detail("IO", "NEVER")
               << "</trigger><action>" << detail("IO", "NOTHING") << "</action></connection>\n"
               << pair("AL", "GSM", "AL") << "</io_connections>\n";
@@ -133,15 +134,6 @@ public:
     bench::Daemon daemon;
 
 private:
-    static sim::Port port(bool output, const std::string& label, int id)
-    {
-        sim::Port made;
-        made.output = output;
-        made.label = label;
-        made.id = static_cast<uint32_t>(id);
-        made.type = output ? 3 : 2;
-        return made;
-    }
     static std::string detail(const std::string& type, const std::string& label)
     {
         return "<detail dev_type=\"" + type + "\" io_label=\"" + label + "\"/>";

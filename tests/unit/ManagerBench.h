@@ -3,23 +3,16 @@
 #define MANAGERBENCH_H
 
 #include "GSMIOmanager.h"
+#include "forEver.h"
 
 #include <initializer_list>
 #include <string>
-#include <vector>
 
 class ManagerBench : public GSMIOmanager {
 public:
     ManagerBench() : GSMIOmanager(property_values{}) {}
     /// A new one that is there until the process ends, as in the daemon: threads may go on using it.
-    static ManagerBench& forEver() { return kept<ManagerBench>(); }
-    /// The same for what else such threads use.
-    template <typename T> static T& kept()
-    {
-        static auto& all = *new std::vector<T*>();
-        all.push_back(new T());
-        return *all.back();
-    }
+    static ManagerBench& forEver() { return ::forEver<ManagerBench>(); }
 
     using GSMIOmanager::connectTo;
     using GSMIOmanager::handle_event;

@@ -3,6 +3,7 @@
 #include "FakeModem.h"
 #include "GSM.h"
 #include "Modem.h"
+#include "forEver.h"
 
 #include <algorithm>
 #include <csignal>
@@ -18,22 +19,13 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 using testing::ElementsAre;
 
-/// An engine on a terminal. Its receive thread never ends, so neither does the engine: each stays until the process
-/// exits.
+/// An engine on a terminal. Its receive thread never ends: made with forEver(), as are the commands that it may touch.
 struct Engine {
     FakeModem modem;
     serialDriver port;
     CmdHandler handler;
 
-    static Engine& make(std::vector<Step> script = {}, std::size_t chunk = 0)
-    {
-        static auto* all = new std::vector<Engine*>;
-        all->push_back(new Engine(std::move(script), chunk));
-        return *all->back();
-    }
-
-private:
-    Engine(std::vector<Step> script, std::size_t chunk)
+    explicit Engine(std::vector<Step> script = {}, std::size_t chunk = 0)
         : modem(std::move(script), chunk), port(modem.path()), handler(&port)
     {
         handler.init(&handler);
@@ -78,15 +70,6 @@ private:
     FakeModem& m_modem;
     const std::string m_reply;
 };
-
-/// The engine may touch a command for as long as the process lives.
-template <class Cmd, class... Args> Cmd& kept(Args&&... args)
-{
-    static auto* all = new std::vector<Command*>;
-    auto* command = new Cmd(std::forward<Args>(args)...);
-    all->push_back(command);
-    return *command;
-}
 
 double cpuSeconds()
 {
@@ -159,9 +142,9 @@ TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
 {
     for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
         for (const std::string end : {"\r\n", "\r\r\n", "\r", "\n"}) {
-            Engine& engine = Engine::make({}, chunk);
-            auto& command = kept<Immediate>(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
-                                                              "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
+            Engine& engine = forEver<Engine>(std::vector<Step>{}, chunk);
+            auto& command = forEver<Immediate>(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
+                                                                 "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
             engine.modem.say("boot chatter" + end); // unread before the first command
             engine.handler.execute(&command);
             EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
@@ -173,8 +156,8 @@ TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
 
 TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
 {
-    Engine& engine = Engine::make();
-    auto& command = kept<Recorder>();
+    Engine& engine = forEver<Engine>();
+    auto& command = forEver<Recorder>();
     std::thread caller([&] { engine.handler.execute(&command); });
     const std::string rest = "\r\nnext\r\n";
     engine.modem.say(std::string(255, 'a') + rest + std::string(256, 'b') + rest + std::string(100000, 'c') + rest +
@@ -187,8 +170,8 @@ TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
 
 TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
 {
-    Engine& engine = Engine::make();
-    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
+    Engine& engine = forEver<Engine>();
+    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
     EXPECT_EQ(nullptr, engine.handler.getCurrCmd());
     const auto start = Clock::now();
     engine.handler.execute(&command);
@@ -201,8 +184,8 @@ TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
 
 TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
 {
-    Engine& engine = Engine::make();
-    auto& command = kept<Immediate>(engine.modem, "+CSQ: 20,0\r\n");
+    Engine& engine = forEver<Engine>();
+    auto& command = forEver<Immediate>(engine.modem, "+CSQ: 20,0\r\n");
     engine.handler.execute(&command);
     EXPECT_FALSE(command.getIsOk());
     engine.modem.say("OK\r\n");
@@ -214,8 +197,8 @@ TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
 
 TEST(CmdHandler, KeepsAPartialLineWhenTheModemFallsSilent)
 {
-    Engine& engine = Engine::make({{"AT\r", "> "}});
-    auto& command = kept<Recorder>();
+    Engine& engine = forEver<Engine>(std::vector<Step>{{"AT\r", "> "}});
+    auto& command = forEver<Recorder>();
     engine.handler.execute(&command);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
     engine.modem.say("+CMS ERROR: 1\r\n");
@@ -238,9 +221,9 @@ TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
     private:
         Command& m_first;
     };
-    Engine& engine = Engine::make();
-    auto& first = kept<Command>(static_cast<Modem*>(nullptr));
-    auto& second = kept<Second>(first);
+    Engine& engine = forEver<Engine>();
+    auto& first = forEver<Command>(static_cast<Modem*>(nullptr));
+    auto& second = forEver<Second>(first);
     std::thread one([&] { engine.handler.execute(&first); });
     ASSERT_TRUE(engine.modem.waitForReceived("AT\r"));
     std::thread two([&] { engine.handler.execute(&second); });
@@ -252,12 +235,12 @@ TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
 
 TEST(CmdHandler, TimesOutOnAPortThatHungUpAtNoCost)
 {
-    Engine& engine = Engine::make();
-    auto& first = kept<Immediate>(engine.modem, "OK\r\nhalf a line");
+    Engine& engine = forEver<Engine>();
+    auto& first = forEver<Immediate>(engine.modem, "OK\r\nhalf a line");
     engine.handler.execute(&first);
     engine.modem.hangUp();
 
-    auto& command = kept<Recorder>();
+    auto& command = forEver<Recorder>();
     const double cpu = cpuSeconds();
     const auto start = Clock::now();
     engine.handler.execute(&command);
@@ -278,9 +261,9 @@ TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
         last = dup(0);
     if (last < 0)
         GTEST_SKIP() << "this process may not have that many descriptors";
-    Engine& engine = Engine::make({{"AT\r", "OK\r\n"}});
+    Engine& engine = forEver<Engine>(std::vector<Step>{{"AT\r", "OK\r\n"}});
     ASSERT_GE(engine.port.getFD(), FD_SETSIZE);
-    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
+    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
     engine.handler.execute(&command);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
 }
@@ -293,8 +276,8 @@ TEST(CmdHandler, CountsNoSignalAsSilence)
     const itimerval often = {{0, 20000}, {0, 20000}};
     setitimer(ITIMER_REAL, &often, nullptr);
 
-    Engine& engine = Engine::make();
-    auto& command = kept<Command>(static_cast<Modem*>(nullptr));
+    Engine& engine = forEver<Engine>();
+    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
     const auto start = Clock::now();
     engine.handler.execute(&command);
     const auto took = Clock::now() - start;
@@ -312,7 +295,7 @@ TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
     auto& gsm = *new Gsm;
     ASSERT_FALSE(gsm.initialiseGsm(nowhere, pin)); // for its event thread
     auto& modem = *new Modem(&gsm);
-    Engine& engine = Engine::make();
+    Engine& engine = forEver<Engine>();
     std::atomic<bool> stop{false};
     std::thread reporter([&] {
         while (!stop) {
@@ -334,6 +317,6 @@ TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
     EXPECT_LE(most, 2U);
     stop = true;
     reporter.join();
-    static auto* left = new std::vector<std::unique_ptr<Command>>; // the engine's, like kept() ones
+    static auto* left = new std::vector<std::unique_ptr<Command>>; // the engine's, like those made for ever
     *left = std::move(made);
 }

@@ -1,5 +1,6 @@
 // Trigger trees, output actions, port lists and events, on lists that the tests fill.
 #include "ManagerBench.h"
+#include "scratchFolder.h"
 
 #include <gtest/gtest.h>
 #include <log4cpp/AppenderSkeleton.hh>
@@ -22,14 +23,6 @@ constexpr auto kCalm = cObject::OBJ_STATUS_ALARM_CLEAR;
 constexpr auto kUnknown = cObject::OBJ_IO_STATE_UNKNOWN;
 constexpr auto kSet = cObject::OBJ_IO_STATE_SET;
 constexpr auto kClear = cObject::OBJ_IO_STATE_CLEAR;
-
-size_t timesIn(const std::string& text, const std::string& what)
-{
-    size_t times = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++times;
-    return times;
-}
 
 // Lines logged from construction to the call of text().
 class LogLines {

@@ -2,8 +2,10 @@
 #include "FakeModem.h"
 #include "GSM.h"
 #include "engineCalls.h"
+#include "forEver.h"
 #include "modem/ModemSim.h"
 #include "noThreads.h"
+#include "scratchFolder.h"
 
 #include <condition_variable>
 #include <gmock/gmock.h>
@@ -19,17 +21,16 @@ using testing::HasSubstr;
 using testing::Not;
 using Reaction = ModemSim::Reaction;
 
-/// A service on a simulated modem. Its threads never end, so neither does it.
+/// A service on a simulated modem. Its threads never end: made with forEver().
 struct Card {
     ModemSim modem;
     Gsm gsm;
     bool initialised;
 
-    static Card& make(const ModemSim::Options& options = {}, const std::string& pin = "1357")
+    explicit Card(const ModemSim::Options& options = {}) : modem(options)
     {
-        static auto* all = new std::vector<Card*>;
-        all->push_back(new Card(options, pin));
-        return *all->back();
+        std::string port = modem.path(), pin = "1357";
+        initialised = gsm.initialiseGsm(port.data(), pin.data());
     }
     /// One pass of set-up; returns what it logged.
     std::string setUp(bool& usable)
@@ -39,14 +40,6 @@ struct Card {
         usable = gsm.setupModem();
         return testing::internal::GetCapturedStderr();
     }
-
-private:
-    Card(const ModemSim::Options& options, const std::string& pin) : modem(options)
-    {
-        std::string port = modem.path();
-        std::string code = pin;
-        initialised = gsm.initialiseGsm(port.data(), code.data());
-    }
 };
 
 ModemSim::Options lockedWith(const std::string& pin)
@@ -54,14 +47,6 @@ ModemSim::Options lockedWith(const std::string& pin)
     ModemSim::Options options;
     options.pin = pin;
     return options;
-}
-
-std::size_t countOf(const std::string& part, const std::string& text)
-{
-    std::size_t count = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
 }
 
 class Counter : public EventNotifier {
@@ -91,7 +76,7 @@ void typeOnConsole(const std::string& input)
 
 TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.react("AT+CMGF=1", Reaction::line("ERROR")); // text mode does not count
     bool usable = false;
     const std::string log = card.setUp(usable);
@@ -108,62 +93,57 @@ TEST(GsmSetup, FindsAModemWhoseSimAsksForNothing)
         card.modem.commands());
 }
 
-TEST(GsmSetup, EntersTheRightPinOnce)
+struct PinCase {
+    const char* name;
+    const char* pin;                                 // that the SIM wants; the service knows 1357
+    std::vector<std::pair<const char*, int>> states; // answers to AT+CPIN? instead of its own, and how often
+    bool usable;
+    int entries;
+    std::size_t attempts;
+};
+class GsmSetupPin : public testing::TestWithParam<PinCase> {};
+const char* const kWanted = "+CPIN: SIM PIN\r\n\r\nOK";
+INSTANTIATE_TEST_SUITE_P(
+    Enters, GsmSetupPin,
+    testing::Values(PinCase{"TheRightPinOnce", "1357", {}, true, 1, 1},
+                    PinCase{"AWrongPinOnce", "2468", {}, false, 1, 1},
+                    PinCase{
+                        "ThePinAgainWhereItsOutcomeCannotBeRead", "2468", {{kWanted, 2}, {"ERROR", 1}}, false, 2, 2},
+                    PinCase{"NothingWhileTheStateCannotBeRead", "1357", {{"ERROR", ModemSim::kForEver}}, false, 0, 2}),
+    [](const auto& pinCase) { return pinCase.param.name; });
+
+TEST_P(GsmSetupPin, AsOftenAsTheModemAsks)
 {
-    Card& card = Card::make(lockedWith("1357"));
-    bool usable = false;
+    const PinCase& row = GetParam();
+    Card& card = forEver<Card>(lockedWith(row.pin));
+    for (const auto& [state, times] : row.states)
+        card.modem.react("AT+CPIN?", Reaction::line(state), times);
+    bool usable = !row.usable;
     const std::string log = card.setUp(usable);
-    EXPECT_TRUE(usable) << log;
-    EXPECT_EQ(1U, countOf("Attempt 1", log)) << log;
-    EXPECT_EQ(0U, countOf("Attempt 2", log)) << log;
-    EXPECT_EQ(1U, countOf("Pin entered successfully", log)) << log;
-    EXPECT_EQ(1, card.modem.pinEntries());
+    EXPECT_EQ(row.usable, usable) << log;
+    EXPECT_EQ(row.entries, card.modem.pinEntries());
+    for (const std::size_t attempt : {1U, 2U, 3U})
+        EXPECT_EQ(attempt <= row.attempts ? 1U : 0U, timesIn(log, "Attempt " + std::to_string(attempt))) << log;
+    for (const char* success : {"Pin entered successfully", "SIM card status is READY"})
+        EXPECT_EQ(row.usable ? 1U : 0U, timesIn(log, success)) << log;
+    for (const char* failure : {"Error with modem setup", "Modem set-up failed: "})
+        EXPECT_EQ(row.usable ? 0U : 1U, timesIn(log, failure)) << log;
 }
 
-TEST(GsmSetup, EntersAWrongPinOnceAndSaysWhatIsMissing)
+TEST(GsmSetup, SaysWhatAModemWithoutANetLacks)
 {
-    Card& card = Card::make(lockedWith("2468"));
-    bool usable = true;
-    const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_THAT(log, AllOf(HasSubstr("Error with modem setup"), HasSubstr("Modem set-up failed: "),
-                           Not(HasSubstr("Pin entered successfully")), Not(HasSubstr("SIM card status is READY"))));
-    EXPECT_EQ(1, card.modem.pinEntries());
-}
-
-TEST(GsmSetup, EntersThePinAgainWhereItsOutcomeCannotBeRead)
-{
-    Card& card = Card::make(lockedWith("2468"));
-    for (int i = 0; i < 2; ++i)
-        card.modem.react("AT+CPIN?", Reaction::line("+CPIN: SIM PIN\r\n\r\nOK"));
-    card.modem.react("AT+CPIN?", Reaction::line("ERROR"));
-    bool usable = true;
-    const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_EQ(1U, countOf("Attempt 2", log)) << log;
-    EXPECT_EQ(2, card.modem.pinEntries());
-}
-
-TEST(GsmSetup, EntersNothingWhileTheStateCannotBeRead)
-{
-    Card& card = Card::make(lockedWith("1357"));
-    card.modem.react("AT+CPIN?", Reaction::line("ERROR"), ModemSim::kForEver);
+    Card& card = forEver<Card>();
     card.modem.setSignal(99, 99);
     card.modem.react("AT+COPS?", Reaction::line("+COPS: 0,0,0\r\n\r\nOK"));
     bool usable = true;
     const std::string log = card.setUp(usable);
-    EXPECT_FALSE(usable);
-    EXPECT_EQ(0, card.modem.pinEntries());
-    EXPECT_EQ(1U, countOf("Attempt 1", log));
-    EXPECT_EQ(1U, countOf("Attempt 2", log));
-    EXPECT_EQ(0U, countOf("Attempt 3", log));
     EXPECT_THAT(log, HasSubstr("Could not obtain signal strength"));
-    EXPECT_EQ(2U, countOf("No registered operator is detected", log)) << log;
+    EXPECT_EQ(2U, timesIn(log, "No registered operator is detected")) << log;
 }
 
 TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.react("AT", Reaction::line("ERROR"), ModemSim::kForEver);
     bool usable = true;
     const std::string log = card.setUp(usable);
@@ -175,7 +155,7 @@ TEST(GsmSetup, GoesOnToTheEndWithAModemThatRefusesEverything)
 
 TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
 {
-    Card& card = Card::make(lockedWith("1357"));
+    Card& card = forEver<Card>(lockedWith("1357"));
     card.modem.setSimState(ModemSim::SimState::NeedsPuk);
     for (const char* console : {"", "\n\n", "letters\nletters\n", "12345678\n", "12345678\nletters\n",
                                 "99999999999999999999\n1357\n", "-5\n1357\n"}) {
@@ -195,7 +175,7 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbers)
 
 TEST(GsmPuk, UnlocksTheSimFromTheConsole)
 {
-    Card& card = Card::make(lockedWith("1357"));
+    Card& card = forEver<Card>(lockedWith("1357"));
     card.modem.setSimState(ModemSim::SimState::NeedsPuk);
     typeOnConsole("12345678\n2468\n");
     testing::internal::CaptureStdout();
@@ -207,7 +187,7 @@ TEST(GsmPuk, UnlocksTheSimFromTheConsole)
 
 TEST(Gsm, SendsReadsAndDeletesSms)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     card.modem.store({1, ModemSim::SmsStatus::RecUnread, "+49151", "PUMP ON", ""});
     card.modem.store({3, ModemSim::SmsStatus::RecUnread, "0170", "PUMP QUERY", ""});
     std::string number = "0151123456";
@@ -233,7 +213,7 @@ TEST(Gsm, SendsReadsAndDeletesSms)
 
 TEST(Gsm, DeliversEachReportAtLeastOnce)
 {
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     auto& early = *new Counter; // the event thread's for as long as the process lives
     card.gsm.subscribe(&early);
     (void)card.gsm.deleteSms(1); // until there is a command, the port is not read
@@ -269,7 +249,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         int m_count = 0;
         std::set<std::string> m_texts;
     };
-    Card& card = Card::make();
+    Card& card = forEver<Card>();
     auto& slow = *new Slow;
     card.gsm.subscribe(&slow);
     cWlog::init(cWlog::INFO);
@@ -309,7 +289,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         EXPECT_TRUE(delivered(number + "8"));
         sms(number + "9");
         EXPECT_TRUE(delivered(number + "9"));
-        return countOf("of each kind only the newest waits", testing::internal::GetCapturedStderr());
+        return timesIn(testing::internal::GetCapturedStderr(), "only the newest of each kind is kept");
     };
     EXPECT_EQ(1U, storm("1"));
     EXPECT_EQ((std::vector<int>{17, 18, 19}), card.gsm.takeReportedPlaces()) << "of SMS only";
@@ -333,7 +313,7 @@ TEST(Gsm, IsDeadWithoutItsPort)
                 AllOf(HasSubstr("Failed to open serial connection"), HasSubstr("Modem could not be initialized"),
                       HasSubstr("/nowhere/ttyS9")));
     {
-        static Gsm& threadless = *new Gsm;
+        auto& threadless = forEver<Gsm>();
         const NoThreads refused;
         testing::internal::CaptureStderr();
         EXPECT_FALSE(threadless.initialiseGsm(nowhere, pin));

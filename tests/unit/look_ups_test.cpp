@@ -1,5 +1,6 @@
 // Look-ups by index against the walks that they stand for, on lists as servers send them.
 #include "ManagerBench.h"
+#include "scratchFolder.h"
 #include "tavd/Tavd.h"
 #include "tavobj.pb.h"
 
@@ -98,7 +99,7 @@ protected:
     }
 
     std::mt19937 random{1};
-    sim::Tavd& server = ManagerBench::kept<sim::Tavd>();
+    sim::Tavd& server = forEver<sim::Tavd>();
     ManagerBench& manager = ManagerBench::forEver();
     std::vector<tavTrigger*> leaves, actions;
 };
@@ -139,16 +140,13 @@ TEST_F(LookUps, WithTheTraceOnShowTheWholeWalkToAnOutputEveryTime)
     });
     tavTrigger* commanded = action(wanted);
     cWlog::init(cWlog::DEBUG);
-    testing::internal::CaptureStderr();
-    for (int i = 0; i < 2; ++i)
-        manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr);
-    const std::string lines = testing::internal::GetCapturedStderr();
+    const std::string lines = standardErrorOf([&] {
+        for (int i = 0; i < 2; ++i)
+            manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr);
+    });
     cWlog::init(cWlog::INFO);
     delete commanded;
-    int shown = 0;
-    for (size_t at = lines.find("Checking Output"); at != std::string::npos; at = lines.find("Checking Output", at + 1))
-        ++shown;
-    EXPECT_EQ(shown, 2 * position);
+    EXPECT_EQ(timesIn(lines, "Checking Output"), 2U * static_cast<unsigned>(position));
 }
 
 } // namespace

@@ -3,14 +3,12 @@
 #include "modem/ModemSim.h"
 #include "modem/Outbox.h"
 
-#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <system_error>
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -398,33 +396,6 @@ TEST(ModemSim, HangsUpAndComesBack)
     ASSERT_EQ(close(open(link.c_str(), O_CREAT | O_WRONLY, 0600)), 0);
     EXPECT_THROW(ModemSim{options}, std::system_error) << "a file that is no link is left alone";
     EXPECT_EQ(unlink(link.c_str()), 0);
-}
-
-TEST(ModemSim, IsScriptedWhileItTalks)
-{
-    ModemSim modem;
-    std::atomic<int> seen{0};
-    modem.observe([&](const ModemSim::TrafficLine&) { ++seen; });
-    std::atomic<bool> done{false};
-    std::thread script([&] {
-        while (!done) {
-            modem.setSignal(int(modem.count("AT")) % 32, 0);
-            modem.sendLine("RING");
-            modem.sms("0151", "x");
-            modem.clearStorage();
-            std::this_thread::sleep_for(200us); // the client must keep pace with the reports
-        }
-    });
-    {
-        Client client(modem);
-        for (int i = 0; i < 200; ++i) {
-            EXPECT_THAT(client.ask("AT+CSQ"), HasSubstr("+CSQ: "));
-        }
-    }
-    done = true;
-    script.join();
-    EXPECT_EQ(modem.count("AT+CSQ"), 200U);
-    EXPECT_GE(seen, 400);
 }
 
 TEST(ModemConsole, ObeysItsLines)

@@ -3,6 +3,7 @@
 #include "GSM.h"
 #include "Modem.h"
 #include "engineCalls.h"
+#include "forEver.h"
 #include "noThreads.h"
 
 #include <gmock/gmock.h>
@@ -20,48 +21,37 @@ char* text(const char* literal) // for arguments that are only read
     return const_cast<char*>(literal);
 }
 
-/// Counts the modem's reports, and keeps what the last of them said.
+/// Keeps what the modem's reports said.
 class Listener : public EventNotifier {
 public:
     void EventOccured(ModemEvent& event) override
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (event.getEventType() == ModemEvent::USD)
-            m_last = static_cast<USDEvent&>(event).getUsdCode();
+            m_heard += std::string(static_cast<USDEvent&>(event).getUsdCode()) + ';';
         else if (event.getEventType() == ModemEvent::SMS)
-            m_last = static_cast<SmsEvent&>(event).getSmsId();
+            m_heard += std::string(static_cast<SmsEvent&>(event).getSmsId()) + ';';
     }
     void EventOccured(smsSendRequestEvent& /*event*/) override {}
-    std::string last()
+    std::string heard()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        return m_last;
+        return m_heard;
     }
 
 private:
     std::mutex m_mutex;
-    std::string m_last;
+    std::string m_heard;
 };
 
-/// A facade on a terminal. Its threads never end, so neither does it.
+/// A facade on a terminal. Its threads never end: made with forEver().
 struct Rig {
     FakeModem fake;
     Gsm gsm;
     Listener listener;
     Modem& modem;
 
-    static Rig& make(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
-    {
-        static std::mutex mutex;
-        static auto* all = new std::vector<Rig*>;
-        auto* rig = new Rig(std::move(script), chunk, echo);
-        std::lock_guard<std::mutex> lock(mutex);
-        all->push_back(rig);
-        return *rig;
-    }
-
-private:
-    Rig(std::vector<Step> script, std::size_t chunk, bool echo)
+    explicit Rig(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
         : fake(std::move(script), chunk, echo), modem(*new Modem(&gsm))
     {
         (void)gsm.initialiseGsm(text("/nowhere/ttyS9"), text("")); // for its lists and its event thread
@@ -84,44 +74,76 @@ std::vector<std::string> take(cEnumeratedList<Sms>* list)
 
 const std::string kListing = "+CMGL: 1,\"REC UNREAD\",\"+49151\",,\"26/11/23,08:00:00+04\"";
 
-// Reads the SIM's state, sends an SMS and reads two messages; returns what went wrong.
-std::string talk(std::size_t chunk, bool echo, const std::string& end, const std::string& prompt)
+// Every operation once, with a modem of these manners.
+void talk(std::size_t chunk, bool echo, const std::string& end, const std::string& prompt)
 {
-    const auto line = [&](const std::string& content) { return end + content + end; };
-    Rig& rig = Rig::make({{"AT+CPIN?\r", line("+CPIN: SIM PIN") + line("OK")},
-                          {"AT+CMGS=\"0151\"\r", end + prompt},
-                          {"PUMP LOW\x1a", line("+CMGS: 7") + line("OK")},
-                          {"AT+CMGL=\"ALL\"\r", line(kListing) + "PUMP ON" + end + line("+CMTI: \"SM\",9") +
-                                                    "+CMGL: 2,\"REC READ\",\"0170\",," + end + "two" + line("OK")}},
-                         chunk, echo);
+    SCOPED_TRACE(testing::Message() << "pieces of " << chunk << (echo ? ", echo" : "") << ", line end of " << end.size()
+                                    << ", prompt of " << prompt.size());
+    const auto reply = [&](std::initializer_list<const char*> lines) {
+        std::string all;
+        for (const char* line : lines)
+            all.append(end).append(line).append(end);
+        return all;
+    };
+    Rig& rig =
+        forEver<Rig>(std::vector<Step>{{"AT+IPR=115200\r", reply({"OK"})},
+                                       {"ATI\r", reply({"TAV-SIM", "OK"})},
+                                       {"AT+CSMINS?\r", reply({"+CSMINS: 0,1", "OK"})},
+                                       {"AT+CPIN?\r", reply({"+CPIN: SIM PIN", "OK"})},
+                                       {"AT+CPIN=\"0042\"\r", reply({"+CME ERROR: 16"})},
+                                       {"AT+CPIN=\"12345678\",\"1357\"\r\n", reply({"OK"})},
+                                       {"AT+CSQ\r", reply({"+CSQ: 0,3", "OK"})},
+                                       {"AT+COPS?\r", reply({"+COPS: 0,0,\"TAV NET\"", "OK"})},
+                                       {"AT+CMGF=1\r", reply({"ERROR"})},
+                                       {"AT+CSCS=\"GSM\"\r", reply({"OK"})},
+                                       {"AT+CMGS=\"0151\"\r", end + prompt},
+                                       {"PUMP LOW\x1a", reply({"+CMGS: 7", "OK"})},
+                                       {"AT+CMGL=\"ALL\"\r", reply({kListing.c_str(), "PUMP ON", "+CMTI: \"SM\",9",
+                                                                    "+CMGL: 2,\"REC READ\",\"0170\",,", "two", "OK"})},
+                                       {"AT+CMGD=3\r", reply({"ERROR"})},
+                                       {"AT+CUSD=1,\"*100#\"\r", reply({"OK", "+CUSD: 0,\"3 EUR\",15"})}},
+                     chunk, echo);
+    Modem& modem = rig.modem;
+    char id[16] = "", net[32] = "";
+    bool isIn = false;
     Pinstat::ePinStat pinStat = Pinstat::UNKNOWN;
-    std::string wrong;
-    if (rig.modem.qPinStat(&pinStat) != ErrStat::OK || pinStat != Pinstat::SIM_PIN)
-        wrong += " state of the SIM;";
-    if (rig.modem.iSendSMS(text("0151"), text("PUMP LOW")) != ErrStat::OK)
-        wrong += " sending;";
-    if (rig.modem.qReadSMS() != ErrStat::OK)
-        return wrong + " reading;";
-    if (take(rig.modem.qGetList()) != std::vector<std::string>{"2 \"0170\" two", "1 \"+49151\" PUMP ON"})
-        wrong += " listing;";
-    if (!eventually([&] { return rig.listener.last() == "9"; }))
-        wrong += " report;";
-    return wrong;
+    float rssi = 0, ber = 0;
+    modem.setPin(text("0042"));
+    EXPECT_EQ(ErrStat::OK, modem.qSetBaudRate());
+    EXPECT_EQ(ErrStat::OK, modem.qMdmID(id));
+    EXPECT_STREQ("TAV-SIM", id);
+    EXPECT_EQ(ErrStat::OK, modem.qSIMin(&isIn));
+    EXPECT_TRUE(isIn);
+    EXPECT_EQ(ErrStat::OK, modem.qPinStat(&pinStat));
+    EXPECT_EQ(Pinstat::SIM_PIN, pinStat);
+    EXPECT_EQ(ErrStat::UNKNOWN, modem.iEnterPin());
+    EXPECT_EQ(ErrStat::OK, modem.iEnterPuk(12345678, 1357));
+    EXPECT_EQ(ErrStat::OK, modem.qSignalStr(&rssi, &ber));
+    EXPECT_EQ(-115.0f, rssi);
+    EXPECT_EQ(3.0f, ber);
+    EXPECT_EQ(ErrStat::OK, modem.qNetOperator(net));
+    EXPECT_STREQ("\"TAV NET\"", net);
+    EXPECT_EQ(ErrStat::MDMERR, modem.qSMSTextMode());
+    EXPECT_EQ(ErrStat::OK, modem.qCharacterSet(text("GSM")));
+    EXPECT_EQ(ErrStat::OK, modem.iSendSMS(text("0151"), text("PUMP LOW")));
+    EXPECT_EQ(ErrStat::OK, modem.qReadSMS());
+    EXPECT_THAT(take(modem.qGetList()), ElementsAre("2 \"0170\" two", "1 \"+49151\" PUMP ON"));
+    EXPECT_TRUE(eventually([&] { return rig.listener.heard().find("9;") != std::string::npos; }));
+    EXPECT_EQ(ErrStat::MDMERR, modem.iDeleteSms(3));
+    EXPECT_EQ(ErrStat::OK, modem.iSendUsd(text("*100#"), nullptr));
+    EXPECT_TRUE(eventually([&] { return rig.listener.heard().find("\"3 EUR\";") != std::string::npos; }));
 }
 
 } // namespace
 
-TEST(Modem, UnderstandsItsModemInAnyPiecesAndManners)
+TEST(Modem, DoesEachOperationWithAModemOfAnyPiecesAndManners)
 {
     std::vector<std::thread> talks;
     for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
         for (const bool echo : {false, true}) {
             for (const std::string end : {"\r\n", "\r\r\n"}) {
-                const std::string prompt = echo ? "> " : ">";
-                talks.emplace_back([=] {
-                    EXPECT_EQ("", talk(chunk, echo, end, prompt))
-                        << "pieces of " << chunk << (echo ? ", echo" : "") << ", line end of " << end.size();
-                });
+                for (const std::string prompt : {"> ", ">"})
+                    talks.emplace_back([=] { talk(chunk, echo, end, prompt); });
             }
         }
     }
@@ -129,42 +151,10 @@ TEST(Modem, UnderstandsItsModemInAnyPiecesAndManners)
         each.join();
 }
 
-TEST(Modem, CopiesValuesOutOfEachOperation)
-{
-    Rig& rig = Rig::make({{"ATI\r", "\r\nTAV-SIM\r\n\r\nOK\r\n"},
-                          {"AT+CSMINS?\r", "\r\n+CSMINS: 0,1\r\n\r\nOK\r\n"},
-                          {"AT+CSQ\r", "\r\n+CSQ: 0,3\r\n\r\nOK\r\n"},
-                          {"AT+COPS?\r", "\r\n+COPS: 0,0,\"TAV NET\"\r\n\r\nOK\r\n"},
-                          {"AT+CPIN=\"0042\"\r", "\r\nOK\r\n"},
-                          {"AT+CPIN=\"12345678\",\"1357\"\r\n", "\r\nOK\r\n"},
-                          {"AT+CMGD=3\r", "\r\nOK\r\n"},
-                          {"AT+CUSD=1,\"*100#\"\r", "\r\nOK\r\n\r\n+CUSD: 0,\"3 EUR\",15\r\n"}});
-    char id[16] = "";
-    bool isIn = false;
-    float rssi = 0;
-    float ber = 0;
-    char net[32] = "";
-    rig.modem.setPin(text("0042"));
-    EXPECT_EQ(ErrStat::OK, rig.modem.qMdmID(id));
-    EXPECT_EQ(ErrStat::OK, rig.modem.qSIMin(&isIn));
-    EXPECT_EQ(ErrStat::OK, rig.modem.qSignalStr(&rssi, &ber));
-    EXPECT_EQ(ErrStat::OK, rig.modem.qNetOperator(net));
-    EXPECT_EQ(ErrStat::OK, rig.modem.iEnterPin());
-    EXPECT_EQ(ErrStat::OK, rig.modem.iEnterPuk(12345678, 1357));
-    EXPECT_EQ(ErrStat::OK, rig.modem.iDeleteSms(3));
-    EXPECT_EQ(ErrStat::OK, rig.modem.iSendUsd(text("*100#"), nullptr));
-    EXPECT_STREQ("TAV-SIM", id);
-    EXPECT_TRUE(isIn);
-    EXPECT_EQ(-115.0f, rssi);
-    EXPECT_EQ(3.0f, ber);
-    EXPECT_STREQ("\"TAV NET\"", net);
-    EXPECT_TRUE(eventually([&] { return rig.listener.last() == "\"3 EUR\""; }));
-}
-
 TEST(Modem, LeavesOutParametersAloneUnlessOk)
 {
-    Rig& rig = Rig::make({{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
-                          {"AT+COPS?\r", "ERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CSQ\r", "+CSQ: 20,0\r\n"}, // and no final result
+                                              {"AT+COPS?\r", "ERROR\r\n"}});
     float rssi = 99;
     float ber = 99;
     char net[32] = "untouched";
@@ -180,10 +170,10 @@ TEST(Modem, LeavesOutParametersAloneUnlessOk)
 
 TEST(Modem, WritesTheTextWhateverBecameOfTheNumber)
 {
-    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
-                          {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
-                          {"AT+CMGS=\"0152\"\r", "\r\n> "},
-                          {"text\x1a", "\r\nERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGS=\"0151\"\r", "\r\nERROR\r\n"},
+                                              {"text\x1a", "\r\n+CMS ERROR: 304\r\n"},
+                                              {"AT+CMGS=\"0152\"\r", "\r\n> "},
+                                              {"text\x1a", "\r\nERROR\r\n"}});
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.iSendSMS(text("0151"), text("text")));
     EXPECT_EQ(ErrStat::MDMERR, rig.modem.iSendSMS(text("0152"), text("text")));
     EXPECT_TRUE(rig.fake.waitForSteps(4)) << rig.fake.received();
@@ -191,7 +181,7 @@ TEST(Modem, WritesTheTextWhateverBecameOfTheNumber)
 
 TEST(Modem, WritesNothingThatWouldBreakOut)
 {
-    Rig& rig = Rig::make();
+    Rig& rig = forEver<Rig>();
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.qCharacterSet(text("GSM\"\rAT+CMGD=1")));
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.qCharacterSet(text("123456789012345678901")));
     EXPECT_EQ(ErrStat::UNKNOWN, rig.modem.iSendSMS(text("0151\""), text("text")));
@@ -214,7 +204,7 @@ TEST(Modem, WritesNothingThatWouldBreakOut)
 // The list is walked and destroyed while the modem goes on listing.
 TEST(Modem, DropsMessagesThatAreListedTooLate)
 {
-    Rig& rig = Rig::make({{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGL=\"ALL\"\r", kListing + "\r\nPUMP ON\r\nOK\r\n"}});
     ASSERT_EQ(ErrStat::OK, rig.modem.qReadSMS());
     std::thread late([&] {
         for (int i = 0; i < 200; ++i)
@@ -222,7 +212,7 @@ TEST(Modem, DropsMessagesThatAreListedTooLate)
         rig.fake.say("+CMTI: \"SM\",77\r\n");
     });
     EXPECT_THAT(take(rig.modem.qGetList()), ElementsAre("1 \"+49151\" PUMP ON"));
-    EXPECT_TRUE(eventually([&] { return rig.listener.last() == "77"; }));
+    EXPECT_TRUE(eventually([&] { return rig.listener.heard().find("77;") != std::string::npos; }));
     late.join();
 }
 
@@ -249,7 +239,7 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
     private:
         FakeModem& m_modem;
     };
-    Rig& rig = Rig::make({{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
     Stuck stuck(rig.fake);
     log4cpp::Category& category = log4cpp::Category::getInstance("Modem");
     category.addAppender(stuck);
@@ -261,12 +251,12 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
 // The receive thread goes on with the last command: lines and silences are handed to it.
 TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
 {
-    Rig& rig = Rig::make({{"AT+CMGF=1\r", "\r\nOK\r\n"}});
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGF=1\r", "\r\nOK\r\n"}});
     ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
     EXPECT_TRUE(eventually([&] { return rig.fake.isRead(); }));
-    EXPECT_EQ("", rig.listener.last());
+    EXPECT_EQ("", rig.listener.heard());
 }
 
 TEST(Modem, IsNotReadyWithoutAReceiveThread)

@@ -53,4 +53,13 @@ template <class Action> std::string standardErrorOf(Action action)
     return testing::internal::GetCapturedStderr();
 }
 
+/// @return how often @p what stands in @p text
+inline size_t timesIn(const std::string& text, const std::string& what)
+{
+    size_t times = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++times;
+    return times;
+}
+
 #endif

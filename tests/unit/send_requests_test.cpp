@@ -1,5 +1,6 @@
 #include "cGsmQManager.h"
 #include "eventDispatch.h"
+#include "forEver.h"
 
 #include <gmock/gmock.h>
 
@@ -103,13 +104,7 @@ private:
         std::atomic<int> alive{0};
         cGsmQManager queue;
     };
-    static Kept& kept()
-    {
-        static auto& all = *new std::vector<Kept*>;
-        all.push_back(new Kept);
-        return *all.back();
-    }
-    Kept& mKept = kept();
+    Kept& mKept = forEver<Kept>();
 
 protected:
     Record& mRecord = mKept.record;

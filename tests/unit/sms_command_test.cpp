@@ -63,7 +63,7 @@ cgsmMessageInfo* record(const char* message, const char* label, std::initializer
 // Who is obeyed, who is answered, and that one refused alarm stops no other.
 TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
 {
-    ModemSim& modem = ManagerBench::kept<ModemSim>(); // the receive thread of its port lives on
+    ModemSim& modem = forEver<ModemSim>(); // the receive thread of its port lives on
     const auto store = [&modem](int place, const char* number, const char* text,
                                 modemsim::SmsStatus status = modemsim::SmsStatus::RecUnread) {
         modemsim::StoredSms sms;
@@ -102,7 +102,7 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
 
     std::string path = modem.path();
     std::string pin = "1357";
-    Gsm& gsm = ManagerBench::kept<Gsm>();
+    Gsm& gsm = forEver<Gsm>();
     ASSERT_TRUE(gsm.initialiseGsm(&path[0], &pin[0]));
     ASSERT_TRUE(gsm.setupModem()) << modem.transcript();
     cIOpairs connections(pairs.c_str());

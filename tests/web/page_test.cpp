@@ -20,7 +20,7 @@ protected:
 
     void openBench(const std::vector<std::string>& what = {"--config", CONFIGURATION}, const std::string& port = "0")
     {
-        std::vector<std::string> words = {TAVBENCH, "--speed", "50", "--web", port};
+        std::vector<std::string> words = {TAVBENCH, "--speed", "20", "--web", port};
         words.insert(words.end(), what.begin(), what.end());
         m_bench = std::make_unique<Program>(words);
         m_address = m_bench->lineAfter("Open ");
@@ -84,7 +84,7 @@ TEST_F(Page, AnSmsIsSentAndAnswered)
     expectText("#log-lines", "AT+CMGD=10"); // the storage is emptied at the start
     sendSms("PUMP ON");
     expectLamp("PUMP", "set");
-    expectText("#outputs-list", "SMS of 0151000001: PUMP ON");
+    expectText("#outputs-list", "SMS from 0151000001: PUMP ON");
     sendSms("PUMP QUERY");
     expectText(".chat .received", "PUMP STATE:HIGH");
 }

@@ -8,6 +8,8 @@
 #include <ctime>
 #include <map>
 #include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -29,13 +31,23 @@ Clock::time_point soon()
     return Clock::now() + std::chrono::seconds(kPatienceSeconds);
 }
 
-// As poll() wants it: -1 is for ever.
+// The time-out for poll(); -1 means for ever.
 int millisecondsUntil(Clock::time_point deadline)
 {
     if (deadline == Clock::time_point::max())
         return -1;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
     return left > 0 ? static_cast<int>(left) : 0;
+}
+
+// A server whose machine went off says nothing: its connection breaks after half a minute.
+void noticeDeath(int connection)
+{
+    const int on = 1, idle = 15, interval = 5, probes = 3; // seconds
+    setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on);
+    setsockopt(connection, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof idle);
+    setsockopt(connection, IPPROTO_TCP, TCP_KEEPINTVL, &interval, sizeof interval);
+    setsockopt(connection, IPPROTO_TCP, TCP_KEEPCNT, &probes, sizeof probes);
 }
 
 template <size_t count> const char* word(const std::array<const char*, count>& words, uint32_t value)
@@ -57,7 +69,7 @@ uint32_t number(const std::string& status)
     return 0;
 }
 
-// A label from the network, with nothing in it that a terminal would obey.
+// A label from the network, without control characters for a terminal.
 std::string printable(std::string label)
 {
     for (char& c : label) {
@@ -121,6 +133,7 @@ bool Server::connect()
         m_socket = socket(candidate->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
         timeval limit = {kPatienceSeconds, 0};
         setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+        noticeDeath(m_socket);
         if (m_socket >= 0 && ::connect(m_socket, candidate->ai_addr, candidate->ai_addrlen) != 0) {
             reason = errno;
             close(m_socket);
@@ -187,7 +200,7 @@ bool Server::request(tavobj::Message& message, tavobj::Message& answer)
     message.set_id(m_nextId++);
     if (!connect() || !send(message))
         return false;
-    const Clock::time_point deadline = soon(); // of the answer, whatever else the server says before it
+    const Clock::time_point deadline = soon(); // for the answer, whatever else the server sends before it
     do {
         if (!receive(answer, deadline))
             return false;

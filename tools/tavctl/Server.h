@@ -9,7 +9,8 @@
 #include <functional>
 #include <string>
 
-/// One operation, with its printing, a call. Connects at the first; a server that does not answer in 5 s has failed.
+/// Each call runs one operation and prints its result. The first call connects. A server that does not answer within 5
+/// s has failed.
 class Server {
 public:
     Server(std::string host, uint16_t port) : m_host(std::move(host)), m_port(port) {}
@@ -17,10 +18,10 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    /// Each returns false with error() telling why.
+    /// Each returns false on failure; error() then has the reason.
     bool list();
     bool watch();
-    /// Calls @p listed with all ports, then @p changed with each port that has changed, until the connection breaks.
+    /// Calls @p listed with all ports, then @p changed for each port that changes, until the connection ends.
     bool follow(const std::function<void(const tavobj::Message&)>& listed,
                 const std::function<void(const tavobj::Object&)>& changed);
     bool alarm(const std::string& label, const std::string& status);

@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <string>
 
-/// Serves the page of the object server at @p host until it is ended by a signal; a server that is away is tried again
-/// every second. @param listen PORT or ADDRESS:PORT, empty for the usual; @param folder with the daemon's
-/// configuration, or empty
-/// @return exit status, only when nothing can be served
+/// Serves the page of the object server at @p host until a signal ends it. Without a connection, it tries the server
+/// every second.
+/// @param listen  PORT or ADDRESS:PORT; empty for the default
+/// @param folder  the daemon's configuration, or empty
+/// @return the exit status, only if the page cannot be served
 int showPage(const std::string& host, uint16_t port, const std::string& listen, const std::string& folder);
 
 #endif

@@ -5,7 +5,7 @@
 
 namespace {
 
-// As the parser normalises what stands in an attribute.
+// An attribute's value as the parser normalises it.
 std::string normalised(std::string value)
 {
     std::replace_if(
@@ -60,9 +60,9 @@ void Elements::checkNamespace(xmlNode* node)
 {
     const xmlNs* const above = node->parent->type == XML_ELEMENT_NODE ? node->parent->ns : nullptr;
     if (node->ns != nullptr && (above == nullptr || xmlStrEqual(above->href, node->ns->href) == 0))
-        warning(node, std::string("the element ") + xmlFile::nameOf(node) + " is of the foreign namespace \"" +
+        warning(node, std::string("the element ") + xmlFile::nameOf(node) + " is in the foreign namespace \"" +
                           reinterpret_cast<const char*>(node->ns->href) +
-                          "\", and is read as if it were not: take it away");
+                          "\", which the daemon ignores: remove the namespace");
 }
 
 void Elements::checkAttributes(xmlNode* node, const std::vector<std::string>& known)
@@ -72,7 +72,7 @@ void Elements::checkAttributes(xmlNode* node, const std::vector<std::string>& kn
         if (std::find(known.begin(), known.end(), name) != known.end())
             continue;
         const std::string meant = known.size() == 1 ? known.front() : likely(name, known);
-        warning(node, "the attribute " + name + " of " + xmlFile::nameOf(node) + " is not read" +
+        warning(node, "the attribute " + name + " of " + xmlFile::nameOf(node) + " is ignored" +
                           (meant.empty() ? "" : ": " + meant + " may be meant"));
     }
 }
@@ -95,18 +95,16 @@ void Elements::checkLabel(xmlNode* node, const std::string& name, const std::str
     const std::string shown = written != nullptr ? written->value : value;
     const std::string inner = trimmed(shown);
     if (inner.find('\t') != std::string::npos)
-        warning(node,
-                "the label \"" + shown + "\" holds a tab, and no label that looks like it is the same: write a blank");
+        warning(node, "the label \"" + shown + "\" has a tab, so it differs from a label with a blank: write a blank");
     if (inner.size() == shown.size())
         return;
     std::vector<Edit> edits;
     const auto line = m_attributes.equal_range(xmlGetLineNo(node));
     for (auto at = line.first; at != line.second && !inner.empty(); ++at) {
-        if (at->second.name == name && normalised(at->second.value) == value) // several in a line have one mistake
+        if (at->second.name == name &&
+            normalised(at->second.value) == value) // equal values in one line have the same mistake
             edits.push_back({at->second.offset, at->second.value.size(), trimmed(at->second.value)});
     }
-    warning(node,
-            "blanks at an end of the label \"" + shown +
-                "\" belong to it, and labels are compared exactly: take them away",
+    warning(node, "the label \"" + shown + "\" has blanks at an end, and labels are compared exactly: remove them",
             edits);
 }

@@ -1,4 +1,4 @@
-// The elements of an XML file, and the mistakes that either file can have in them.
+// The elements of an XML file, and the checks that both XML files share.
 #ifndef CHECK_ELEMENTS_H
 #define CHECK_ELEMENTS_H
 
@@ -13,17 +13,17 @@
 
 class Elements {
 public:
-    /// Reads the text of @p file for what the parser does not keep. @p report lives longer than this.
+    /// Reads the text of @p file again, for details that the parser drops. @p report is borrowed.
     Elements(std::string file, Report& report);
 
-    /// Calls @p take with each child element that @p known names, and warns of the others and of foreign namespaces.
+    /// Calls @p take for each child element that is @p known, and warns of others and of foreign namespaces.
     void forEachElement(xmlNode* parent, const std::vector<std::string>& known,
                         const std::function<void(xmlNode*)>& take);
-    /// Warns of the attributes that @p known does not name.
+    /// Warns of attributes that are not @p known.
     void checkAttributes(xmlNode* node, const std::vector<std::string>& known);
-    /// Warns of a namespace that @p node has and its parent has not: the daemon reads its elements like its own.
+    /// Warns of a namespace that begins at @p node: the daemon ignores namespaces.
     void checkNamespace(xmlNode* node);
-    /// Warns of blanks at the ends of a label and of tabs, which nobody sees; @p value is that of attribute @p name.
+    /// Warns of blanks at the ends of a label, and of tabs in it. @p value is the value of attribute @p name.
     void checkLabel(xmlNode* node, const std::string& name, const std::string& value);
 
     static std::optional<std::string> attribute(xmlNode* node, const char* name);
@@ -32,7 +32,7 @@ public:
     void warning(xmlNode* node, const std::string& text, const std::vector<Edit>& edits = {});
 
 private:
-    /// Where the value of an attribute stands; null where that is not certain.
+    /// The position of an attribute's value; null if it is not certain.
     const RawAttribute* raw(xmlNode* node, const std::string& name, const std::string& value) const;
 
     std::string m_file;

@@ -1,5 +1,7 @@
 #include "Evaluation.h"
 
+#include "Entries.h"
+
 #include <algorithm>
 #include <set>
 
@@ -8,18 +10,6 @@ namespace {
 constexpr size_t kMostInputs = 16;        // all of whose states are tried
 constexpr size_t kMostLooked = 64;        // inputs of a tree that is evaluated at all
 constexpr unsigned kMostReads = 1U << 25; // of leaves in one run: seconds
-
-// A copy of the list's entries: an evaluation in between moves the list's one cursor.
-template <typename Entry> std::vector<Entry*> entriesOf(WList* list)
-{
-    std::vector<Entry*> entries;
-    list->reset();
-    for (uint16_t i = list->size(); i > 0; --i) {
-        entries.push_back(static_cast<Entry*>(list->get()));
-        list->step();
-    }
-    return entries;
-}
 
 template <typename Take> void forEachLeaf(tavTrigger* tree, const Take& take)
 {

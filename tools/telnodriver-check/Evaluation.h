@@ -1,4 +1,4 @@
-// What the daemon's own evaluation makes of rules, over all states of their inputs where these are few.
+// The daemon's own evaluation of rules, over all states of their inputs if these are few.
 #ifndef CHECK_EVALUATION_H
 #define CHECK_EVALUATION_H
 
@@ -9,31 +9,31 @@
 #include <string>
 #include <vector>
 
-/// Evaluates with every input known: set or clear. Like the daemon's manager, it lives as long as the process.
+/// Every input is set or clear, never unknown. Like the daemon's manager, an object lives as long as the process.
 class Evaluation : private GSMIOmanager {
 public:
-    using States = std::map<std::string, bool>; ///< inputs, and whether each is set
+    using States = std::map<std::string, bool>; ///< whether each input is set, by label
 
     /// Reads the connections of the pair file @p pairs.
     explicit Evaluation(const std::string& pairs);
 
     /// In the order of the file.
     const std::vector<tavConnection*>& connections() const { return m_connections; }
-    /// The triggers of a tree that have children, a trigger before those in it.
+    /// The triggers of a tree that have children, parents first.
     static std::vector<tavTrigger*> composites(tavTrigger* tree);
     static std::vector<std::string> inputsOf(tavTrigger* tree);
 
-    /// Whether inputs can make @p trigger active (or not active, for false); no trigger in it is an INVERSE. Exact
-    /// where not more than 16 inputs are read both as they are and inverted, and of 64 inputs at most; nothing where
-    /// they are more, or where the work of this run is spent.
+    /// Whether any state of the inputs makes @p trigger active (@p active is true) or inactive. The tree must contain
+    /// no INVERSE. Exact for up to 64 inputs, of which up to 16 occur both plain and inverted. No value if there are
+    /// more, or if the run has used up its work.
     std::optional<bool> canBe(tavTrigger* trigger, bool active);
 
-    /// A state of the inputs in which one connection drives the output away from its default and the other back to it.
-    /// @param certain  false where none was found and not all states were tried: inputs are too many, or work is spent
+    /// A state of the inputs in which one connection drives the output away from its default, and the other back.
+    /// @param certain  false if none was found but not all states were tried: too many inputs, or no work left
     std::optional<States> contradiction(tavConnection* one, tavConnection* other, bool& certain);
 
 private:
-    /// Whether a tree reads an input as it is, and inverted.
+    /// Whether an input occurs plain, and whether it occurs inverted.
     struct Senses {
         bool plain, inverted;
     };
@@ -48,7 +48,7 @@ private:
     std::vector<tavConnection*> m_connections;
     std::map<std::string, cObjectPort*> m_ports;
     unsigned m_left;     ///< leaves that this run may still read
-    unsigned m_cost = 1; ///< leaves that an evaluation reads at most
+    unsigned m_cost = 1; ///< most leaves that one evaluation can read
 };
 
 #endif

@@ -2,20 +2,23 @@
 #ifndef CHECK_EXPLAIN_H
 #define CHECK_EXPLAIN_H
 
-#include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
-/// Explains every connection of @p pairs as a tree with the value of every node. The verdicts are the daemon's own
-/// evaluation's. @p values: "set", "clear", "warn", "unknown" or "offline" by input label; an input that is not named
-/// is clear.
+/// What is asked about the rules.
+struct Explaining {
+    std::vector<std::string> values;      ///< LABEL=STATUS; inputs that are not named are clear
+    bool live = false;                    ///< take the values from the object server instead
+    std::string server;                   ///< "HOST" or "HOST:PORT"
+    std::string table;                    ///< only the truth table of this output; an error for more than 1024 rows
+    bool offline = false;                 ///< in tables: offline inputs, too
+    std::optional<std::string> svg, html; ///< a picture, or pictures and tables, in this file; "" is standard output
+};
+
+/// Explains the connections of the pair file @p pairs: every one as a tree with the value of every node, unless a
+/// table, picture or document is asked for. The verdicts are the daemon's own evaluation's.
 /// @return exit status
-int explain(const std::string& pairs, const std::map<std::string, std::string>& values);
-
-/// The same with the values that the object server at @p host has now.
-int explainLive(const std::string& pairs, const std::string& host);
-
-/// The truth table of the connections that drive @p output, clear and set for each input and, if wished, offline; an
-/// error for more than 1024 rows.
-int explainTable(const std::string& pairs, const std::string& output, bool withOffline);
+int explain(const std::string& pairs, const Explaining& asked);
 
 #endif

@@ -86,7 +86,7 @@ bool writeWhole(int fd, const std::string& text)
 
 bool replace(const Patch& patch)
 {
-    char path[PATH_MAX]; // what a symbolic link names is replaced, not the link
+    char path[PATH_MAX]; // replaces the target of a symbolic link, not the link
     std::string now;
     struct stat status {};
     if (realpath(patch.file.c_str(), path) == nullptr || stat(path, &status) != 0 || !readText(path, now))

@@ -4,9 +4,9 @@
 
 #include "Report.h"
 
-/// Shows what @p report proposes as a unified diff on standard output. Then, with @p yes or when a person at a terminal
-/// agrees, writes the files: each is replaced as a whole, with its owner and mode, unless it has changed meanwhile.
-/// @return false with a line on standard error when something could not be done
+/// Prints the edits of @p report as a unified diff. Then writes the files, if @p yes or a person at the terminal
+/// agrees. Each file is replaced as a whole, with its owner and mode, unless it has changed meanwhile.
+/// @return false, with a line on standard error, on failure
 bool fix(const Report& report, bool yes);
 
 #endif

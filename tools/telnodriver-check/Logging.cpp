@@ -29,7 +29,7 @@ std::string orLikely(const std::string& word, const std::vector<std::string>& kn
     return meant.empty() ? otherwise : meant + " may be meant";
 }
 
-// The one priority that other case or a single letter makes of @p word; empty if there is none, or a choice.
+// The only priority that differs from @p word in case or in one letter; empty if there is none, or more than one.
 std::string oneLetterOff(const std::string& word)
 {
     std::string found;
@@ -71,7 +71,7 @@ void Logging::take(const Line& line)
         m_appenders.emplace(name, line);
         const std::string type = trimmed(line.value);
         if (!isOne(kTypes, type))
-            warning(line, "there is no appender of the type \"" + type + "\", and the log goes to standard error: " +
+            warning(line, "the appender type \"" + type + "\" is unknown, so the log goes to standard error: " +
                               orLikely(type, kTypes, "write ConsoleAppender or RollingFileAppender"));
     } else if (rest == name + ".layout") {
         m_layouts.insert(name);
@@ -87,14 +87,14 @@ void Logging::checkPriority(const Line& line)
     if (priority == "DEBUG" || priority == "NOTSET") {
         m_report.warning(m_properties, line.number,
                          "at " + priority +
-                             " every step and every AT command is logged, the PIN included, and the card is slowed "
+                             " every step and every AT command is logged, including the PIN, and the card is slowed "
                              "down: write INFO once the card works");
     } else if (!isOne(kPriorities, priority) && !number) {
         const std::string meant = oneLetterOff(priority);
         const size_t blanks = std::min(word.find_first_not_of(" \t"), word.size());
         const Edit edit = {line.valueOffset + blanks, priority.size(), meant};
         warning(line,
-                "the priority \"" + priority + "\" is none, and the log goes to standard error: " +
+                "the priority \"" + priority + "\" is unknown, so the log goes to standard error: " +
                     orLikely(priority, kPriorities, "write ERROR, WARN, INFO or DEBUG"),
                 meant.empty() ? std::vector<Edit>() : std::vector<Edit>{edit});
     }
@@ -120,7 +120,7 @@ void Logging::finish(const std::string& text)
     for (const auto& wanted : m_wanted) {
         if (m_appenders.count(wanted.first) == 0)
             warning(wanted.second, "the appender \"" + wanted.first +
-                                       "\" is not defined, and the log goes to standard error: " +
+                                       "\" is not defined, so the log goes to standard error: " +
                                        orLikely(wanted.first, names, "write a line " + kAppender + wanted.first + "="));
     }
     for (const auto& appender : m_appenders) {
@@ -128,10 +128,10 @@ void Logging::finish(const std::string& text)
             continue;
         const Line& line = appender.second;
         const std::string added = kAppender + appender.first + ".layout=BasicLayout";
-        // In a file with CR LF the line's end is another edit's.
+        // In a file with CR LF, another edit changes the line's end.
         const bool returns = text.compare(line.offset + line.length, 1, "\r") == 0;
         warning(line,
-                "the appender \"" + appender.first + "\" has no layout, and the log goes to standard error: write " +
+                "the appender \"" + appender.first + "\" has no layout, so the log goes to standard error: write " +
                     added,
                 {{line.offset + line.length + (returns ? 1 : 0), 0, "\n" + added}});
     }

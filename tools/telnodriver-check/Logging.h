@@ -7,8 +7,8 @@
 #include <map>
 #include <set>
 
-/// Takes the lines one by one, and says at the end what only all of them show. Warnings alone: errors refuse the
-/// daemon's start, and an output must not stand still for the log's sake.
+/// Checks the lines one by one, and at the end all together. It gives warnings only: an error would refuse the daemon's
+/// start, and no output may fail because of the log.
 class Logging {
 public:
     struct Line {
@@ -18,7 +18,8 @@ public:
         std::string key, value; ///< the key without blanks
     };
 
-    /// @param files  takes the paths of log files; both live longer than this
+    /// @param files   receives the paths of log files; borrowed
+    /// @param report  borrowed
     Logging(std::string properties, std::vector<Place>& files, Report& report)
         : m_properties(std::move(properties)), m_files(files), m_report(report)
     {
@@ -37,7 +38,7 @@ private:
     std::vector<Place>& m_files;
     Report& m_report;
     std::map<std::string, Line> m_appenders;            ///< by name
-    std::set<std::string> m_layouts;                    ///< appenders that have one
+    std::set<std::string> m_layouts;                    ///< names of appenders with a layout
     std::vector<std::pair<std::string, Line>> m_wanted; ///< appenders that a category names
 };
 

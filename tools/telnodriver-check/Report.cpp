@@ -20,7 +20,7 @@ void Report::warning(const std::string& file, long line, const std::string& text
 
 namespace {
 
-// What stands in a file goes to a terminal: no control character does, and a NUL does not end the line.
+// Text from a file goes to a terminal: escapes its control characters, including NUL.
 std::string printable(const std::string& text)
 {
     std::string shown;

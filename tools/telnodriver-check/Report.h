@@ -1,4 +1,4 @@
-// What the checker has found, and how it says so.
+// The checker's findings.
 #ifndef CHECK_REPORT_H
 #define CHECK_REPORT_H
 
@@ -12,21 +12,21 @@ enum class Severity { Warning, Error };
 
 struct Finding {
     std::string file;
-    long line; ///< 0: the file as a whole
+    long line; ///< 0 for the whole file
     Severity severity;
     std::string text; ///< what is wrong, and what to do
 };
 
 class Report {
 public:
-    /// @param edits  of @p file, where there is but one remedy
+    /// @param edits  the remedy, if there is only one
     void error(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits = {});
     void warning(const std::string& file, long line, const std::string& text, const std::vector<Edit>& edits = {});
 
-    /// FILE:LINE: error|warning: text, a line each.
+    /// A line for each finding: "FILE:LINE: error|warning: text".
     void print() const;
     void printJson() const;
-    /// 0 nothing found, 1 warnings, 2 errors; with @p strict warnings are errors.
+    /// 0 without findings, 1 with warnings, 2 with errors. If @p strict, warnings count as errors.
     int exitStatus(bool strict) const;
 
     /// The proposed changes by file.

@@ -1,4 +1,4 @@
-// The object server as the checker asks it.
+// The checker's access to an object server.
 #ifndef CHECK_SERVER_H
 #define CHECK_SERVER_H
 
@@ -14,8 +14,8 @@ public:
     /// @param host HOST or HOST:PORT; connects in the background
     explicit Server(const std::string& host);
 
-    /// The server's inputs or outputs with these labels, each asked for once; its objects are the caller's.
-    /// @return null without an answer within some seconds
+    /// Fetches the inputs or outputs with these labels. @return a list, whose objects the caller owns; null without an
+    /// answer within some seconds
     std::unique_ptr<cObjectList> ports(const std::vector<std::string>& labels, bool outputs);
 
 private:

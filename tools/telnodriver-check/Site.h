@@ -1,4 +1,4 @@
-// The three files of a card as the checks see them.
+// The content of a card's three files, as the checks use it.
 #ifndef CHECK_SITE_H
 #define CHECK_SITE_H
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// A label or path with the place where it stands.
+/// A label or path, and its line.
 struct Place {
     std::string label;
     long line;
@@ -20,16 +20,16 @@ struct Record {
     long line;
 };
 
-/// A connection that the daemon takes.
+/// A connection that the daemon uses.
 struct Rule {
     long action;                ///< line of its action
-    std::vector<long> triggers; ///< lines of the triggers in its tree, a trigger before those in it
+    std::vector<long> triggers; ///< lines of the triggers in its tree, parents first
 };
 
-/// What one check has read and another needs.
+/// What one check reads for another.
 struct Site {
     std::string properties, pairs, messages, host; ///< paths; the object server's host
-    bool namesMessages = false;                    ///< the properties file names the message file
+    bool namesMessages = false;                    ///< the properties file sets the message file
     std::vector<Place> inputs;                     ///< labels of all triggers' details
     std::vector<Place> last;                       ///< inputs that are the last child of an AND or OR of several
     std::vector<Place> commanded;                  ///< labels of the outermost triggers' own details
@@ -44,27 +44,27 @@ struct Site {
 void checkProperties(Site& site, Report& report);
 void checkPairs(Site& site, Report& report);
 void checkMessages(Site& site, Report& report);
-/// What only two files together show.
+/// Mistakes between two files.
 void checkTogether(const Site& site, Report& report);
-/// What the rules do, by the daemon's own evaluation: those that never or always act, contradict or drive one another.
+/// Evaluates the rules: reports those that never or always act, contradict or drive one another.
 void checkRules(const Site& site, Report& report);
-/// What only the card itself shows: the serial port, unless @p modem is false, and the log's folders, in which @p user
-/// must be able to write.
+/// Checks on the card itself: the serial port, if @p modem, and the log's folders, which @p user must be able to write
+/// to.
 void checkCard(const Site& site, bool modem, const std::string& user, Report& report);
-/// What this card would send that another one, with the message file @p peer, takes for a command, and the reverse.
+/// Texts of this card that a card with the message file @p peer would take for a command, and the reverse.
 void checkPeer(const Site& site, const std::string& peer, Report& report);
-/// Which labels the object server at @p host ("HOST" or "HOST:PORT") does not know.
+/// Labels that the object server at @p host ("HOST" or "HOST:PORT") does not know.
 void checkServer(const Site& site, const std::string& host, Report& report);
 
-/// Reports that @p file cannot be used, at the line that stands in the reader's own words for it.
+/// Reports that @p file cannot be used, with the line number from the reader's message @p trouble.
 void reportUnusable(const std::string& file, const std::string& trouble, const std::string& consequence,
                     Report& report);
 
 /// The text without blanks, tabs and carriage returns at its ends.
 std::string trimmed(const std::string& text);
-/// How many letters must be changed, added or taken away to make one word of the other; case does not matter.
+/// The edit distance between two words, without regard to case.
 size_t distance(const std::string& one, const std::string& other);
-/// The shortest of @p known that is at most two letters away from @p word; empty if none is.
+/// The word of @p known that is nearest to @p word, at a distance of two at most; empty if there is none.
 std::string likely(const std::string& word, const std::vector<std::string>& known);
 
 #endif

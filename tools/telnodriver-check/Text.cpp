@@ -9,7 +9,7 @@
 namespace {
 
 const char kBlanks[] = " \t\r\n";
-constexpr size_t kMostBytes = 4U << 20; // as the daemon's own limit for the XML files
+constexpr size_t kMostBytes = 4U << 20; // the daemon's limit for XML files
 
 // Walks the start tags of a well-formed text.
 class Tags {

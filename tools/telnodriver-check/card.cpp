@@ -1,4 +1,4 @@
-// What only the card itself shows: its serial port, and the folders of its log files.
+// Checks on the card itself: the serial port, and the folders of log files.
 #include "Site.h"
 
 #include <cerrno>
@@ -10,14 +10,14 @@
 
 namespace {
 
-// Whether @p user may write at @p path; for a user who is not there, whether this process may.
+// Whether @p user may write to @p path. If there is no such user, whether this process may.
 bool mayWrite(const std::string& path, const std::string& user)
 {
     struct stat status {};
     const passwd* const account = getpwnam(user.c_str());
     if (account == nullptr || account->pw_uid == geteuid() || stat(path.c_str(), &status) != 0)
         return access(path.c_str(), W_OK) == 0;
-    const mode_t needed = S_ISDIR(status.st_mode) ? 3 : 2; // to make a file in it
+    const mode_t needed = S_ISDIR(status.st_mode) ? 3 : 2; // to create a file in it
     if (account->pw_uid == 0)
         return true;
     if (account->pw_uid == status.st_uid)
@@ -41,16 +41,17 @@ void checkLogFile(const Site& site, const Place& file, const std::string& user, 
     if (stat(folder.c_str(), &status) != 0) {
         report.warning(site.properties, file.line,
                        "the folder of the log file " + file.label +
-                           " cannot be used, and its appender is left out: " + strerror(errno));
+                           " cannot be used, so its appender is left out: " + strerror(errno));
         return;
     }
     const bool there = stat(file.label.c_str(), &status) == 0;
     if (there && !S_ISREG(status.st_mode))
-        report.warning(site.properties, file.line, "the log file " + file.label + " is no regular file: name another");
+        report.warning(site.properties, file.line,
+                       "the log file " + file.label + " is not a regular file: name another");
     else if (!mayWrite(there ? file.label : folder, user))
         report.warning(site.properties, file.line,
                        "the user " + user + " cannot write the log file " + file.label +
-                           ", and its appender is left out: use /var/lib/telnodriver, which is the service's");
+                           ", so its appender is left out: use the service's folder, /var/lib/telnodriver");
 }
 
 } // namespace
@@ -61,11 +62,11 @@ void checkCard(const Site& site, bool modem, const std::string& user, Report& re
     struct stat status {};
     if (modem && stat(port.label.c_str(), &status) != 0)
         report.warning(site.properties, port.line,
-                       "the serial port " + port.label + " cannot be used, and no SMS is sent or obeyed: " +
+                       "the serial port " + port.label + " cannot be used, so no SMS is sent or obeyed: " +
                            strerror(errno) + "; is the modem plugged in?");
     else if (modem && !S_ISCHR(status.st_mode))
         report.warning(site.properties, port.line,
-                       port.label + " is no serial port, and no SMS is sent or obeyed: name the modem's");
+                       port.label + " is not a serial port, so no SMS is sent or obeyed: name the modem's");
     for (const Place& file : site.logFiles)
         checkLogFile(site, file, user, report);
 }

@@ -18,10 +18,7 @@ namespace {
 struct Options {
     std::string properties = "/etc/tav/telnodriver.conf", format = "text", server, peer, user = "telnodriver";
     bool strict = false, onCard = false, fix = false, yes = false;
-    // of explain
-    std::vector<std::string> values;
-    std::string table;
-    bool live = false, offline = false;
+    Explaining explaining;
 };
 
 // HOST, HOST:PORT or an IPv6 address, whose colons are more than one.
@@ -38,52 +35,54 @@ void addChecking(CLI::App& app, Options& options)
 {
     app.add_option("PROPERTIES-FILE", options.properties, "the properties file, which names the other two")
         ->capture_default_str();
-    app.add_flag("--strict", options.strict, "take warnings for errors");
+    app.add_flag("--strict", options.strict, "treat warnings as errors");
     CLI::Option* format = app.add_option("--format", options.format, "text or json");
     format->check(CLI::IsMember({"text", "json"}))->capture_default_str();
-    app.add_option("--server", options.server, "HOST[:PORT] of an object server that is asked which labels it knows")
+    app.add_option("--server", options.server, "report labels that the object server at HOST[:PORT] does not know")
         ->check(wrongPort);
     app.add_option("--peer", options.peer,
-                   "the GSM message file of another card that this one texts with: finds what one sends and the other "
-                   "takes for a command");
+                   "the GSM message file of another card: report texts that one card sends and the other takes for a "
+                   "command");
     app.add_flag("--on-card", options.onCard,
-                 "look at the serial port and the log's folders, too; so it is for files in /etc/tav");
+                 "also check the serial port and the log's folders; the default for files in /etc/tav");
     app.add_option("--user", options.user, "the service's user, who must be able to write the log")
         ->capture_default_str();
-    CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch of what has only one remedy, and ask");
+    CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch for mistakes with only one remedy, and ask");
     fix->excludes(format);
     app.add_flag("--yes", options.yes, "with --fix: change the files without asking")->needs(fix);
 }
 
-CLI::App* addExplaining(CLI::App& app, Options& options)
+// What follows --svg or --html is its file, if anything does.
+std::string wrongFile(const std::string& file)
+{
+    const bool value = file.find('=') != std::string::npos && file.find('/') == std::string::npos;
+    return value ? "the option takes a FILE; " + file + " stands before it, or the FILE is written ./" + file : "";
+}
+
+CLI::App* addExplaining(CLI::App& app, Explaining& asked)
 {
     CLI::App* explaining =
         app.add_subcommand("explain", "show every connection with the value of every node, and what follows");
     explaining->fallthrough(); // --server may stand behind "explain" too
-    explaining->add_option("VALUES", options.values,
+    explaining->add_option("VALUES", asked.values,
                            "LABEL=set|clear|warn|unknown|offline; inputs that are not named are clear");
-    explaining->add_flag("--live", options.live, "take the values from the object server");
-    explaining->add_option("--table", options.table, "print the truth table of this output");
-    explaining->add_flag("--offline", options.offline, "with --table: offline inputs, too");
+    explaining->add_flag("--live", asked.live, "take the values from the object server");
+    CLI::Option* table = explaining->add_option("--table", asked.table, "print the truth table of this output");
+    CLI::Option* svg = explaining->add_option("--svg", asked.svg, "draw the rules into this SVG file");
+    CLI::Option* html =
+        explaining->add_option("--html", asked.html, "write pictures and truth tables into this HTML file");
+    for (CLI::Option* option : {svg, html})
+        option->expected(0, 1)->type_name("FILE")->check(wrongFile)->excludes(table);
+    svg->excludes(html);
+    explaining->add_flag("--offline", asked.offline, "with --table and --html: offline inputs, too");
     return explaining;
 }
 
 int runExplain(const Options& options, const Site& site)
 {
-    std::map<std::string, std::string> states;
-    for (const std::string& value : options.values) {
-        const size_t equals = value.find('=');
-        if (equals == std::string::npos) {
-            fprintf(stderr, "telnodriver-check: a value is LABEL=STATUS, not %s\n", value.c_str());
-            return 2;
-        }
-        states[value.substr(0, equals)] = value.substr(equals + 1);
-    }
-    if (!options.table.empty())
-        return explainTable(site.pairs, options.table, options.offline);
-    if (options.live)
-        return explainLive(site.pairs, options.server.empty() ? site.host : options.server);
-    return explain(site.pairs, states);
+    Explaining asked = options.explaining;
+    asked.server = options.server.empty() ? site.host : options.server;
+    return explain(site.pairs, asked);
 }
 
 // Whether this is a card that uses its modem.
@@ -119,7 +118,7 @@ int main(int argc, char* argv[])
                  "Exit status: 0 nothing found, 1 warnings, 2 errors");
     Options options;
     addChecking(app, options);
-    const CLI::App* explaining = addExplaining(app, options);
+    const CLI::App* explaining = addExplaining(app, options.explaining);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& wrong) {

@@ -1,7 +1,7 @@
-// The GSM message file: what its reader tolerates silently.
+// Checks the GSM message file for mistakes that its reader ignores.
 #include "Elements.h"
+#include "GsmAlphabet.h"
 #include "Site.h"
-#include "gsmAlphabet.h"
 
 #include <algorithm>
 #include <cctype>
@@ -21,7 +21,7 @@ bool endsIn(const std::string& text, const std::string& end)
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// The command word at the end of a message; the ON within a longer word does what any other ending does.
+// The command word at the end of a message. ON as the end of a longer word does not count: any other ending is ON, too.
 std::string commandWord(const std::string& message)
 {
     for (const char* word : {"OFF", "QUERY"}) {
@@ -75,17 +75,16 @@ private:
             error(node, "the number " + number +
                             " has more than ten characters and is refused: write it as the network shows it");
         else if (!digits)
-            error(node, "the number \"" + number + "\" holds other than digits: no sender will match it");
+            error(node, "the number \"" + number + "\" has characters other than digits: no sender will match it");
         else if (std::find(record.numbers.begin(), record.numbers.end(), number) != record.numbers.end())
-            warning(node, "the number " + number +
-                              " stands in this Label already, and gets each alarm twice: take one "
-                              "away");
+            warning(node,
+                    "the number " + number + " is repeated in this Label, so it gets each alarm twice: remove one");
         else if (record.numbers.size() == kMostNumbers)
             error(node, "an eleventh number of one Label is ignored: use a second Label");
         if (digits && number.size() <= kServiceNumber)
-            warning(node, "the number " + number + " is as short as that of an emergency call: write a whole number");
+            warning(node, "the number " + number + " is as short as an emergency number: write the whole number");
         if (std::find(kExampleNumbers.begin(), kExampleNumbers.end(), number) != kExampleNumbers.end())
-            warning(node, "the number " + number + " is the example's, which nobody has: write yours");
+            warning(node, "the number " + number + " is from the example, and nobody has it: write yours");
         if (number.size() <= kLongestNumber && record.numbers.size() < kMostNumbers)
             record.numbers.push_back(number);
     }
@@ -93,39 +92,41 @@ private:
     void checkRecord(xmlNode* label, const Record& record)
     {
         if (record.label.empty())
-            error(label, "no name: the record commands no input of its own; name the label");
+            error(label, "the record has no name, so it has no label to command: give it one");
         if (record.label.size() > kLongestLabel)
             error(label, "the name is cut to 31 characters and matches no port: use a shorter one");
         checkLabel(label, "name", record.label);
         if (record.numbers.empty())
             warning(label, "no number: nobody can command it, and its alarm reaches nobody");
-        // Ten numbers and more are two records with one text.
+        // Somebody with more than ten numbers needs two records with the same text.
         for (const Record& other : m_site.records) {
             if (!record.label.empty() && other.label == record.label &&
                 (other.message != record.message || other.numbers.size() < kMostNumbers))
                 warning(label, "the Label of line " + std::to_string(other.line) + " is named " + record.label +
-                                   " too, and each has a state of its own: make one of them, or correct a name");
+                                   ", too, and each has its own state: merge them, or correct a name");
         }
     }
 
     void checkText(xmlNode* label, const std::string& message)
     {
         if (message.empty()) {
-            error(label, "no message: every SMS of these numbers is a command for it; give it one");
+            error(label,
+                  "the record has no message, so every SMS from its numbers is a command for it: give it a message");
             return;
         }
         const std::string quoted = "the message \"" + message + '"', word = commandWord(message);
         if (message.size() > kLongestMessage)
             error(label, "the message is cut to 159 characters: use a shorter one");
         else if (message.size() + kReply.size() > kLongestMessage)
-            warning(label, "the answer to a QUERY is cut to 159 characters, without its state: use a message of 145");
+            warning(label, "the answer to a QUERY is cut to 159 characters, so its state is missing: use a message of "
+                           "at most 145");
         if (std::any_of(message.begin(), message.end(), [](unsigned char c) { return c < 32; }))
-            error(label, "the message has control characters, and the modem is not sent them");
+            error(label, "the message has control characters, which are not sent to the modem: remove them");
         if (message.front() == ' ' || message.back() == ' ')
-            warning(label, quoted + " begins or ends in a blank, which each SMS must have: take it away");
+            warning(label, quoted + " begins or ends with a blank, which every SMS would need: remove it");
         if (!word.empty())
-            warning(label, quoted + " ends in " + word + ", which is a command: write what stands before it, and " +
-                               word + " in the SMS");
+            warning(label, quoted + " ends in " + word + ", which is a command: remove it here, and write " + word +
+                               " in the SMS");
         const GsmVerdict verdict = gsmVerdict(message);
         if (!verdict.lacking.empty())
             error(label, "the GSM alphabet lacks " + verdict.lacking + " of the message: use another character");
@@ -148,8 +149,9 @@ void checkMessages(Site& site, Report& report)
     if (!document) {
         struct stat file {};
         if (!site.namesMessages && site.alarms.empty() && stat(site.messages.c_str(), &file) != 0 && errno == ENOENT)
-            report.warning(site.messages, 0,
-                           "there is no such file: on a TAVLite card no SMS is obeyed, a TAV card needs none");
+            report.warning(
+                site.messages, 0,
+                "there is no such file: a TAVLite card obeys no SMS without it; a TAV card does not need it");
         else
             reportUnusable(site.messages, trouble, "no SMS is obeyed", report);
         return;
@@ -157,7 +159,7 @@ void checkMessages(Site& site, Report& report)
     xmlNode* root = xmlDocGetRootElement(document.get());
     if (!xmlFile::isElement(root, "gsm_connections")) {
         report.error(site.messages, root != nullptr ? xmlGetLineNo(root) : 0,
-                     "the document element is not gsm_connections, and no SMS is obeyed");
+                     "the root element is not gsm_connections, so no SMS is obeyed");
         return;
     }
     MessageFile(site, report).check(root);

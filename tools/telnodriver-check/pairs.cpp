@@ -1,4 +1,4 @@
-// The I/O pair file: what its reader tolerates silently.
+// Checks the I/O pair file for mistakes that its reader ignores.
 #include "Elements.h"
 #include "Site.h"
 
@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    // What a connection adds to the site, unless it is refused.
+    // Adds a connection to the site, unless it is refused.
     struct Gathered {
         std::vector<Place> inputs, last, commanded, outputs, alarms;
         std::vector<long> triggers;
@@ -44,18 +44,18 @@ private:
         checkAttributes(node, {"operation"});
         const std::string word = attribute(node, "operation").value_or("OR");
         if (std::find(kOperations.begin(), kOperations.end(), word) == kOperations.end())
-            error(node, "the operation \"" + word + "\" is none, and OR is taken: write OR, AND or INVERSE");
+            error(node, "the operation \"" + word + "\" is unknown and treated as OR: write OR, AND or INVERSE");
         return word;
     }
 
-    // The label of a detail; empty if it has none that can be used.
+    // The label of a detail; empty if it has no usable label.
     std::string label(xmlNode* detail)
     {
         checkAttributes(detail, {"io_label", "dev_type", "io_invert"});
         const std::string text = attribute(detail, "io_label").value_or("");
         const auto type = attribute(detail, "dev_type"), invert = attribute(detail, "io_invert");
         if (type && std::find(kTypes.begin(), kTypes.end(), *type) == kTypes.end())
-            warning(detail, "the device type \"" + *type + "\" is none: write IO, AC, ANALOG, ANALOG_IO or GSM");
+            warning(detail, "the device type \"" + *type + "\" is unknown: write IO, AC, ANALOG, ANALOG_IO or GSM");
         if (invert && *invert != "true" && *invert != "false")
             error(detail, "io_invert=\"" + *invert + "\" does not invert: only \"true\" does");
         if (text.size() <= kLongestLabel) {
@@ -63,7 +63,7 @@ private:
             return text;
         }
         error(detail, "the label " + text +
-                          " has more than 31 characters, and its whole connection is refused: use a shorter one");
+                          " has more than 31 characters, so the whole connection is refused: use a shorter one");
         m_refused = true;
         return {};
     }
@@ -85,11 +85,11 @@ private:
         if (m_refused)
             return;
         if (!usable[0])
-            error(connection,
-                  "no usable trigger, and the connection is left out: give it a trigger with a labelled detail");
+            error(connection, "the connection is left out, because it has no usable trigger: give it a trigger with a "
+                              "labelled detail");
         if (!usable[1])
-            error(connection,
-                  "no usable action, and the connection is left out: give it an action with a labelled detail");
+            error(connection, "the connection is left out, because it has no usable action: give it an action with a "
+                              "labelled detail");
         if (usable[0] && usable[1])
             m_site.rules.push_back({m_gathered.action, m_gathered.triggers});
         append(m_site.inputs, m_gathered.inputs);
@@ -136,7 +136,8 @@ private:
             }
         });
         if (children > kMostChildren) {
-            error(trigger, "more than 65535 details and triggers, and the whole connection is refused: nest them");
+            error(trigger,
+                  "the whole connection is refused, because a trigger has more than 65535 children: nest them");
             m_refused = true;
         }
         if (children > 1)
@@ -153,17 +154,17 @@ private:
         const std::string text = label(detail);
         if (text.empty()) {
             if (!m_refused)
-                warning(detail, "a detail without a label adds nothing: give it an io_label");
+                warning(detail, "a detail without a label has no effect: give it an io_label");
             return false;
         }
         const long line = xmlGetLineNo(detail);
         const bool inverted = attribute(detail, "io_invert").value_or("") == "true";
         const auto twin = seen.emplace(std::make_pair(text, inverted), line);
         if (!twin.second)
-            warning(detail, "the same detail stands in line " + std::to_string(twin.first->second) +
-                                " already: take one away, or correct its label");
+            warning(detail, "the same detail is in line " + std::to_string(twin.first->second) +
+                                ": remove one, or correct its label");
         if (attribute(detail, "dev_type").value_or("") == "GSM")
-            warning(detail, "GSM is no type of an input, and is not looked at: write IO; for an alarm SMS write it in "
+            warning(detail, "GSM on an input is ignored: write IO; for an alarm SMS, write GSM in "
                             "the action");
         m_gathered.inputs.push_back({text, line});
         if (outermost)
@@ -171,11 +172,11 @@ private:
         return true;
     }
 
-    // All details of an action are one set of values: the last of each attribute counts.
+    // The details of an action are merged: the last value of each attribute counts.
     bool checkAction(xmlNode* action)
     {
         if (operation(action) == "AND")
-            warning(action, "AND has no meaning on an action: take it away, or write it on the trigger");
+            warning(action, "AND on an action is ignored: remove it, or write it on the trigger");
         std::string gathered, type;
         int details = 0;
         forEachElement(action, {"detail"}, [&](xmlNode* detail) {
@@ -187,7 +188,7 @@ private:
                 warning(detail, "io_invert has no effect on an action: write operation=\"INVERSE\" on the action");
         });
         if (details > 1)
-            warning(action, "the details of one action are read into one: make a connection for each output");
+            warning(action, "the details of one action are merged: make a connection for each output");
         if (gathered.empty())
             return false;
         m_gathered.action = xmlGetLineNo(action);
@@ -197,8 +198,8 @@ private:
 
     Site& m_site;
     Gathered m_gathered;
-    bool m_refused = false; // the connection that is being checked
-    Place m_last{"", 0};    // the input at the end of the trigger that was checked last
+    bool m_refused = false; // the connection being checked
+    Place m_last{"", 0};    // the last input of the last trigger
 };
 
 } // namespace
@@ -216,7 +217,7 @@ void reportUnusable(const std::string& file, const std::string& trouble, const s
         }
         why.erase(0, why.find_first_not_of(' '));
     }
-    report.error(file, line, "cannot be used, and " + consequence + ": " + why);
+    report.error(file, line, "cannot be used, so " + consequence + ": " + why);
 }
 
 void checkPairs(Site& site, Report& report)
@@ -230,7 +231,7 @@ void checkPairs(Site& site, Report& report)
     xmlNode* root = xmlDocGetRootElement(document.get());
     if (!xmlFile::isElement(root, "io_connections"))
         report.error(site.pairs, root != nullptr ? xmlGetLineNo(root) : 0,
-                     "the document element is not io_connections, and no output is driven");
+                     "the root element is not io_connections, so no output is driven");
     else
         PairFile(site, report).check(root);
 }

@@ -1,4 +1,4 @@
-// The properties file: keys that nobody reads, values that are cut or cannot work, lines that are lost.
+// Checks the properties file: unknown keys, values that are cut or cannot work, lines that are not read.
 #include "properties.h"
 #include "Logging.h"
 #include "Site.h"
@@ -27,26 +27,25 @@ bool allOf(const std::string& text, const char* characters)
     return text.find_first_not_of(characters) == std::string::npos;
 }
 
-// Why the daemon cannot reach @p host by any network; empty where it may.
+// Why @p host cannot be a host; empty if it can.
 std::string hostTrouble(const std::string& host)
 {
     in_addr v4{};
     in6_addr v6{};
     const std::string address = host.substr(0, host.find('%')); // a link-local one names its interface
     if (host.empty())
-        return "host is empty, and no input or output is found: write the object server's address";
+        return "host is empty, so no input or output is found: write the object server's address";
     if (inet_pton(AF_INET, host.c_str(), &v4) == 1 || inet_pton(AF_INET6, address.c_str(), &v6) == 1)
         return "";
     const size_t colon = host.find(':');
     if (colon != std::string::npos && host.find(':', colon + 1) == std::string::npos)
-        return "host \"" + host + "\" has a port, and is no address with it: write " + host.substr(0, colon) +
-               "; the port is always 60000";
+        return "host \"" + host + "\" has a port: write " + host.substr(0, colon) + "; the port is always 60000";
     if (allOf(host, "0123456789."))
-        return "host \"" + host + "\" is no address: write four numbers from 0 to 255, or a name";
+        return "host \"" + host + "\" is not an address: write four numbers from 0 to 255, or a name";
     const bool name = std::all_of(host.begin(), host.end(),
                                   [](unsigned char c) { return isalnum(c) != 0 || c == '-' || c == '.' || c == '_'; });
     if (!name || host.front() == '.' || host.front() == '-' || host.find("..") != std::string::npos)
-        return "host \"" + host + "\" is no address and no name: write the object server's address";
+        return "host \"" + host + "\" is neither an address nor a name: write the object server's address";
     return "";
 }
 
@@ -66,7 +65,7 @@ public:
             const size_t end = std::min(text.find('\n', at), text.size());
             std::string line = text.substr(at, end - at);
             if (line.size() > kLongestLine) {
-                error("a line of more than 255 characters: it and all that follows is not read");
+                error("the line has more than 255 characters: it and all lines after it are ignored");
                 break;
             }
             if (!line.empty() && line.back() == '\r') {
@@ -79,7 +78,7 @@ public:
         }
         if (firstReturn != 0)
             m_report.error(m_site.properties, firstReturn,
-                           "the line ends in CR LF, and the CR belongs to the value: save the file with LF line ends",
+                           "the line ends in CR LF, so the value ends in CR: save the file with LF line ends",
                            carriageReturns);
         m_logging.finish(text);
         m_site.namesMessages = m_seen.count("gsmconfigFile") != 0;
@@ -98,7 +97,7 @@ private:
         }
         const std::string key = content.substr(0, equals), value = content.substr(equals + 1), name = trimmed(key);
         if (!m_seen.insert(key).second)
-            warning("the key " + key + " stands above already; the first one counts");
+            warning("the key " + key + " is repeated: the first line counts");
         if (name.rfind("log4cpp.", 0) == 0) {
             m_logging.take({m_line, offset, line.size(), offset + equals + 1, name, value});
             return;
@@ -113,16 +112,16 @@ private:
             }
         }
         const std::string meant = likely(name, names);
-        warning("nobody reads the key \"" + key + '"' + (meant.empty() ? "" : ": " + meant + " may be meant"));
+        warning("the key \"" + key + "\" is unknown" + (meant.empty() ? "" : ": " + meant + " may be meant"));
     }
 
     void checkBlanks(const std::string& name, const std::string& key, const std::string& value, size_t offset)
     {
         if (name != key)
-            error("blanks belong to the key \"" + key + "\", which nobody reads: write " + name + "= without blanks",
+            error("the key \"" + key + "\" has blanks, so it is unknown: write " + name + "= without blanks",
                   {{offset, key.size(), name}});
         if (trimmed(value) != value)
-            error("blanks belong to the value of " + name + ": take them away, also before a #",
+            error("the value of " + name + " has blanks at an end: remove them, also before a #",
                   {{offset + key.size() + 1, value.size(), trimmed(value)}});
     }
 
@@ -143,7 +142,7 @@ private:
             if (m_site.serialPort.line == 0) // the first one counts
                 m_site.serialPort = {value, m_line};
             if (value.empty() || value.front() != '/')
-                error("serialPortName \"" + value + "\" is no path of a device: write /dev/" +
+                error("serialPortName \"" + value + "\" is not the path of a device: write /dev/" +
                       (value.empty() ? "ttyS3" : value));
         }
     }
@@ -151,7 +150,7 @@ private:
     void checkPin(const std::string& pin)
     {
         if (pin.size() > kLongestPin && allOf(pin, "0123456789"))
-            error("simPin has more than 7 digits, and the daemon would send the first 7 only: each wrong PIN that is "
+            error("simPin has more than 7 digits, and the daemon would send only the first 7: each wrong PIN that is "
                   "sent costs the SIM a try; give the SIM a PIN of 4 to 7 digits");
         else if (pin.size() < 4 || !allOf(pin, "0123456789") || pin.size() > kLongestPin)
             error("simPin is not 4 to 7 digits: each wrong PIN that is sent costs the SIM a try; write the SIM's PIN");
@@ -163,11 +162,12 @@ private:
     {
         struct stat mode {};
         if (m_seen.count("simPin") == 0)
-            m_report.warning(m_site.properties, 0,
-                             "no simPin: a TAVLite card sends 1357 to a SIM that asks for its PIN, and a wrong PIN "
-                             "costs a try; write the SIM's PIN");
+            m_report.warning(
+                m_site.properties, 0,
+                "there is no simPin: a TAVLite card then sends 1357 to a SIM that asks for its PIN, and a wrong PIN "
+                "costs a try; write the SIM's PIN");
         else if (stat(m_site.properties.c_str(), &mode) == 0 && (mode.st_mode & S_IROTH) != 0)
-            m_report.warning(m_site.properties, 0, "others can read the file, and it holds the PIN: chmod o-r");
+            m_report.warning(m_site.properties, 0, "others can read the file, which holds the PIN: chmod o-r");
     }
 
     void error(const std::string& text, const std::vector<Edit>& edits = {})
@@ -187,7 +187,7 @@ private:
 
 void checkProperties(Site& site, Report& report)
 {
-    cProperties properties; // what the daemon makes of it, by its own reader
+    cProperties properties; // the daemon's own reader
     std::string text;
     if (readText(site.properties, text)) {
         PropertiesFile(site, report).check(text);

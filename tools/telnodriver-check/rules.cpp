@@ -1,4 +1,4 @@
-// What the rules of the pair file do together: those that never or always act, contradict or drive one another.
+// Checks the rules of the pair file: those that never or always act, contradict or drive one another.
 #include "Evaluation.h"
 #include "Site.h"
 
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    // The outermost trigger that is constant says all.
+    // Reports only the outermost trigger that is constant.
     void checkConstant(size_t index)
     {
         const std::vector<tavTrigger*> triggers = Evaluation::composites(m_connections[index]->getTrigger());
@@ -40,7 +40,7 @@ private:
             return trigger->getOperation() == tavTrigger::INVERSE;
         });
         if (inverse || triggers.size() != lines.size())
-            return; // never active for another reason, which is told
+            return; // never active for another reason, which is reported
         std::set<tavTrigger*> covered;
         for (size_t i = 0; i < triggers.size(); ++i) {
             const char* word = nullptr;
@@ -83,7 +83,7 @@ private:
                 continue;
             const std::string place = std::to_string(m_site.rules[other.first->second].action);
             m_report.warning(m_site.pairs, m_site.rules[i].action,
-                             "the output " + label + " is driven by the connection of line " + place + " too" +
+                             "the output " + label + " is driven by the connection of line " + place + ", too" +
                                  verdict(m_connections[other.first->second], m_connections[i]));
         }
     }
@@ -93,7 +93,7 @@ private:
         bool certain = true;
         const auto states = m_evaluation.contradiction(one, other, certain);
         if (!states)
-            return certain ? ", always in the same way: take one of them away"
+            return certain ? ", always in the same way: remove one of them"
                            : ": the last one evaluated wins; join their triggers";
         std::string shown;
         size_t count = 0;
@@ -107,7 +107,7 @@ private:
         return ", and they contradict each other with " + shown + ": the last one evaluated wins; join their triggers";
     }
 
-    // Inputs that bear the label of a record stand for an SMS, whatever the outputs are called.
+    // An input with the label of a record stands for an SMS, even if an output has that label.
     std::set<std::string> commanded() const
     {
         std::set<std::string> records, both;
@@ -199,10 +199,10 @@ private:
         m_report.warning(m_site.pairs, m_site.rules[loop.front()].action,
                          loop.size() == 1
                              ? "the output " + label +
-                                   " is an input of its own rule, which may switch to and fro or "
-                                   "stay for ever: take another input"
+                                   " is an input of its own rule, which may oscillate or "
+                                   "stay active for ever: use another input"
                              : "the output " + label + " leads back to its own rule by the connections of line" +
-                                   lines + ", which may switch to and fro or stay for ever: break the loop");
+                                   lines + ", which may oscillate or stay active for ever: break the loop");
     }
 
     const Site& m_site;
@@ -221,7 +221,7 @@ void checkRules(const Site& site, Report& report)
 {
     if (site.rules.empty())
         return;
-    cWlog::init(cWlog::FATAL); // what the reader finds is in the report already
+    cWlog::init(cWlog::FATAL); // the reader's findings are in the report already
     static auto* const evaluation = new Evaluation(site.pairs);
     if (evaluation->connections().size() == site.rules.size())
         Rules(site, *evaluation, report).check();

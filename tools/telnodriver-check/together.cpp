@@ -1,4 +1,4 @@
-// What only two places together show: labels, messages and numbers that do not fit, and cards that answer each other.
+// Checks between files: labels, messages and numbers that do not match, and cards that answer each other.
 #include "Server.h"
 #include "Site.h"
 
@@ -22,7 +22,7 @@ bool holds(const std::vector<Place>& places, const std::string& label)
     return std::any_of(places.begin(), places.end(), [&](const Place& place) { return place.label == label; });
 }
 
-// One SMS has one sender: records without a common number cannot be commanded together.
+// An SMS has one sender, so it cannot command two records without a common number.
 bool shareNumber(const Record& one, const Record& other)
 {
     return std::any_of(one.numbers.begin(), one.numbers.end(), [&](const std::string& number) {
@@ -52,7 +52,7 @@ void checkCase(const Site& site, Report& report)
     }
 }
 
-// Whether an input is the last child of an AND or OR: while it is offline and no earlier child decides, it does.
+// Whether an input is the last child of an AND or OR. If no earlier child decides, it does, even while it is offline.
 bool decides(const Site& site, const Place& input)
 {
     return std::any_of(site.last.begin(), site.last.end(),
@@ -65,7 +65,7 @@ void checkRecords(const Site& site, Report& report)
         if (!record.label.empty() && !holds(site.commanded, record.label) && !holds(site.alarms, record.label))
             report.warning(site.messages, record.line,
                            "no outermost trigger has a detail labelled " + record.label +
-                               " and no GSM action bears it: ON and OFF do nothing");
+                               ", and no GSM action has that label: ON and OFF do nothing");
         for (const Record& other : site.records) {
             if (&other == &record || record.message.empty() || !begins(other.message, record.message) ||
                 !shareNumber(record, other))
@@ -74,8 +74,8 @@ void checkRecords(const Site& site, Report& report)
                          "the message \"" + record.message + "\" begins that of line " + std::to_string(other.line) +
                              ": one SMS would command both");
         }
-        // A card that is sent "MESSAGE STATE:HIGH" or "MESSAGE LOW" by another one takes it for a command when its own
-        // record begins so and lists that card's number.
+        // A card takes "MESSAGE STATE:HIGH" or "MESSAGE LOW" from another card for a command, if the text begins with
+        // the message of its own record and this lists the other card's number.
         for (const Record& other : site.records) {
             for (const char* sent : {" STATE:", " LOW"}) {
                 if (!record.message.empty() && begins(other.message + sent, record.message) &&
@@ -93,7 +93,7 @@ void checkAlarms(const Site& site, Report& report)
     for (const Record& record : site.records) {
         if (holds(site.alarms, record.label) && record.message.size() + kAlarmEnd.size() > kLongestAlarm)
             report.error(site.messages, record.line,
-                         "the alarm text is cut to 135 characters, its \" LOW\" included: use a message of 131");
+                         "the alarm text is cut to 135 characters, including \" LOW\": use a message of at most 131");
     }
     for (const Place& alarm : site.alarms) {
         const bool found = std::any_of(site.records.begin(), site.records.end(),
@@ -104,7 +104,7 @@ void checkAlarms(const Site& site, Report& report)
     }
 }
 
-// A text that one card sends and the other obeys: a reply is an answer to QUERY, an alarm is sent unasked.
+// A text that one card sends and the other obeys: a reply (the answer to a QUERY) or an alarm.
 struct Obeyed {
     long sender, receiver; // lines
     std::string text;
@@ -116,7 +116,8 @@ std::vector<Obeyed> obeyed(const Site& from, const Site& at)
 {
     std::vector<Obeyed> found;
     for (const Record& sender : from.records) {
-        const bool alarms = from.pairs.empty() || holds(from.alarms, sender.label); // its pair file may not be known
+        const bool alarms =
+            from.pairs.empty() || holds(from.alarms, sender.label); // the other card's pair file may be unknown
         for (const Record& receiver : at.records) {
             for (const bool alarm : {false, true}) {
                 if (alarm && !alarms)
@@ -185,8 +186,8 @@ void checkServer(const Site& site, const std::string& host, Report& report)
             if (known.count(place.label) == 0 && !outputs && decides(site, place))
                 report.warning(site.pairs, place.line,
                                "the object server has no input " + place.label +
-                                   ", and as the last child it leaves its trigger without a state: put a known "
-                                   "input last, or take it away");
+                                   ", so its trigger has no state, since this is the last child: put a known "
+                                   "input last, or remove it");
             else if (known.count(place.label) == 0)
                 report.warning(site.pairs, place.line,
                                std::string("the object server has no ") + (outputs ? "output " : "input ") +

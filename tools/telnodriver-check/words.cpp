@@ -1,4 +1,4 @@
-// Words of the files: what was likely meant.
+// Helpers for words: trimming, and the likely meaning of an unknown one.
 #include "Site.h"
 
 #include <algorithm>

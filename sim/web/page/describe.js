@@ -7,7 +7,7 @@ export function describe(event) {
     case 'output':
       return `${event.label} was driven ${event.value}${event.by === 'nobody' ? '' : ` by ${event.by}`}`;
     case 'sms-in':
-      return `SMS of ${event.who}: ${event.text}`;
+      return `SMS from ${event.who}: ${event.text}`;
     case 'sms-out':
       return `the card's SMS to ${event.who}: ${event.text}`;
     case 'to-modem':

@@ -1,11 +1,11 @@
-#include "gsmAlphabet.h"
+#include "GsmAlphabet.h"
 
 #include <cstdio>
 #include <libxml/xmlstring.h>
 
 namespace {
 
-// Those with their ASCII code, then the rest.
+// The characters with their ASCII code, then the others.
 const std::u32string kPlain =
     U"\n\r !\"#%&'()*+,-./0123456789:;<=>?ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 const std::u32string kOther = U"@£$¥èéùìòÇØøÅåΔ_ΦΓΛΩΠΨΣΘΞÆæßÉ¤¡ÄÖÑÜ§¿äöñüà";
@@ -25,7 +25,7 @@ GsmVerdict gsmVerdict(const std::string& text)
         int length = static_cast<int>(text.size() - at);
         const int code = xmlGetUTF8Char(reinterpret_cast<const unsigned char*>(text.data() + at), &length);
         if (code < 0)
-            break; // the parser hands out UTF-8 only
+            break; // cannot happen: the parser returns UTF-8
         const std::string shown = text.substr(at, static_cast<size_t>(length));
         const auto character = static_cast<char32_t>(code);
         if (holds(kOther, character) || holds(kExtension, character)) {
