@@ -34,10 +34,12 @@ std::string readStart(const std::string& file, std::string& content)
     if (!stream) {
         return std::strerror(errno);
     }
-    content.resize(std::min(static_cast<size_t>(status.st_size), kMaxFileBytes));
     errno = 0;
-    stream.read(&content[0], static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<size_t>(stream.gcount()));
+    char bytes[4096];
+    do { // its size may be a lie, as in /proc
+        stream.read(bytes, sizeof bytes);
+        content.append(bytes, static_cast<size_t>(stream.gcount()));
+    } while (stream.good() && content.size() < kMaxFileBytes);
     return stream.bad() ? std::strerror(errno) : "";
 }
 

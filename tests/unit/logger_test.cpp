@@ -115,6 +115,17 @@ TEST_F(Logger, LeavesTheLineBreaksOfAFormatWhereTheyStand)
                          std::string(1021, 'x') + "\ne\nINFO Gsm: " + std::string(1023, 'y') + "\n");
 }
 
+#define TEN(text) text text text text text text text text text text
+
+TEST_F(Logger, TakesAFormatThatDoesNotFitForData)
+{
+    configure(fileAppender(mFolder.path("log"), "DEBUG"));
+    mLogger.info("%s" TEN(TEN(TEN("\n"))), "");
+    // The second conversion begins where a copy of the format would be cut.
+    mLogger.info("%." TEN(TEN(TEN("0"))) TEN("0") TEN("0") "s%s", "", "a\nERROR Gsm: forged");
+    EXPECT_EQ(log(), "INFO Gsm: \nINFO Gsm: a\\nERROR Gsm: forged\n");
+}
+
 __attribute__((format(printf, 3, 4))) void later(cWlog& log, cWlog::WlogPiority priority, const char* format, ...)
 {
     va_list arguments;
@@ -137,17 +148,6 @@ TEST_F(Logger, LinesForLaterAreWrittenAsTheyWouldBeAtOnceWhenTheLockHasGone)
     later(mLogger, cWlog::INFO, "at once\n");
     EXPECT_EQ(log(), "WARN Gsm: no 7\nDEBUG Gsm: a\\n\nINFO Gsm: \nINFO Gsm: " + std::string(1023, 'x') +
                          "\nINFO Gsm: at once\n");
-}
-
-#define TEN(text) text text text text text text text text text text
-
-TEST_F(Logger, TakesAFormatThatDoesNotFitForData)
-{
-    configure(fileAppender(mFolder.path("log"), "DEBUG"));
-    mLogger.info("%s" TEN(TEN(TEN("\n"))), "");
-    // The second conversion begins where a copy of the format would be cut.
-    mLogger.info("%." TEN(TEN(TEN("0"))) TEN("0") TEN("0") "s%s", "", "a\nERROR Gsm: forged");
-    EXPECT_EQ(log(), "INFO Gsm: \nINFO Gsm: a\\nERROR Gsm: forged\n");
 }
 
 TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
@@ -181,7 +181,8 @@ TEST_F(Logger, SaysWhatIsWrongOnceAndLogsToStandardError)
         EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 2) << first;
         EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }), IsEmpty()) << row.name;
     }
-    for (const char* unreadable : {"/no/where: No such file or directory\n", "/: not a regular file\n"}) {
+    for (const char* unreadable : {"/no/where: No such file or directory\n", "/: not a regular file\n",
+                                   "/proc/self/mem: Input/output error\n"}) {
         const std::string file(unreadable, strcspn(unreadable, ":"));
         EXPECT_THAT(standardErrorOf([&] { cWlog::init(file.c_str()); }),
                     HasSubstr(std::string(" ERROR cWlog: ") + unreadable));
