@@ -313,7 +313,7 @@ TEST(Gsm, IsDeadWithoutItsPort)
                 AllOf(HasSubstr("Failed to open serial connection"), HasSubstr("Modem could not be initialized"),
                       HasSubstr("/nowhere/ttyS9")));
     {
-        static Gsm& threadless = *new Gsm;
+        auto& threadless = forEver<Gsm>();
         const NoThreads refused;
         testing::internal::CaptureStderr();
         EXPECT_FALSE(threadless.initialiseGsm(nowhere, pin));

@@ -117,6 +117,9 @@ TEST_F(ManagerAndServer, PollsOnceAtTheStartNeverOnASiteEventAndSeldomInAStormOf
     for (size_t i = 1; i <= kReconnections; ++i) {
         server.sendRaw("\xff\xff\xff\xff"); // no message: the client drops the connection
         ASSERT_TRUE(server.waitUntil([&] { return server.connections() == i + 1; }, kLimit));
+        const bool set = i % 2 == 0; // obeyed on the new connection, which a poll too many could use as well
+        server.setInput("IN1", set ? kSet : kClear);
+        ASSERT_TRUE(outputsStand(set ? kSet : kClear, set ? kClear : kSet));
     }
     ASSERT_TRUE(server.waitUntil([this] { return server.gets() > kGetsOfAPoll; }, kLimit)) << "told of a reconnection";
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begun);
