@@ -32,8 +32,8 @@ private:
     static thread_local LaterLog* s_current;
     cWlog& m_log;
     size_t m_used = 0;
-    char m_first[256];  // lines, each with a letter for its priority before it and a NUL behind it, ...
-    std::string m_more; // ... and those for which there was no room
+    char m_first[256] = ""; // lines, each with a letter for its priority before it and a NUL behind it, ...
+    std::string m_more;     // ... and those for which there was no room
 };
 
 #endif

@@ -117,6 +117,7 @@ void Supervisor::smsCame()
 void* Supervisor::thread(void* supervisor)
 {
     static_cast<Supervisor*>(supervisor)->tell();
+    return nullptr;
 }
 
 // On the supervisor's thread: the line whenever it has changed, an answer to the watchdog as long as nobody hangs.

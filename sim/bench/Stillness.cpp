@@ -115,8 +115,8 @@ bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
             continue;
         const char state = *stateIn(text);
         if (state == 'Z' && process.threads.size() == 1)
-            look.ended.push_back(ofProcess); // the last of its threads is the process
-        else if (state != 'S' && state != 'Z' && state != 'X')
+            look.ended.push_back(ofProcess);       // the last of its threads is the process
+        else if (strchr("SZXt", state) == nullptr) // t: stopped by a debugger or a test
             look.allSleep = false;
         if (!look.allSleep)
             return true;

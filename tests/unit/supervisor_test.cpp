@@ -1,7 +1,8 @@
 // What a service manager is told, by the supervisor alone and by the real daemon. The manager is a socket of the test.
 #include "supervisor.h"
 
-#include "../speed/daemonBench.h"
+#include "bench/Card.h"
+#include "bench/Sandbox.h"
 
 #include <gmock/gmock.h>
 
@@ -14,6 +15,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <utility>
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
@@ -55,6 +57,13 @@ public:
             if (message.find(text) != std::string::npos)
                 return true;
         }
+    }
+    // Reads all that has come, after what was read before.
+    void readWhatCame()
+    {
+        char bytes[4096];
+        for (ssize_t got = 0; (got = recv(m_fd, bytes, sizeof bytes, MSG_DONTWAIT)) > 0;)
+            heard.append(bytes, static_cast<size_t>(got));
     }
     // Whether no answer comes for three times as long as one is due within.
     bool misses(std::chrono::milliseconds watchdog) { return !hears("WATCHDOG=1", 3 * watchdog); }
@@ -114,13 +123,6 @@ pid_t threadOf(pid_t daemon, const std::string& name)
     return 0;
 }
 
-pid_t daemonProcess()
-{
-    pid_t child = 0;
-    std::ifstream("/proc/self/task/" + std::to_string(getpid()) + "/children") >> child;
-    return child;
-}
-
 // Stops one thread of the daemon, and lets it go on at the end.
 class Stopped {
 public:
@@ -141,44 +143,61 @@ private:
     bool m_stopped;
 };
 
-TEST(DaemonAndServiceManager, IsToldWhatTheDaemonIsDoing)
+// The packaged example on the bench's clock, under a manager that expects an answer every two seconds.
+class DaemonAndServiceManager : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(bench::enterSandbox(), ""); }
+    DaemonAndServiceManager() { m_card.useConfig(CONFIGURATION); }
+
+    // What the manager has heard at the end of this time, and not been asked for before.
+    std::string heardIn(std::chrono::seconds time)
+    {
+        const auto end = bench::Time::Clock::now() + time;
+        m_card.time().settle();
+        while (bench::Time::Clock::now() < end) {
+            m_card.time().pass(end);
+            m_manager.readWhatCame(); // few fit into the socket
+        }
+        return std::exchange(m_manager.heard, "");
+    }
+
+    Manager m_manager{2s};
+    bench::Card m_card{bench::findTools(""), bench::Pace()};
+};
+
+TEST_F(DaemonAndServiceManager, IsToldWhatTheDaemonIsDoing)
 {
-    DaemonBench bench;
-    Manager manager(2s);
-    bench.configure(2, true);
-    bench.startServer();
-    bench.startDaemon();
-    ASSERT_TRUE(manager.hears("READY=1"));
-    // Two inputs that drive outputs, one that drives nothing, one alarm.
-    ASSERT_TRUE(manager.hears("STATUS=object server connected, 4 rules; modem ready, -"));
-    EXPECT_THAT(manager.heard, HasSubstr("modem set-up, attempt 1 of 6"));
-    EXPECT_THAT(manager.heard, Not(HasSubstr("last SMS")));
-    bench.waitUntilModemReady();
-    bench.modem->sms("111", "AL OFF");
-    EXPECT_TRUE(manager.hears("; last SMS "));
-    bench.server.stop();
-    EXPECT_TRUE(manager.hears("STATUS=object server not connected, 4 rules; modem ready"));
-    bench.startServer();
-    EXPECT_TRUE(manager.hears("STATUS=object server connected"));
-    EXPECT_TRUE(manager.hears("WATCHDOG=1"));
-    EXPECT_THAT(manager.heard, Not(HasSubstr("hangs")));
+    m_card.start();
+    const std::string atStart = heardIn(120s);
+    EXPECT_THAT(atStart, HasSubstr("READY=1"));
+    EXPECT_THAT(atStart, HasSubstr("modem set-up, attempt 1 of 6"));
+    EXPECT_THAT(atStart, HasSubstr("STATUS=object server connected, 5 rules; modem ready, -"));
+    EXPECT_THAT(atStart, Not(HasSubstr("last SMS")));
+    m_card.sms("0151000001", "PUMP ON");
+    EXPECT_THAT(heardIn(60s), HasSubstr("; last SMS "));
+    m_card.stopServer();
+    EXPECT_THAT(heardIn(60s), HasSubstr("STATUS=object server not connected, 5 rules; modem ready"));
+    m_card.startServer();
+    const std::string atEnd = heardIn(60s);
+    EXPECT_THAT(atEnd, HasSubstr("STATUS=object server connected"));
+    EXPECT_THAT(atEnd, HasSubstr("WATCHDOG=1"));
+    EXPECT_THAT(atEnd, Not(HasSubstr("hangs")));
 }
 
-TEST(DaemonAndServiceManager, HearsNoMoreOfADaemonWhoseDeliveryThreadIsStopped)
+TEST_F(DaemonAndServiceManager, HearsNoMoreOfADaemonWhoseDeliveryThreadIsStopped)
 {
-    DaemonBench bench;
-    Manager manager(2s);
-    bench.configure(2, false);
-    bench.startServer();
-    bench.startDaemon();
-    bench.waitUntilObeyed();
-    ASSERT_TRUE(manager.hears("WATCHDOG=1"));
-    const Stopped delivery(threadOf(daemonProcess(), "delivery"));
+    m_card.setModemPresent(false); // its events would wait for the thread
+    m_card.start();
+    heardIn(10s);
+    m_card.server().setInput("DOOR_OPEN", 1); // the thread has its name from its first message on
+    EXPECT_THAT(heardIn(10s), HasSubstr("WATCHDOG=1"));
+    const Stopped delivery(threadOf(m_card.daemon().process(), "delivery"));
     ASSERT_TRUE(delivery) << strerror(errno);
-    EXPECT_TRUE(manager.hears("WATCHDOG=1")) << "it waits, and no message is there for it";
-    bench.server.setInput("IN0", 1);
-    EXPECT_TRUE(manager.hears("STATUS=the delivery thread hangs; ", Supervisor::kLongestWork + kLimit));
-    EXPECT_TRUE(manager.misses(2s));
+    EXPECT_THAT(heardIn(300s), Not(HasSubstr("hangs"))) << "it waits, and no message is there for it";
+    m_card.server().setInput("SMOKE", 1);
+    EXPECT_THAT(heardIn(Supervisor::kLongestWork - 5s), Not(HasSubstr("hangs")));
+    EXPECT_THAT(heardIn(10s), HasSubstr("STATUS=the delivery thread hangs; "));
+    EXPECT_THAT(heardIn(60s), Not(HasSubstr("WATCHDOG=1")));
 }
 
 } // namespace

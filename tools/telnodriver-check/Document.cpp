@@ -15,7 +15,8 @@ const char kStyle[] = R"css(
 @media screen and (prefers-color-scheme: dark) { :root { --paper:#0f172a; --ink:#e2e8f0; --faint:#a3b1c6;
   --frame:#64748b; --plain:#1e293b; --and:#1e3a8a; --and-line:#93c5fd; --or:#7c2d12; --or-line:#fdba74; --wrong:#7f1d1d;
   --wrong-line:#fca5a5; --output:#334155; --active:#14532d; --stateless:#713f12 } }
-body { background:var(--paper); color:var(--ink); font:16px/1.45 sans-serif; margin:0 auto; max-width:75rem; padding:1rem }
+body { background:var(--paper); color:var(--ink); font:16px/1.45 sans-serif; margin:0 auto; max-width:75rem;
+  padding:1rem }
 h1 { font-size:1.5rem } h2 { font-size:1.2rem; margin:0 0 .4rem } h1, h2, code { overflow-wrap:anywhere }
 code, th { white-space:pre-wrap }
 a { color:var(--and-line) } .faint { color:var(--faint) }
