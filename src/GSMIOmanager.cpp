@@ -79,7 +79,7 @@ GSMIOmanager::~GSMIOmanager() = default;
 
 void GSMIOmanager::debug(const char* format, ...)
 {
-    if (!libraryExtras::mayTrace(static_cast<const cWlog&>(*this)))
+    if (!LaterLog::mayTrace(*this))
         return;
     va_list arguments;
     va_start(arguments, format);

@@ -1,7 +1,6 @@
 // From trigger trees to states, from states to outputs.
 #include "GSMIOmanager.h"
 
-#include "libraryExtras.h"
 #include "smsSendRequestEvent.h"
 
 namespace {
@@ -88,7 +87,7 @@ cObjectPort* GSMIOmanager::inputOf(tavTrigger* leaf)
 // The same for an action's output. With the trace on, every look-up is repeated and traced.
 cObjectDOutput* GSMIOmanager::outputOf(tavTrigger* action)
 {
-    if (!mOutputIndex.isOf(mOutputPorts) || libraryExtras::mayTrace(*this))
+    if (!mOutputIndex.isOf(mOutputPorts) || LaterLog::mayTrace(*this))
         return getOutputs(action->getLabel(), action->getType());
     if (!action->remembersPort(mOutputIndex.number()))
         action->rememberPort(mOutputIndex.number(), getOutputs(action->getLabel(), action->getType()));

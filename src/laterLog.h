@@ -3,6 +3,7 @@
 #define LATERLOG_H
 
 #include "cWlog.h"
+#include "libraryExtras.h"
 
 #include <cstdarg>
 #include <cstddef>
@@ -14,10 +15,16 @@
 class LaterLog {
 public:
     /// @param log borrowed; gets the lines, in order
-    explicit LaterLog(cWlog& log) : m_log(log) { s_current = this; }
+    explicit LaterLog(cWlog& log) : m_log(log), m_mayTrace(libraryExtras::mayTrace(log)) { s_current = this; }
     ~LaterLog();
     LaterLog(const LaterLog&) = delete;
     LaterLog& operator=(const LaterLog&) = delete;
+
+    /// Whether a debug line of @p log may be written. Asked once for the calling thread's LaterLog, not for each line.
+    static bool mayTrace(const cWlog& log)
+    {
+        return s_current != nullptr ? s_current->m_mayTrace : libraryExtras::mayTrace(log);
+    }
 
     /// Writes a line to @p log, or keeps it for the calling thread's LaterLog. Cut to 1023 bytes, without the line
     /// feeds at the ends of the format. @param priority DEBUG, INFO or WARN
@@ -31,6 +38,7 @@ private:
 
     static thread_local LaterLog* s_current;
     cWlog& m_log;
+    const bool m_mayTrace;
     size_t m_used = 0;
     char m_first[256] = ""; // lines, each with a letter for its priority before it and a NUL behind it, ...
     std::string m_more;     // ... and those for which there was no room

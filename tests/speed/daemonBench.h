@@ -59,12 +59,12 @@ public:
 
     /// Input IN<i> drives output OUT<i>; NOISE is evaluated with them and drives nothing. The modem's SMS "AL ON" from
     /// 111 sends an alarm to ten numbers.
-    void configure(unsigned connections, bool withModem)
+    void configure(int connections, bool withModem)
     {
         std::vector<sim::Port> ports;
         std::ofstream pairs("/etc/tav/telnodriver.xml");
         pairs << "<io_connections>\n";
-        for (unsigned i = 0; i < connections; ++i) {
+        for (int i = 0; i < connections; ++i) {
             const std::string number = std::to_string(i);
             ports.push_back(simPort(false, "IN" + number, i + 1U));
             ports.push_back(simPort(true, "OUT" + number, i + 1U));
