@@ -20,6 +20,7 @@ namespace {
 constexpr char kModemLink[] = "/etc/tav/modem";
 constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
 constexpr char kFaultPage[] = "/etc/tav/.fault-page";
+constexpr char kLibraries[] = "/etc/tav/.libraries";
 constexpr char kClockPage[] = "/etc/tav/.clock-page";
 constexpr char kGpioReport[] = "/etc/tav/.gpio-report";
 constexpr uint16_t kServerPort = 60000;
@@ -318,7 +319,12 @@ std::vector<std::string> Card::environment()
         writeConfigFile(".gpio-table", m_gpioTable);
         variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
     }
-    std::string preload = m_tools.libraries + "/libbenchclock.so:" + m_tools.libraries + "/libveliosim.so";
+    // The loader splits the list at blanks and colons, which the folder's own name may have.
+    unlink(kLibraries);
+    if (symlink(m_tools.libraries.c_str(), kLibraries) != 0)
+        throw Failure(std::string(kLibraries) + ": " + strerror(errno));
+    const std::string folder = std::string(kLibraries) + '/';
+    std::string preload = folder + "libbenchclock.so:" + folder + "libveliosim.so";
     // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
     const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
     m_findsLeaks = !addressSanitizer.empty();
@@ -326,7 +332,7 @@ std::vector<std::string> Card::environment()
         useFaults();
     if (m_faults.prepared()) {
         variables.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
-        preload = m_tools.libraries + "/libfaultshim.so:" + preload;
+        preload = folder + "libfaultshim.so:" + preload;
     }
     if (m_findsLeaks)
         preload = addressSanitizer + ':' + preload;

@@ -66,13 +66,13 @@ int probeDevice()
     return 0;
 }
 
-/// This program's library folder, beside its own.
-std::string library(const std::string& name)
+/// The folder of this program's libraries, beside its own.
+std::string libraries()
 {
     char self[4096];
     const ssize_t length = readlink("/proc/self/exe", self, sizeof self);
     const std::string path(self, length > 0 ? static_cast<std::size_t>(length) : 0);
-    return path.substr(0, path.rfind('/')) + "/../lib/" + name;
+    return path.substr(0, path.rfind('/')) + "/../lib";
 }
 
 /// Runs this program again as @p probe with more environment; returns its output, lines as given.
@@ -129,9 +129,12 @@ protected:
         std::string pattern = testing::TempDir() + "velio_sim_XXXXXX";
         ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         m_folder = pattern;
+        // A list of preloaded libraries is split at blanks, which the checkout's name may have.
+        ASSERT_EQ(symlink(libraries().c_str(), (m_folder + "/lib").c_str()), 0);
     }
     void TearDown() override
     {
+        unlink((m_folder + "/lib").c_str());
         unlink((m_folder + "/table").c_str());
         unlink((m_folder + "/report").c_str());
         rmdir(m_folder.c_str());
@@ -141,7 +144,7 @@ protected:
     {
         std::ofstream(m_folder + "/table") << table;
         return run("--probe-device",
-                   {"LD_PRELOAD=" + library("libveliosim.so"), "VELIOSIM_TABLE=" + m_folder + "/table",
+                   {"LD_PRELOAD=" + m_folder + "/lib/libveliosim.so", "VELIOSIM_TABLE=" + m_folder + "/table",
                     "VELIOSIM_REPORT=" + m_folder + "/report"});
     }
     std::vector<Call> calls() const
