@@ -30,14 +30,6 @@ std::string configPath(const std::string& name)
     return std::string(kConfigFolder) + '/' + name;
 }
 
-// The shared runtime of the sanitizer that a program was built with: its name as the loader knows it, or nothing.
-std::string sanitizerOf(const std::string& program, const char* library)
-{
-    const std::string content = readFile(program);
-    const size_t at = content.find(std::string("\0", 1) + library + ".so.");
-    return at == std::string::npos ? "" : content.c_str() + at + 1;
-}
-
 std::string attribute(xmlNode* node, const char* name)
 {
     xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
@@ -325,17 +317,13 @@ std::vector<std::string> Card::environment()
         throw Failure(std::string(kLibraries) + ": " + strerror(errno));
     const std::string folder = std::string(kLibraries) + '/';
     std::string preload = folder + "libbenchclock.so:" + folder + "libveliosim.so";
-    // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
-    const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
-    m_findsLeaks = !addressSanitizer.empty();
+    m_findsLeaks = readFile(m_tools.daemon).find("__lsan_do_recoverable_leak_check") != std::string::npos;
     if (m_findsLeaks)
         useFaults();
     if (m_faults.prepared()) {
         variables.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
         preload = folder + "libfaultshim.so:" + preload;
     }
-    if (m_findsLeaks)
-        preload = addressSanitizer + ':' + preload;
     variables.push_back("LD_PRELOAD=" + preload);
     return variables;
 }
