@@ -74,12 +74,12 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
         modem.store(sms);
     };
     // Listed by place, obeyed newest first: from the highest place down.
-    store(12, "111", "FAN ON", modemsim::SmsStatus::RecRead);
-    store(4, "111", "PUMP ON");
-    store(3, "999", "PUMP OFF");
-    store(2, "222", "PUMP OFF");
-    store(1, "111", "PUMP QUERY");
-    modem.reactToText("302", modemsim::Reaction::line("ERROR"));
+    store(12, "0111", "FAN ON", modemsim::SmsStatus::RecRead);
+    store(4, "0111", "PUMP ON");
+    store(3, "0999", "PUMP OFF");
+    store(2, "0222", "PUMP OFF");
+    store(1, "0111", "PUMP QUERY");
+    modem.reactToText("0302", modemsim::Reaction::line("ERROR"));
 
     const std::string pairs = testing::TempDir() + "sms_pass_pairs_" + std::to_string(getpid()) + ".xml";
     std::ofstream(pairs) << ("<io_connections><connection><trigger operation=\"OR\">"
@@ -91,12 +91,12 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
                              "<action><detail dev_type=\"IO\" io_label=\"FAN\"/></action></connection>"
                              "</io_connections>");
     ManagerBench& manager = ManagerBench::forEver();
-    auto* pump = record("PUMP", "PL", {"111", "333"});
-    auto* alarm = record("TANK", "AL", {"301", "302", "303"});
+    auto* pump = record("PUMP", "PL", {"0111", "0333"});
+    auto* alarm = record("TANK", "AL", {"0301", "0302", "0303"});
     cEnumeratedList<cgsmMessageInfo> records;
     records.insert(alarm);
     records.insert(pump);
-    records.insert(record("FAN", "FL", {"111"}));
+    records.insert(record("FAN", "FL", {"0111"}));
     cObjectDOutput* out = manager.addOutput("OUT", cObject::OBJ_IO_STATE_CLEAR, cObject::OBJ_IO_STATE_CLEAR);
     cObjectDOutput* fan = manager.addOutput("FAN", cObject::OBJ_IO_STATE_CLEAR, cObject::OBJ_IO_STATE_CLEAR);
 
@@ -112,18 +112,19 @@ TEST(SmsPass, ObeysListedSendersAndSendsEveryAlarm)
     manager.handle_sms(&gsm, &records, &connections, &logger);
     const std::string log = testing::internal::GetCapturedStderr();
     std::remove(pairs.c_str());
-    for (const char* number : {"111", "222", "999", "301", "302", "303"}) // two masks could undo one another
+    for (const char* number :
+         {"0111", "0222", "0999", "0301", "0302", "0303"}) // four digits: a line has three of its time
         EXPECT_EQ(log.find(number), std::string::npos) << log;
 
     EXPECT_EQ(fan->getOutputState(), cObject::OBJ_IO_STATE_CLEAR) << "a message that was read before is no command";
     EXPECT_FALSE(manager.m_Sms);
     std::string sent;
     for (const modemsim::SentSms& sms : modem.sent()) {
-        EXPECT_NE(sms.number, "999");
-        EXPECT_NE(sms.number, "222");
+        EXPECT_NE(sms.number, "0999");
+        EXPECT_NE(sms.number, "0222");
         sent += sms.number + ':' + sms.text + '\n';
     }
-    EXPECT_EQ("301:TANK LOW\n303:TANK LOW\n111:PUMP STATE:HIGH\n", sent) << modem.transcript();
+    EXPECT_EQ("0301:TANK LOW\n0303:TANK LOW\n0111:PUMP STATE:HIGH\n", sent) << modem.transcript();
     EXPECT_EQ(cObject::OBJ_IO_STATE_SET, out->getOutputState());
     EXPECT_EQ(cObjectPort::PORT_TOGGLED_IODRIVER, out->getPortToggled());
     EXPECT_EQ(1, pump->get_state());
