@@ -174,7 +174,7 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
             if (std::string_view(line, static_cast<std::size_t>(length)).find("was not acknowledged") !=
                 std::string::npos) {
                 m_modem.say("one\r\ntwo\r\nthree\r\n");
-                m_received = eventually([this] { return m_modem.isRead(); });
+                m_received = eventually([this] { return m_modem.isHandled(); });
             }
             return length;
         }
@@ -199,7 +199,7 @@ TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
     ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
-    EXPECT_TRUE(eventually([&] { return rig.fake.isRead(); }));
+    EXPECT_TRUE(eventually([&] { return rig.fake.isHandled(); }));
     EXPECT_THAT(rig.heard.all(), testing::IsEmpty());
 }
 
