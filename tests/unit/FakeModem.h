@@ -13,7 +13,6 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -58,11 +57,11 @@ public:
         for (std::size_t at = 0; at < bytes.size(); at += chunk)
             put(bytes.substr(at, chunk));
     }
-    /// Whether the terminal's user has read all that was said.
-    bool isRead() const
+    /// Whether its user has handled all that was said. Only in a program with engineCalls.h.
+    bool isHandled() const
     {
-        int unread = 0;
-        return ioctl(m_slave, FIONREAD, &unread) == 0 && unread == 0;
+        std::lock_guard<std::mutex> lock(engineOrder::lines().mutex);
+        return engineOrder::lines().all[engineOrder::masterOf(m_master)].quiet();
     }
     /// Goes away, as an unplugged modem does.
     void hangUp()

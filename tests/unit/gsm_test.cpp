@@ -19,12 +19,11 @@ using Reaction = ModemSim::Reaction;
 struct Card {
     ModemSim modem;
     Gsm gsm;
-    bool initialised;
 
     explicit Card(const ModemSim::Options& options = {}) : modem(options)
     {
         std::string port = modem.path(), pin = "1357";
-        initialised = gsm.initialiseGsm(port.data(), pin.data());
+        EXPECT_TRUE(gsm.initialiseGsm(port.data(), pin.data()));
     }
 };
 

@@ -7,9 +7,8 @@
 #include "noThreads.h"
 
 #include <gmock/gmock.h>
-#include <log4cpp/AppenderSkeleton.hh>
 #include <log4cpp/Category.hh>
-#include <memory>
+#include <log4cpp/OstreamAppender.hh>
 
 namespace {
 
@@ -168,32 +167,28 @@ TEST(Modem, DropsMessagesThatAreListedTooLate)
 // The log stands still with the line about a failed SMS until the receive thread has read on.
 TEST(Modem, ReceivesWhileTheLogIsStuck)
 {
-    class Stuck : public log4cpp::AppenderSkeleton {
-    public:
-        explicit Stuck(FakeModem& modem) : AppenderSkeleton("stuck"), m_modem(modem) {}
-        void close() override {}
-        bool requiresLayout() const override { return false; }
-        void setLayout(log4cpp::Layout* /*layout*/) override {}
-        bool m_received = false;
-
-    protected:
-        void _append(const log4cpp::LoggingEvent& event) override
+    struct Stuck : std::streambuf {
+        explicit Stuck(FakeModem& modem) : m_modem(modem) {}
+        std::streamsize xsputn(const char* line, std::streamsize length) override
         {
-            if (event.message.find("was not acknowledged") == std::string::npos)
-                return;
-            m_modem.say("one\r\ntwo\r\nthree\r\n");
-            m_received = eventually([this] { return m_modem.isRead(); });
+            if (std::string_view(line, static_cast<std::size_t>(length)).find("was not acknowledged") !=
+                std::string::npos) {
+                m_modem.say("one\r\ntwo\r\nthree\r\n");
+                m_received = eventually([this] { return m_modem.isHandled(); });
+            }
+            return length;
         }
-
-    private:
         FakeModem& m_modem;
+        bool m_received = false;
     };
     Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGS=\"0151\"\r", "\r\n> "}, {"text\x1a", "\r\nERROR\r\n"}});
     Stuck stuck(rig.fake);
+    std::ostream stream(&stuck);
+    log4cpp::OstreamAppender appender("stuck", &stream);
     log4cpp::Category& category = log4cpp::Category::getInstance("Modem");
-    category.addAppender(stuck);
+    category.addAppender(appender);
     EXPECT_EQ(ErrStat::MDMERR, rig.modem.iSendSMS(text("0151"), text("text")));
-    category.removeAppender(&stuck);
+    category.removeAppender(&appender);
     EXPECT_TRUE(stuck.m_received);
 }
 
@@ -204,7 +199,7 @@ TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
     ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
-    EXPECT_TRUE(eventually([&] { return rig.fake.isRead(); }));
+    EXPECT_TRUE(eventually([&] { return rig.fake.isHandled(); }));
     EXPECT_THAT(rig.heard.all(), testing::IsEmpty());
 }
 

@@ -12,13 +12,22 @@ TEST(CommandWord, StandsAtTheEndOfTheFirst159Characters)
         std::string text;
         key word;
     } rows[] = {
+        {"PUMPON", ON},
         {"PUMP OFF", OFF},
+        {"PUMPOFF", OFF},
+        {"PUMP NOFF", OFF},
+        {"PUMP ON OFF", OFF},
         {"OFF", OFF},
-        {"QUERY", Query},
-        {"FF", ON},
-        {"UERY", ON},
-        {"", ON},
         {"QUERY OFF", OFF},
+        {"PUMP off", ON},
+        {"PUMP OFF ", ON},
+        {"FF", ON},
+        {"", ON},
+        {"QUERY", Query},
+        {"PUMPQUERY", Query},
+        {"PUMP ONQUERY", Query},
+        {"PUMP query", ON},
+        {"UERY", ON},
         {filler + "      OFF", OFF},     // 159 characters
         {filler + "       OFF", ON},     // the last F is the 160th
         {filler + "      OFFQUERY", OFF} // what follows is not looked at
