@@ -33,10 +33,18 @@ struct Wishes {
     bool trace = false, log = false, narrate = false, stay = false;
 };
 
-// Where a record is wished: it is opened before the card's sandbox is entered.
-std::string openRecord(record::Recorder& recorder, const Wishes& wishes)
+// Opens the record and the site, if they are wanted, and then enters the sandbox. Its /etc/tav and its loopback are not
+// the machine's. @return false after a message
+bool enter(record::Recorder& recorder, const Wishes& wishes, web::Site* site = nullptr, const std::string& where = "")
 {
-    return wishes.record.empty() ? "" : recorder.open(wishes.record);
+    std::string wrong = wishes.record.empty() ? "" : recorder.open(wishes.record);
+    if (wrong.empty() && site != nullptr)
+        wrong = site->listen(where);
+    if (wrong.empty())
+        wrong = bench::enterSandbox();
+    if (!wrong.empty())
+        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+    return wrong.empty();
 }
 
 bool readLines(const std::string& file, std::vector<std::string>& lines)
@@ -100,13 +108,8 @@ int play(const std::string& file, const Wishes& wishes)
 
     const std::string folder = bench::absolute(bench::folderOf(file));
     record::Recorder recorder(record::daemonsTime);
-    std::string wrong = openRecord(recorder, wishes);
-    if (wrong.empty())
-        wrong = bench::enterSandbox();
-    if (!wrong.empty()) {
-        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+    if (!enter(recorder, wishes))
         return 2;
-    }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
     if (wishes.record.empty()) { // a replay compares times, and a card's server answers soon
         sim::Tavd::Manners late = card.server().manners();
@@ -145,13 +148,8 @@ int converse(const Wishes& wishes)
 {
     const std::string folder = bench::absolute(".");
     record::Recorder recorder(record::daemonsTime);
-    std::string wrong = openRecord(recorder, wishes);
-    if (wrong.empty())
-        wrong = bench::enterSandbox();
-    if (!wrong.empty()) {
-        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+    if (!enter(recorder, wishes))
         return 2;
-    }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
     record::recordCard(recorder, card);
     const bench::TracePrinter trace(card, wishes.trace, wishes.log);
@@ -206,15 +204,8 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     const std::string folder = bench::absolute(file.empty() ? "." : bench::folderOf(file));
     auto listening = std::make_unique<web::Site>();
     record::Recorder recorder(record::daemonsTime);
-    std::string wrong = openRecord(recorder, wishes);
-    if (wrong.empty())
-        wrong = listening->listen(where); // on the machine's loopback, not on that of the sandbox
-    if (wrong.empty())
-        wrong = bench::enterSandbox();
-    if (!wrong.empty()) {
-        fprintf(stderr, "tavbench: %s\n", wrong.c_str());
+    if (!enter(recorder, wishes, listening.get(), where))
         return 2;
-    }
     bench::Card card(bench::findTools(wishes.daemon), wishes.pace);
     record::recordCard(recorder, card);
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});

@@ -1,16 +1,9 @@
 #include "bench/Card.h"
 
-#include "bench/Sandbox.h"
+#include "bench/Config.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
-#include <fstream>
-#include <libxml/parser.h>
-#include <sstream>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace bench {
@@ -22,46 +15,9 @@ constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
 constexpr char kFaultPage[] = "/etc/tav/.fault-page";
 constexpr char kLibraries[] = "/etc/tav/.libraries";
 constexpr char kClockPage[] = "/etc/tav/.clock-page";
-constexpr char kGpioReport[] = "/etc/tav/.gpio-report";
 constexpr uint16_t kServerPort = 60000;
 
-std::string configPath(const std::string& name)
-{
-    return std::string(kConfigFolder) + '/' + name;
-}
-
-std::string attribute(xmlNode* node, const char* name)
-{
-    xmlChar* value = xmlGetProp(node, reinterpret_cast<const xmlChar*>(name));
-    std::string text = value != nullptr ? reinterpret_cast<const char*>(value) : "";
-    xmlFree(value);
-    return text;
-}
-
-// The labels of the details below a node, but those of a GSM action.
-void gatherLabels(xmlNode* node, std::vector<std::string>& labels)
-{
-    for (xmlNode* child = node->children; child != nullptr; child = child->next) {
-        if (child->type != XML_ELEMENT_NODE)
-            continue;
-        const std::string label = attribute(child, "io_label");
-        if (!label.empty() && label.size() <= 31 && attribute(child, "dev_type") != "GSM" &&
-            std::find(labels.begin(), labels.end(), label) == labels.end())
-            labels.push_back(label);
-        gatherLabels(child, labels);
-    }
-}
-
 } // namespace
-
-std::string readFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream content;
-    if (!file || !(content << file.rdbuf()))
-        throw Failure(path + " cannot be read");
-    return content.str();
-}
 
 Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move(tools))
 {
@@ -104,10 +60,7 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
 Card::~Card()
 {
     killDaemon();
-    if (m_gpioHold >= 0)
-        close(m_gpioHold); // the last writer: the reader sees the end
-    if (m_gpioReader.joinable())
-        m_gpioReader.join();
+    m_gpio.stop();
     m_modem.reset();
     m_server.stop();
 }
@@ -132,35 +85,8 @@ void Card::setModel(bool tavLite)
 
 void Card::useConfig(const std::string& folder)
 {
-    DIR* entries = opendir(folder.c_str());
-    if (entries == nullptr)
-        throw Failure(folder + ": " + strerror(errno));
-    std::vector<std::string> names;
-    while (const dirent* entry = readdir(entries)) {
-        struct stat kind {};
-        if (stat((folder + '/' + entry->d_name).c_str(), &kind) == 0 && S_ISREG(kind.st_mode))
-            names.emplace_back(entry->d_name);
-    }
-    closedir(entries);
-    for (const std::string& name : names)
-        writeConfigFile(name, readFile(folder + '/' + name));
+    copyConfig(folder);
     m_configured = true;
-}
-
-void Card::writeConfigFile(const std::string& name, const std::string& content)
-{
-    // A new file each time: the daemon never sees half of one.
-    const std::string path = configPath(name), fresh = path + ".new";
-    std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
-    file << content;
-    file.close();
-    if (!file || rename(fresh.c_str(), path.c_str()) != 0)
-        throw Failure(path + ": " + strerror(errno));
-}
-
-void Card::removeConfigFile(const std::string& name)
-{
-    unlink(configPath(name).c_str());
 }
 
 void Card::setProperty(const std::string& key, const std::string& value)
@@ -171,41 +97,6 @@ void Card::setProperty(const std::string& key, const std::string& value)
 void Card::usePorts(std::vector<sim::Port> ports)
 {
     m_portsGiven = true;
-    m_server.setPorts(std::move(ports));
-}
-
-void Card::usePortsOfPairFile()
-{
-    std::vector<std::string> inputs, outputs;
-    const std::string path = configPath("telnodriver.xml");
-    xmlDoc* document = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
-    xmlNode* root = document != nullptr ? xmlDocGetRootElement(document) : nullptr;
-    for (xmlNode* connection = root != nullptr ? root->children : nullptr; connection != nullptr;
-         connection = connection->next) {
-        for (xmlNode* side = connection->children; side != nullptr; side = side->next) {
-            const std::string name = side->name != nullptr ? reinterpret_cast<const char*>(side->name) : "";
-            if (name == "trigger" || name == "action")
-                gatherLabels(side, name == "trigger" ? inputs : outputs);
-        }
-    }
-    xmlFreeDoc(document);
-
-    std::vector<sim::Port> ports;
-    for (const std::string& label : inputs) {
-        sim::Port port;
-        port.label = label;
-        port.id = static_cast<uint32_t>(ports.size() + 1);
-        if (std::find(outputs.begin(), outputs.end(), label) == outputs.end())
-            ports.push_back(port);
-    }
-    for (const std::string& label : outputs) {
-        sim::Port port;
-        port.output = true;
-        port.label = label;
-        port.id = static_cast<uint32_t>(ports.size() + 1);
-        port.type = 3;
-        ports.push_back(port);
-    }
     m_server.setPorts(std::move(ports));
 }
 
@@ -261,7 +152,7 @@ void Card::start()
     if (m_daemon.running())
         throw Failure("the daemon runs already");
     if (!m_portsGiven && !m_started)
-        usePortsOfPairFile();
+        m_server.setPorts(portsOfPairFile());
     if (m_serverAtStart && !m_started)
         startServer();
     startModem();
@@ -269,7 +160,11 @@ void Card::start()
         listener();
 
     putPropertiesAbove();
-    listenToGpio();
+    m_gpio.listen([this](int pin, bool high) {
+        trace(Trace::Power, "pin " + std::to_string(pin) + (high ? " high" : " low"));
+        if (m_modem)
+            m_modem->setPowerKey(high);
+    });
     m_settings.environment = environment();
     const std::string wrong = m_daemon.start(m_settings);
     if (!wrong.empty())
@@ -292,21 +187,10 @@ void Card::putPropertiesAbove()
     }
 }
 
-void Card::listenToGpio()
-{
-    if (m_gpioEnd < 0) {
-        mkfifo(kGpioReport, 0600);
-        m_gpioEnd = open(kGpioReport, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        m_gpioHold = open(kGpioReport, O_WRONLY | O_CLOEXEC);
-        fcntl(m_gpioEnd, F_SETFL, 0);
-        m_gpioReader = std::thread([this] { readGpioReport(); });
-    }
-}
-
 // What the daemon finds in its environment: the libraries to be preloaded, and what they ask for.
 std::vector<std::string> Card::environment()
 {
-    std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + kGpioReport, m_time.variable()};
+    std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + GpioReport::kPath, m_time.variable()};
     if (!m_gpioTable.empty()) {
         writeConfigFile(".gpio-table", m_gpioTable);
         variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
@@ -366,51 +250,6 @@ void Card::checkSanitizers()
     const bool leaks = m_findsLeaks && m_daemon.running() && !m_faults.withoutLeaks(std::chrono::seconds(60));
     if (leaks || !m_daemon.sanitizerReport().empty())
         throw Failure(leaks ? "the daemon has lost memory" : "a sanitizer found a fault in the daemon");
-}
-
-// Lines of the GPIO stand-in, on a thread of their own: "write PIN LEVEL REAL SEEN" is a level that was set.
-void Card::readGpioReport()
-{
-    std::string partial;
-    char bytes[4096];
-    long long roseAt = 0;
-    bool high = false;
-    ssize_t length;
-    while ((length = read(m_gpioEnd, bytes, sizeof bytes)) > 0 || (length < 0 && errno == EINTR)) {
-        partial.append(bytes, length > 0 ? static_cast<size_t>(length) : 0);
-        for (size_t end; (end = partial.find('\n')) != std::string::npos; partial.erase(0, end + 1)) {
-            std::istringstream line(partial.substr(0, end));
-            std::string kind;
-            long long pin = 0, level = 0, realTime = 0, seen = 0;
-            if (!(line >> kind >> pin >> level >> realTime >> seen) || kind != "write")
-                continue;
-            {
-                std::lock_guard<std::mutex> lock(m_gpioMutex);
-                ++m_levelWrites;
-                if (level != 0)
-                    roseAt = seen;
-                else if (high)
-                    m_pulses.push_back({Milliseconds((seen - roseAt) / 1000000), static_cast<int>(pin)});
-            }
-            high = level != 0;
-            trace(Trace::Power, "pin " + std::to_string(pin) + (high ? " high" : " low"));
-            if (m_modem)
-                m_modem->setPowerKey(high);
-        }
-    }
-    close(m_gpioEnd);
-}
-
-std::vector<Pulse> Card::pulses() const
-{
-    std::lock_guard<std::mutex> lock(m_gpioMutex);
-    return m_pulses;
-}
-
-size_t Card::levelWrites() const
-{
-    std::lock_guard<std::mutex> lock(m_gpioMutex);
-    return m_levelWrites;
 }
 
 } // namespace bench

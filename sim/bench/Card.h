@@ -4,6 +4,7 @@
 
 #include "bench/Daemon.h"
 #include "bench/Faults.h"
+#include "bench/GpioReport.h"
 #include "bench/Scenario.h"
 #include "bench/Time.h"
 #include "bench/Tools.h"
@@ -15,19 +16,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace bench {
 
 /// What a line of the trace is about: causes before what they cause.
 enum class Trace { Input, SmsIn, Power, ModemTalk, SmsOut, Output, StandardOutput, Log };
-
-/// A pulse of the modem's power pin, in the daemon's time.
-struct Pulse {
-    Milliseconds length;
-    int pin;
-};
 
 /// Threads: the thread that makes it calls everything, and moves the clock; the trace listener is called by the
 /// simulators' threads too.
@@ -52,14 +46,9 @@ public:
     void setModel(bool tavLite);
     /// Makes /etc/tav a copy of @p folder. @throws Failure
     void useConfig(const std::string& folder);
-    bool configured() const { return m_configured; }
-    /// A file of /etc/tav: replaces it, or takes it away; may be called at any time. @throws Failure
-    void writeConfigFile(const std::string& name, const std::string& content);
-    void removeConfigFile(const std::string& name);
     /// A property for the daemon, above whatever the properties file says. Empty value: no such property.
     void setProperty(const std::string& key, const std::string& value);
-    /// The ports that the pair file names: every trigger label an input, every action label of an output an output.
-    void usePortsOfPairFile();
+    /// Without it, the server has the ports that the pair file names.
     void usePorts(std::vector<sim::Port> ports);
     modemsim::Options& modemOptions() { return m_modemOptions; }
     /// A message that the SIM holds when the modem is switched on.
@@ -100,8 +89,7 @@ public:
     /// found something
     void checkSanitizers();
     bool started() const { return m_started; }
-    std::vector<Pulse> pulses() const;
-    size_t levelWrites() const;
+    std::vector<Pulse> pulses() const { return m_gpio.pulses(); }
 
     Time& time() { return m_time; }
     /// When output @p label was last driven, by the machine's clock; 0: never.
@@ -110,10 +98,8 @@ public:
 private:
     void startModem();
     void putPropertiesAbove();
-    void listenToGpio();
     std::vector<std::string> environment();
     void killIfDue(const std::string& command);
-    void readGpioReport();
     void trace(Trace kind, const std::string& text) const;
 
     Time m_time; // made before and destroyed after all that has threads
@@ -140,15 +126,8 @@ private:
     std::mutex m_killMutex; // guards what the daemon is to be killed at; empty: nothing
     std::string m_killAt;
 
-    mutable std::mutex m_gpioMutex; // guards what the GPIO reader gathers
-    std::vector<Pulse> m_pulses;
-    size_t m_levelWrites = 0;
-    int m_gpioEnd = -1, m_gpioHold = -1;
-    std::thread m_gpioReader;
+    GpioReport m_gpio;
 };
-
-/// The content of a file. @throws Failure
-std::string readFile(const std::string& path);
 
 } // namespace bench
 

@@ -63,14 +63,6 @@ bool ModemSim::store(const StoredSms& message)
     return m_impl->change([&] { return m_impl->me.storage.put(message); });
 }
 
-void ModemSim::clearStorage()
-{
-    m_impl->change([&] {
-        m_impl->me.storage.clear();
-        m_impl->me.receiveHeld();
-    });
-}
-
 std::vector<ModemSim::StoredSms> ModemSim::stored() const
 {
     return m_impl->ask([this] { return m_impl->me.storage.list(); });

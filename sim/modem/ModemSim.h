@@ -60,7 +60,6 @@ public:
     /// Puts a message into its place without a word, over one that was there. Returns false when there is no such
     /// place.
     bool store(const StoredSms& message);
-    void clearStorage();
     std::vector<StoredSms> stored() const; ///< in order of places
     /// Takes the SIM out or puts it back (locked again, its tries as they were).
     void setSimInserted(bool inserted);

@@ -1,5 +1,6 @@
 #include "web/Desk.h"
 
+#include "bench/Config.h"
 #include "bench/Sandbox.h"
 #include "web/Text.h"
 

@@ -12,6 +12,7 @@ const std::vector<std::string> kPriorities = {"DEBUG", "INFO",  "WARN",  "ERROR"
 const std::vector<std::string> kTypes = {"ConsoleAppender",          "FileAppender",   "RollingFileAppender",
                                          "DailyRollingFileAppender", "SyslogAppender", "LocalSyslogAppender",
                                          "RemoteSyslogAppender",     "AbortAppender"};
+const std::vector<std::string> kLayouts = {"BasicLayout", "PatternLayout", "SimpleLayout", "PassThroughLayout"};
 
 bool begins(const std::string& text, const std::string& with)
 {
@@ -69,15 +70,23 @@ void Logging::take(const Line& line)
     const std::string rest = line.key.substr(kAppender.size()), name = rest.substr(0, rest.find('.'));
     if (rest == name) {
         m_appenders.emplace(name, line);
-        const std::string type = trimmed(line.value);
-        if (!isOne(kTypes, type))
-            warning(line, "the appender type \"" + type + "\" is unknown, so the log goes to standard error: " +
-                              orLikely(type, kTypes, "write ConsoleAppender or RollingFileAppender"));
+        checkType(line, "appender", kTypes, "write ConsoleAppender or RollingFileAppender");
     } else if (rest == name + ".layout") {
         m_layouts.insert(name);
+        checkType(line, "layout", kLayouts, "write BasicLayout or PatternLayout");
     } else if (rest == name + ".fileName") {
+        m_named.insert(name);
         checkFile(line);
     }
+}
+
+void Logging::checkType(const Line& line, const std::string& kind, const std::vector<std::string>& known,
+                        const std::string& otherwise)
+{
+    const std::string type = trimmed(line.value);
+    if (!isOne(known, type))
+        warning(line, "the " + kind + " type \"" + type +
+                          "\" is unknown, so the log goes to standard error: " + orLikely(type, known, otherwise));
 }
 
 void Logging::checkPriority(const Line& line)
@@ -124,6 +133,11 @@ void Logging::finish(const std::string& text)
                                        orLikely(wanted.first, names, "write a line " + kAppender + wanted.first + "="));
     }
     for (const auto& appender : m_appenders) {
+        const std::string type = trimmed(appender.second.value), file = kAppender + appender.first + ".fileName=";
+        if (isOne(kTypes, type) && type.find("FileAppender") != std::string::npos && m_named.count(appender.first) == 0)
+            warning(appender.second, "the appender \"" + appender.first +
+                                         "\" names no file, so it writes to a file called foobar: write " + file +
+                                         "/var/lib/telnodriver/log");
         if (m_layouts.count(appender.first) != 0)
             continue;
         const Line& line = appender.second;

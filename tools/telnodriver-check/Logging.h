@@ -30,6 +30,8 @@ public:
     void finish(const std::string& text);
 
 private:
+    void checkType(const Line& line, const std::string& kind, const std::vector<std::string>& known,
+                   const std::string& otherwise);
     void checkPriority(const Line& line);
     void checkFile(const Line& line);
     void warning(const Line& line, const std::string& text, const std::vector<Edit>& edits = {});
@@ -38,7 +40,7 @@ private:
     std::vector<Place>& m_files;
     Report& m_report;
     std::map<std::string, Line> m_appenders;            ///< by name
-    std::set<std::string> m_layouts;                    ///< names of appenders with a layout
+    std::set<std::string> m_layouts, m_named;           ///< names of appenders with a layout, and with a file
     std::vector<std::pair<std::string, Line>> m_wanted; ///< appenders that a category names
 };
 

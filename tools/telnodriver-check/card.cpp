@@ -10,7 +10,7 @@
 
 namespace {
 
-// Whether @p user may write to @p path. If there is no such user, whether this process may.
+// Whether @p user may write to @p path. Without such a user, whether this process may.
 bool mayWrite(const std::string& path, const std::string& user)
 {
     struct stat status {};
@@ -40,8 +40,8 @@ void checkLogFile(const Site& site, const Place& file, const std::string& user, 
     struct stat status {};
     if (stat(folder.c_str(), &status) != 0) {
         report.warning(site.properties, file.line,
-                       "the folder of the log file " + file.label +
-                           " cannot be used, so its appender is left out: " + strerror(errno));
+                       "the folder of the log file " + file.label + " cannot be used, so its appender is left out: " +
+                           strerror(errno) + "; use the service's folder, /var/lib/telnodriver");
         return;
     }
     const bool there = stat(file.label.c_str(), &status) == 0;

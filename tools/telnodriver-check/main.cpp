@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <pwd.h>
 #include <string>
 
 namespace {
@@ -46,6 +47,8 @@ void addChecking(CLI::App& app, Options& options)
     app.add_flag("--on-card", options.onCard,
                  "also check the serial port and the log's folders; the default for files in /etc/tav");
     app.add_option("--user", options.user, "the service's user, who must be able to write the log")
+        ->check(
+            [](const std::string& user) { return getpwnam(user.c_str()) != nullptr ? "" : "there is no user " + user; })
         ->capture_default_str();
     CLI::Option* fix = app.add_flag("--fix", options.fix, "show a patch for mistakes with only one remedy, and ask");
     fix->excludes(format);

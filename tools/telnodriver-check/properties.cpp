@@ -38,7 +38,7 @@ std::string hostTrouble(const std::string& host)
     if (inet_pton(AF_INET, host.c_str(), &v4) == 1 || inet_pton(AF_INET6, address.c_str(), &v6) == 1)
         return "";
     const size_t colon = host.find(':');
-    if (colon != std::string::npos && host.find(':', colon + 1) == std::string::npos)
+    if (colon != std::string::npos && allOf(host.substr(colon + 1), "0123456789"))
         return "host \"" + host + "\" has a port: write " + host.substr(0, colon) + "; the port is always 60000";
     if (allOf(host, "0123456789."))
         return "host \"" + host + "\" is not an address: write four numbers from 0 to 255, or a name";

@@ -202,7 +202,8 @@ private:
                                    " is an input of its own rule, which may oscillate or "
                                    "stay active for ever: use another input"
                              : "the output " + label + " leads back to its own rule by the connections of line" +
-                                   lines + ", which may oscillate or stay active for ever: break the loop");
+                                   (loop.size() > 2 ? "s" : "") + lines +
+                                   ", which may oscillate or stay active for ever: break the loop");
     }
 
     const Site& m_site;
