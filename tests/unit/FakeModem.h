@@ -15,7 +15,6 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -73,8 +72,8 @@ public:
     /// Whether the terminal's user has read all that was said.
     bool isRead() const
     {
-        int unread = 0;
-        return ioctl(m_slave, FIONREAD, &unread) == 0 && unread == 0;
+        pollfd end = {m_slave, POLLIN, 0}; // also hands over what a thread of the kernel still has
+        return poll(&end, 1, 0) == 0;
     }
     /// Goes away, as an unplugged modem does.
     void hangUp()
