@@ -224,6 +224,30 @@ TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
 }
 
+// A new thread's stack holds what an earlier one has left there.
+TEST(CmdHandler, WaitsForNoDescriptorButItsPort)
+{
+    constexpr int kThreads = 4;
+    std::atomic<int> full{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&full] {
+            volatile unsigned char left[1 << 15];
+            for (volatile unsigned char& byte : left)
+                byte = 0xff;
+            for (++full; full < kThreads;)
+                std::this_thread::yield();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    const int gone = dup(STDOUT_FILENO);
+    Engine& engine = forEver<Engine>(std::vector<Step>{{"AT\r", "OK\r\n"}});
+    close(gone);
+    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
+    engine.handler.execute(&command);
+    EXPECT_EQ(ErrStat::OK, command.getErrStat());
+}
+
 // Every command is freed as soon as the engine says so, while reports keep coming.
 TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
 {

@@ -195,8 +195,8 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
 // The receive thread goes on with the last command: lines and silences are handed to it.
 TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
 {
-    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGF=1\r", "\r\nOK\r\n"}});
-    ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGD=1\r", "\r\nOK\r\n"}});
+    ASSERT_EQ(ErrStat::OK, rig.modem.iDeleteSms(1)); // the command takes reports
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
     EXPECT_TRUE(eventually([&] { return rig.fake.isHandled(); }));
