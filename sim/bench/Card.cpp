@@ -14,7 +14,7 @@ constexpr char kFaultPage[] = "/etc/tav/.fault-page";
 constexpr char kClockPage[] = "/etc/tav/.clock-page";
 constexpr uint16_t kServerPort = 60000;
 
-// The shared runtime of the sanitizer that a program was built with: its name as the loader knows it, or nothing.
+// The file name of the sanitizer runtime that a program was linked to; empty if there is none.
 std::string sanitizerOf(const std::string& program, const char* library)
 {
     const std::string content = readFile(program);
@@ -28,11 +28,11 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
 {
     m_modemOptions.pin = "1357";
     m_modemOptions.link = kModemLink;
-    // The daemon looks at an exchange when it has sent the command and once a second from then on: an answer that
-    // begins a fifth into its second has come whole when it looks.
+    // The daemon looks for the reply once a second after the command. A reply that begins after 200 ms is complete by
+    // then.
     m_modemOptions.delay = Milliseconds(200);
     m_settings.program = m_tools.daemon;
-    sim::Tavd::Manners mean; // what no daemon may rely on, no scenario gives it unasked
+    sim::Tavd::Manners mean; // the least that the daemon may rely on
     mean.reversed = true;
     mean.acknowledges = false;
     mean.strange = true;
@@ -178,7 +178,7 @@ void Card::start()
     m_started = true;
 }
 
-// The first line of a key counts.
+// The daemon takes the first line of a key, so these go to the top.
 void Card::putPropertiesAbove()
 {
     if (m_properties.find("serialPortName") == m_properties.end())
@@ -192,7 +192,7 @@ void Card::putPropertiesAbove()
     }
 }
 
-// What the daemon finds in its environment: the libraries to be preloaded, and what they ask for.
+// The daemon's environment: the preloaded libraries and their variables.
 std::vector<std::string> Card::environment()
 {
     std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + GpioReport::kPath, m_time.variable()};
@@ -201,7 +201,7 @@ std::vector<std::string> Card::environment()
         variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
     }
     std::string preload = m_tools.libraries + "/libbenchclock.so:" + m_tools.libraries + "/libveliosim.so";
-    // The address sanitizer's runtime wants to be the first library, the thread sanitizer's must not be.
+    // The runtime of the address sanitizer must be the first library, that of the thread sanitizer must not.
     const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
     m_findsLeaks = !addressSanitizer.empty();
     if (m_findsLeaks)
