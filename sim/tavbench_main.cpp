@@ -57,7 +57,7 @@ bool readLines(const std::string& file, std::vector<std::string>& lines)
     return scenario.eof();
 }
 
-// Obeys the lines, and then, where it is wished, those of the prompt. @p number is the line under way.
+// Obeys the lines, and then those of the prompt, if one is wanted. @p number is the current line.
 void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench::Card& card, bench::Player& player,
              size_t& number)
 {
@@ -83,7 +83,7 @@ void perform(const std::vector<std::string>& lines, const Wishes& wishes, bench:
     card.checkSanitizers();
 }
 
-// What went wrong, and the end of what the daemon printed.
+// Prints the error, and the daemon's last lines.
 void tellFailure(const std::string& where, const std::string& line, const char* what, const bench::Daemon& daemon)
 {
     fprintf(stderr, "%s: %s\n", where.c_str(), what);
@@ -166,7 +166,7 @@ int converse(const Wishes& wishes)
     return 0;
 }
 
-// Of the words behind --web: where to listen, or nothing; the others are files.
+// Finds the address among the arguments of --web; the others are files. @return it, or empty
 std::string takeWhere(const std::vector<std::string>& words, std::vector<std::string>& files)
 {
     std::string where;
@@ -179,7 +179,7 @@ std::string takeWhere(const std::vector<std::string>& words, std::vector<std::st
     return where;
 }
 
-// The second signal does not wait for the end of the line under way.
+// A second signal ends the program at once, even within a line.
 void endAtSignals()
 {
     struct sigaction once {};
@@ -189,7 +189,7 @@ void endAtSignals()
     sigaction(SIGTERM, &once, nullptr);
 }
 
-// The card in a browser, with a scenario that waits for its viewers or without one. @return exit status
+// Shows the card in a browser, with or without a scenario. @return exit status
 int showPage(const std::string& where, const std::string& file, const Wishes& wishes)
 {
     std::vector<std::string> lines;
@@ -210,7 +210,7 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
     record::recordCard(recorder, card);
     web::Hub hub({{"title", file.empty() ? "Card on the bench" : file}, {"readOnly", false}});
     web::Desk desk(card, hub);
-    const std::unique_ptr<web::Site> site = std::move(listening); // ends before what it shows
+    const std::unique_ptr<web::Site> site = std::move(listening); // destroyed before the desk and the hub
     endAtSignals();
     try {
         if (!wishes.config.empty())
@@ -230,7 +230,7 @@ int showPage(const std::string& where, const std::string& file, const Wishes& wi
 
 int playAll(const std::vector<std::string>& files, const Wishes& wishes)
 {
-    int worst = 0; // each scenario has a sandbox, and so a process, of its own
+    int worst = 0; // a process for each, because a process has one sandbox
     for (const std::string& file : files) {
         const pid_t player = fork();
         if (player == 0) {

@@ -23,11 +23,11 @@ Card::Card(Tools tools, Pace pace) : m_time(pace, kClockPage), m_tools(std::move
 {
     m_modemOptions.pin = "1357";
     m_modemOptions.link = kModemLink;
-    // The daemon looks at an exchange when it has sent the command and once a second from then on: an answer that
-    // begins a fifth into its second has come whole when it looks.
+    // The daemon looks for the reply once a second after the command. A reply that begins after 200 ms is complete by
+    // then.
     m_modemOptions.delay = Milliseconds(200);
     m_settings.program = m_tools.daemon;
-    sim::Tavd::Manners mean; // what no daemon may rely on, no scenario gives it unasked
+    sim::Tavd::Manners mean; // the least that the daemon may rely on
     mean.reversed = true;
     mean.acknowledges = false;
     mean.strange = true;
@@ -173,7 +173,7 @@ void Card::start()
     m_started = true;
 }
 
-// The first line of a key counts.
+// The daemon takes the first line of a key, so these go to the top.
 void Card::putPropertiesAbove()
 {
     if (m_properties.find("serialPortName") == m_properties.end())
@@ -187,7 +187,7 @@ void Card::putPropertiesAbove()
     }
 }
 
-// What the daemon finds in its environment: the libraries to be preloaded, and what they ask for.
+// The daemon's environment: the preloaded libraries and their variables.
 std::vector<std::string> Card::environment()
 {
     std::vector<std::string> variables = {std::string("VELIOSIM_REPORT=") + GpioReport::kPath, m_time.variable()};

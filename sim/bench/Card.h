@@ -20,11 +20,11 @@
 
 namespace bench {
 
-/// What a line of the trace is about: causes before what they cause.
+/// The subject of a trace line, in the order of printing: causes before effects.
 enum class Trace { Input, SmsIn, Power, ModemTalk, SmsOut, Output, StandardOutput, Log };
 
-/// Threads: the thread that makes it calls everything, and moves the clock; the trace listener is called by the
-/// simulators' threads too.
+/// Threads: the thread that makes it calls every operation, and moves the clock. Listeners are called by the
+/// simulators' threads, too.
 class Card {
 public:
     Card(Tools tools, Pace pace);
@@ -38,7 +38,7 @@ public:
     /// Called after every change of a port, by the thread that changed it.
     void onPort(std::function<void(const sim::Port&)> listener) { m_onPort.push_back(std::move(listener)); }
 
-    /// Called by start() when server and modem are ready, before there is a daemon.
+    /// Called by start() when server and modem run, before the daemon starts.
     void onStart(std::function<void()> listener) { m_onStart.push_back(std::move(listener)); }
 
     // Before start() ---------------------------------------------------------------------------------------------
@@ -46,7 +46,7 @@ public:
     void setModel(bool tavLite);
     /// Makes /etc/tav a copy of @p folder. @throws Failure
     void useConfig(const std::string& folder);
-    /// A property for the daemon, above whatever the properties file says. Empty value: no such property.
+    /// Sets a property, whatever the properties file says. Takes effect at the first start().
     void setProperty(const std::string& key, const std::string& value);
     /// Without it, the server has the ports that the pair file names.
     void usePorts(std::vector<sim::Port> ports);
@@ -58,16 +58,16 @@ public:
     void setServerAtStart(bool on) { m_serverAtStart = on; }
     /// Before the start or while it runs.
     void setDescriptors(long most);
-    /// The daemon is to be started with the library that makes faults. @throws Failure
+    /// Starts the daemon with the fault library. @throws Failure
     void useFaults();
     void setArgument(const std::string& argument) { m_settings.arguments = {argument}; }
 
-    /// Starts the server and the modem where they do not run yet, and the daemon. @throws Failure
+    /// Starts the server and the modem, unless they run, and then the daemon. @throws Failure
     void start();
-    /// SIGKILL for the daemon; server and modem go on.
+    /// Sends SIGKILL to the daemon. The server and the modem keep running.
     void killDaemon();
-    /// SIGKILL for the daemon, once, when the modem has got a command or a text that begins so: it is carried out, and
-    /// its answer finds nobody.
+    /// Sends SIGKILL to the daemon, once, when the modem receives a command or text that begins with @p prefix. The
+    /// modem obeys it, but the daemon does not see the answer.
     void killAt(const std::string& prefix);
 
     // While it runs ----------------------------------------------------------------------------------------------
@@ -85,14 +85,14 @@ public:
     Daemon& daemon() { return m_daemon; }
     /// Works after useFaults().
     Faults& faults() { return m_faults; }
-    /// Looks for leaks in a daemon that was built with the address sanitizer. @throws Failure if that or any sanitizer
-    /// found something
+    /// Looks for leaks if the daemon was built with the address sanitizer. @throws Failure if there are any, or if a
+    /// sanitizer has reported anything
     void checkSanitizers();
     bool started() const { return m_started; }
     std::vector<Pulse> pulses() const { return m_gpio.pulses(); }
 
     Time& time() { return m_time; }
-    /// When output @p label was last driven, by the machine's clock; 0: never.
+    /// The time, by the machine's clock, at which output @p label was last driven; 0 if never.
     Nanoseconds lastDriven(const std::string& label) const;
 
 private:
@@ -102,7 +102,7 @@ private:
     void killIfDue(const std::string& command);
     void trace(Trace kind, const std::string& text) const;
 
-    Time m_time; // made before and destroyed after all that has threads
+    Time m_time; // made first and destroyed last: the others have threads
     Tools m_tools;
     std::vector<std::function<void(Trace, const std::string&)>> m_trace;
     std::vector<std::function<void(const sim::Port&)>> m_onPort;

@@ -34,7 +34,7 @@ std::string statusField(pid_t pid, const char* name)
     return "0";
 }
 
-// In the child: the three ends become its standard streams, nothing else is inherited.
+// In the child: makes the three pipe ends its standard streams, and closes everything else.
 [[noreturn]] void become(char* const* arguments, char* const* variables, const int (&streams)[3], int highest,
                          const rlimit& limit)
 {
@@ -61,7 +61,7 @@ std::string Daemon::start(const Settings& settings)
     if (input.ends[0] < 0 || out.ends[0] < 0 || log.ends[0] < 0)
         return strerror(errno);
 
-    // Everything that allocates is done before the fork: other threads of the bench may hold the heap's lock.
+    // Allocates before the fork: another thread may hold the lock of the heap during it.
     std::vector<std::string> environment;
     for (char** variable = environ; *variable != nullptr; ++variable)
         environment.emplace_back(*variable);
@@ -184,7 +184,7 @@ void Daemon::add(bool standardOutput, std::string& partial, const char* bytes, s
         (standardOutput ? m_out : m_log).push_back(std::move(line));
     }
     partial.erase(0, start);
-    if (standardOutput && !partial.empty()) { // a prompt: a line of its own
+    if (standardOutput && !partial.empty()) { // a prompt counts as a line
         std::lock_guard<std::mutex> lock(m_mutex);
         m_out.push_back(std::move(partial));
         partial.clear();

@@ -12,32 +12,33 @@
 
 namespace bench {
 
-/// Starts, feeds, measures and ends the daemon; keeps every line that it prints.
-/// Threads: a reader of its own; operations are the bench's thread's, lines() and others with a lock are any thread's.
+/// Starts the daemon, types for it, measures it, ends it, and keeps every line that it prints.
+/// Threads: one of its own reads the output. Any thread may call lines(), count(), forgetLines(), sanitizerReport() and
+///          strike(); the bench's thread alone calls the rest.
 class Daemon {
 public:
     struct Settings {
         std::string program;
         std::vector<std::string> arguments;
         std::vector<std::string> environment; ///< NAME=VALUE, added to the bench's own
-        long descriptors = 0;                 ///< most that it may have open; 0: as many as the bench
+        long descriptors = 0;                 ///< limit of open descriptors; 0: as for the bench
     };
 
     ~Daemon() { kill(); }
 
-    /// @param line called on the reader's thread for each line; stdout says where it was printed
+    /// @param line  called on the reader's thread for each line
     void onLine(std::function<void(bool standardOutput, const std::string& line)> line) { m_onLine = std::move(line); }
     /// @return what went wrong, or nothing
     std::string start(const Settings& settings);
-    /// SIGKILL, and waits for the end. Lines stay.
+    /// Sends SIGKILL and waits for the end. Keeps the lines.
     void kill();
-    /// SIGKILL from any thread, without waiting for the end.
+    /// Sends SIGKILL without waiting for the end. Any thread.
     void strike() const;
-    /// The descriptors that it may have from now on; those it has it keeps.
+    /// Limits the descriptors that it may open from now on. Open ones stay.
     void limitDescriptors(long most) const;
     bool running();
     pid_t process() const { return m_pid; }
-    /// How it ended by itself, for people.
+    /// How it ended by itself, as a phrase for a message.
     std::string ending() const { return m_ending; }
     void type(const std::string& text) const; ///< to its standard input
     void closeInput();
@@ -45,12 +46,12 @@ public:
     /// Lines since the bench began, of standard output or of the log (standard error).
     std::vector<std::string> lines(bool standardOutput, size_t from) const;
     size_t count(bool standardOutput) const;
-    /// Forgets them, for who listens with onLine() and runs for long; counts begin anew.
+    /// Drops the lines, so that memory stays bounded in a long run; counts restart at 0.
     void forgetLines();
-    /// What a sanitizer has reported so far, on standard error: from its first line on. Empty: nothing.
+    /// The report of a sanitizer on standard error, from its first line on; empty if there is none.
     std::string sanitizerReport() const;
 
-    double cpuSeconds() const; ///< used so far; real
+    double cpuSeconds() const; ///< processor time used so far
     long residentKiB() const;
     long threads() const;
     long descriptors() const;
@@ -59,7 +60,7 @@ private:
     void read(int out, int log);
     void add(bool standardOutput, std::string& partial, const char* bytes, size_t length);
 
-    mutable std::mutex m_pidMutex; // guards that a process which was waited for is never struck
+    mutable std::mutex m_pidMutex; // keeps strike() from a process that has been waited for
     std::atomic<pid_t> m_pid{-1};
     int m_input = -1;
     std::string m_ending;

@@ -45,7 +45,7 @@ void Faults::daemonEnds()
         page().ready = 0;
 }
 
-// Nothing before the library has said that it takes the signal.
+// Sends nothing before the library handles the signal.
 bool Faults::interrupt() const
 {
     const pid_t daemon = prepared() && m_page->interrupts != 0 ? m_page->ready.load() : 0;
@@ -69,7 +69,7 @@ bool Faults::withoutLeaks(std::chrono::seconds limit)
     while (page().leakCheck == FaultPage::Asked) {
         if (Time::real() >= end)
             throw Failure("the daemon does not look for leaks");
-        usleep(10000); // real time, for nobody moves the bench's
+        usleep(10000); // real time: the bench's clock stands still
     }
     return page().leakCheck == FaultPage::Clean;
 }

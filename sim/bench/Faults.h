@@ -9,7 +9,7 @@
 
 namespace bench {
 
-/// One for a card; what is set stays set when the daemon is started again. Threads: the bench's thread calls.
+/// One for each card. Settings outlast a restart of the daemon. Threads: the bench's only.
 class Faults {
 public:
     Faults() = default;
@@ -17,24 +17,24 @@ public:
     Faults(const Faults&) = delete;
     Faults& operator=(const Faults&) = delete;
 
-    /// Makes the page that the library finds by FAULTSHIM_PAGE. @throws Failure
+    /// Creates the file that FAULTSHIM_PAGE names. @throws Failure
     void prepare(const std::string& path);
     bool prepared() const { return m_page != nullptr; }
-    /// The daemon is no more: nothing is sent to a process of its number.
+    /// Call it before the daemon ends: no signal is sent to its process number any more.
     void daemonEnds();
 
-    /// Calls are interrupted, and every thread gets a signal whenever interrupt() is called. @throws Failure, as those
-    /// below, unless prepared
+    /// While on, calls are interrupted, and interrupt() signals every thread. Like the operations below, @throws
+    /// Failure unless prepared
     void setSignals(bool on) { page().interrupts = on ? 1 : 0; }
     /// @return whether signals are on
     bool interrupt() const;
     void setShortWrites(bool on) { page().shortWrites = on ? 1 : 0; }
-    /// So many commands to the modem go out half.
+    /// Cuts the next @p writes to the modem in half.
     void cutSerialWrites(long writes) { page().shortSerial = static_cast<uint32_t>(writes); }
-    /// How often a call was interrupted or cut short by the library, real signals apart.
+    /// The calls that the library has interrupted or cut, without those that a signal interrupted.
     uint32_t done() { return page().done; }
     /// In a daemon with the address sanitizer: looks for leaks and reports them on its standard error.
-    /// @return false: there are some
+    /// @return false if it found any
     bool withoutLeaks(std::chrono::seconds limit);
 
 private:

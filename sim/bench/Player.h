@@ -14,28 +14,28 @@ namespace bench {
 /// One command of the language.
 struct Verb;
 
-/// What an expectation looks at begins at a mark: the moment before the last block of commands that did something. So
-/// the expectations after a block may stand in any order.
+/// An expectation looks at what has happened since the mark: the moment before the last block of commands that act.
+/// So the expectations after a block may stand in any order.
 class Player {
 public:
-    /// @param folder what the files named in a scenario are relative to
+    /// @param folder  the base of relative file names in a scenario
     Player(Card& card, std::string folder) : m_card(card), m_folder(std::move(folder)) {}
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
     /// Obeys one line. @throws Failure
     void obey(const std::string& line);
-    /// At a scenario's end: a daemon that has ended by itself, and was not expected to, fails it. @throws Failure
+    /// Call it at a scenario's end. @throws Failure if the daemon has ended by itself and was not expected to
     void checkEnd();
-    /// The table of the language, for the prompt's completion and its help.
+    /// All commands, for the prompt's completion and help.
     static const std::vector<Verb>& verbs();
-    /// Checks a line's form without obeying it, as far as that is possible: its first word. @throws Failure
+    /// Checks a line's first word without obeying the line. @throws Failure
     static void checkVerb(const std::string& line);
     /// Whether a line's command needs a card that uses faults.
     static bool makesFaults(const std::string& line);
     /// Called with each `note`.
     void onNote(std::function<void(const std::string&)> listener) { m_note = std::move(listener); }
-    /// Called with each expectation about an output or an SMS that was met, and how long it took since the mark.
+    /// Called when an expectation of an output or SMS is met, with the time since the mark.
     void onMet(std::function<void(const std::string&)> listener) { m_met = std::move(listener); }
 
 private:
@@ -90,9 +90,9 @@ private:
     void mark();
     void met(const std::string& what, Nanoseconds when);
     std::string file(const std::string& name) const;
-    /// Waits for @p holds; @throws Failure with @p otherwise when the deadline (of the daemon's time) passes.
+    /// Waits until @p holds, in the daemon's time. @throws Failure with @p otherwise after the limit
     void until(Milliseconds limit, const std::function<bool()>& holds, const std::function<std::string()>& otherwise);
-    /// Watches that @p holds stays for a time of the daemon's. @throws Failure
+    /// Checks that @p holds all the time. @throws Failure with @p otherwise
     void throughout(Milliseconds time, const std::function<bool()>& holds,
                     const std::function<std::string()>& otherwise);
 
@@ -101,15 +101,15 @@ private:
     std::function<void(const std::string&)> m_note, m_met;
     Time::Clock::time_point m_markTime;
     Nanoseconds m_markReal = 0; // by the machine's clock
-    bool m_lastExpected = true; // the last line was an expectation: the next command makes a new mark
+    bool m_lastExpected = true; // whether the next command sets a new mark
     size_t m_markOut = 0, m_markLog = 0, m_markSent = 0, m_markWrites = 0, m_markPulses = 0, m_markCommands = 0;
-    bool m_mayBeGone = false; // the daemon was expected to end by itself
+    bool m_mayBeGone = false; // whether the daemon was expected to end by itself
 };
 
 struct Verb {
     const char* name;
     void (Player::*obey)(Words&);
-    bool acts; ///< may make something happen, so that expectations begin anew
+    bool acts; ///< whether it begins a new block
     const char* form;
 };
 

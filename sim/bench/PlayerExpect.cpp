@@ -8,8 +8,8 @@ namespace bench {
 
 namespace {
 
-constexpr Milliseconds kUsualLimit{60000}; // of the daemon's time, where a line names none
-constexpr Milliseconds kLeastReal{25000};  // no deadline is nearer where the clock is the machine's: it may be slow
+constexpr Milliseconds kUsualLimit{60000}; // of the daemon's time, if a line names none
+constexpr Milliseconds kLeastReal{25000};  // shortest deadline on the machine's clock, since the machine may be slow
 
 std::string quoted(const std::string& text)
 {
@@ -41,7 +41,7 @@ void Player::throughout(Milliseconds time, const std::function<bool()>& holds,
     } while (Time::Clock::now() < end);
 }
 
-// Where no time of the card's has passed, the machine's is told: what the daemon computed.
+// If the card's clock did not move, tells the machine's time: how long the daemon computed.
 void Player::met(const std::string& what, Nanoseconds when)
 {
     const std::chrono::duration<double> passed = Time::Clock::now() - m_markTime;
@@ -257,7 +257,7 @@ void Player::expectCount(Words& words, const char* what, const std::function<lon
         until(within.value_or(kUsualLimit), holds, otherwise);
 }
 
-// pass: since the mark, an SMS pass has begun and ended. A message that comes during a pass may be deleted unread.
+// pass: an SMS pass has begun and ended since the mark. A message that comes during one may be deleted unread.
 void Player::expectPass(Words& words)
 {
     const auto within = words.takeTime("within");
@@ -273,7 +273,7 @@ void Player::expectPass(Words& words)
     until(within.value_or(kUsualLimit), passed, [] { return std::string("no SMS pass has begun and ended"); });
 }
 
-// cpu below PERCENT for TIME: of one core, had the time been real
+// cpu below PERCENT for TIME: of one core, as if the time were real
 void Player::expectCpu(Words& words)
 {
     const auto forTime = words.takeTime("for");

@@ -12,7 +12,7 @@ void Player::modem(Words& words)
         modemBefore(words, what);
 }
 
-// The modem as it is bought, before the card is started.
+// The modem's properties, before the card is started.
 void Player::modemBefore(Words& words, const std::string& what)
 {
     modemsim::Options& options = m_card.modemOptions();

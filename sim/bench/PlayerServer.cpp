@@ -81,7 +81,7 @@ void Player::serverAnswers(Words& words)
     m_card.server().setManners(manners);
 }
 
-// server omits [LABEL...]: these alone
+// server omits [LABEL...]: replaces the list
 void Player::serverOmits(Words& words)
 {
     sim::Tavd::Manners manners = m_card.server().manners();

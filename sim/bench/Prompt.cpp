@@ -26,7 +26,7 @@ char* nextVerb(const char* begun, int state)
 
 char** complete(const char* begun, int start, int /*end*/)
 {
-    rl_attempted_completion_over = 1; // words behind the first are labels and texts, no files
+    rl_attempted_completion_over = 1; // no file names: later words are labels and texts
     return start == 0 ? rl_completion_matches(begun, nextVerb) : nullptr;
 }
 

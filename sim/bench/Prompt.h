@@ -5,7 +5,7 @@
 
 namespace bench {
 
-/// Reads commands from the terminal, with history and completion, until its end or `quit`.
+/// Reads commands from the terminal, with history and completion, until end of file or `quit`.
 void prompt(Player& player, Time& time);
 
 } // namespace bench

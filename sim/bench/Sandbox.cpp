@@ -50,7 +50,7 @@ bool ownNamespaces()
     return unshare(CLONE_NEWNS | CLONE_NEWNET) == 0 && loopbackUp();
 }
 
-// In a user namespace the process is root to the namespaces that it then makes.
+// Root in a user namespace may make the other namespaces.
 bool ownUserNamespace()
 {
     const uid_t user = getuid();
@@ -60,7 +60,7 @@ bool ownUserNamespace()
            writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1\n");
 }
 
-// A folder with links to everything in the machine's /etc takes its place, with a tav of its own.
+// Replaces /etc by a folder of links to the machine's entries, with its own tav.
 std::string ownEtc()
 {
     const char* temporary = getenv("TMPDIR");
@@ -81,7 +81,7 @@ std::string ownEtc()
         const std::string name = entry->d_name;
         if (name != "." && name != ".." && name != "tav" &&
             symlink((".host/" + name).c_str(), (stage + '/' + name).c_str()) != 0)
-            continue; // a name less
+            continue; // leaves this name out
     }
     if (entries != nullptr)
         closedir(entries);

@@ -1,4 +1,4 @@
-// The bench's own namespaces, with an /etc/tav and a port 60000 that are not the machine's.
+// Namespaces that separate the bench's /etc/tav and port 60000 from the machine's.
 #ifndef SIM_BENCH_SANDBOX_H
 #define SIM_BENCH_SANDBOX_H
 

@@ -8,7 +8,7 @@ namespace bench {
 
 namespace {
 
-// The byte that an escape stands for; at is on the backslash and ends on the escape's last character.
+// Decodes an escape. Moves @p at from the backslash to the escape's last character.
 char escaped(const std::string& line, size_t& at)
 {
     const char kind = ++at < line.size() ? line[at] : '\0';

@@ -21,7 +21,7 @@ std::string taskFolder(pid_t process)
     return "/proc/" + std::to_string(process) + "/task";
 }
 
-// What a file of /proc says now. @return its length; not more than the buffer holds is of interest
+// Reads a file of /proc. @return its length, at most that of the buffer
 template <size_t Size> size_t readAgain(int file, char (&text)[Size])
 {
     const ssize_t length = file < 0 ? -1 : pread(file, text, Size - 1, 0);
@@ -43,7 +43,7 @@ std::vector<pid_t> numbersIn(const std::string& folder)
     return numbers;
 }
 
-// "ID (NAME) STATE ...": where the state stands.
+// The position of the state in "ID (NAME) STATE ...".
 const char* stateIn(const char* text)
 {
     const char* end = strrchr(text, ')');
@@ -101,8 +101,8 @@ void Stillness::list(pid_t id, Process& process)
     }
 }
 
-// How often it has run is read before its state: a thread that sleeps and has not run since has slept since.
-// @return false: another list of threads is needed
+// Reads the thread's count of runs before its state: if it sleeps now, it has slept since its last run.
+// @return false if the list of threads must be read again
 bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
 {
     for (const auto& [id, thread] : process.threads) {
@@ -115,7 +115,7 @@ bool Stillness::lookAt(pid_t ofProcess, const Process& process, Look& look)
             continue;
         const char state = *stateIn(text);
         if (state == 'Z' && process.threads.size() == 1)
-            look.ended.push_back(ofProcess);       // the last of its threads is the process
+            look.ended.push_back(ofProcess);       // this was its last thread
         else if (strchr("SZXt", state) == nullptr) // t: stopped by a debugger or a test
             look.allSleep = false;
         if (!look.allSleep)

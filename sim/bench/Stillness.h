@@ -10,15 +10,15 @@
 
 namespace bench {
 
-/// Looks at threads as the kernel shows them in /proc. A thread that sleeps, and has not run between two looks, has
-/// slept all the time between them. Threads: one thread calls.
+/// Reads the threads' states from /proc. A thread that sleeps at two looks and has not run between them has slept all
+/// the time. Threads: one thread calls.
 class Stillness {
 public:
     /// What one look showed.
     struct Look {
         bool allSleep = true;
-        std::map<pid_t, std::uint64_t> runs; ///< of each thread: how often it was put on a processor
-        std::vector<pid_t> ended;            ///< processes that are no more, whether or not they were waited for
+        std::map<pid_t, std::uint64_t> runs; ///< by thread: how often it was put on a processor
+        std::vector<pid_t> ended;            ///< processes that have ended, waited for or not
     };
 
     Stillness() = default;
@@ -26,12 +26,12 @@ public:
     Stillness(const Stillness&) = delete;
     Stillness& operator=(const Stillness&) = delete;
 
-    /// Looks at the threads of @p process, but for the thread @p besides and for those called kMachineTime.
+    /// Looks at the threads of @p process except @p besides and those named kMachineTime.
     void watch(pid_t process, pid_t besides = 0);
     void forget(pid_t process);
     Look look();
 
-    /// Nanoseconds that threads of @p process have run, and how often they gave the processor up by themselves.
+    /// The processor time in nanoseconds of the threads of @p process, and their voluntary context switches.
     struct Work {
         std::uint64_t nanoseconds, waits;
     };

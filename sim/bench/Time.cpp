@@ -26,7 +26,7 @@ constexpr Nanoseconds kSecond = 1000000000;
 constexpr Nanoseconds kBegin = 1000 * kSecond;            // of the monotonic clocks
 constexpr Nanoseconds kBeginOfDay = 1767265200 * kSecond; // 2026-01-01 11:00:00 UTC
 constexpr Nanoseconds kSpin = 10 * kSecond;               // of a processor, without a wait
-constexpr Nanoseconds kMachinesStep = 5000000;            // between two looks at a clock that is not the bench's
+constexpr Nanoseconds kMachinesStep = 5000000;            // between two looks while the clock is the machine's
 constexpr Nanoseconds kLongestPace = 50000000;            // real time that one keepPace() takes
 constexpr Nanoseconds kPause = 20000;                     // between two looks at threads that run
 
@@ -36,7 +36,7 @@ void reallySleep(Nanoseconds time)
     syscall(SYS_nanosleep, &pause, nullptr);
 }
 
-// Prints where each thread of a process is, with the debugger.
+// Prints the stack of each thread of a process, with the debugger.
 void tellStacks(pid_t process)
 {
     const std::string id = std::to_string(process);
@@ -161,7 +161,7 @@ void Time::settle()
         m_settled();
 }
 
-// All sleep, in two looks between which none of them has run.
+// Whether all sleep at two looks, and none has run between them.
 bool Time::still(Stillness::Look& look)
 {
     look = m_stillness.look();
@@ -173,7 +173,7 @@ bool Time::still(Stillness::Look& look)
     return again.allSleep && again.runs == look.runs;
 }
 
-// Whoever only waits to look again may do so once others have run. @return whether somebody does
+// Ends the waits that are only looks once other threads have run. @return whether it ended one
 bool Time::letLook(const Stillness::Look& look)
 {
     std::vector<ClockWait*> lookers;
@@ -206,7 +206,7 @@ Nanoseconds Time::monotonic(const ClockWait& wait) const
     return wait.deadline - (wait.ofDay ? m_page->dayAt.load() : 0);
 }
 
-// Of those that end at one time the thread that was started first is the first.
+// Of waits that end at the same time, that of the older thread is first.
 ClockWait* Time::next(Nanoseconds limit) const
 {
     ClockWait* first = nullptr;
@@ -248,11 +248,11 @@ void Time::pass(Clock::time_point limit)
     if (wait != nullptr)
         end(*wait);
     else
-        m_runsAtLook.clear(); // nobody else will have run: who only looks may do so, for the clock has moved
+        m_runsAtLook.clear(); // the clock has moved: every look may end
     settle();
 }
 
-// Where the clock should be by its rate.
+// The time that the clock should show by its rate.
 Nanoseconds Time::paced() const
 {
     return m_start + static_cast<Nanoseconds>(static_cast<double>(real() - m_realStart) * m_pace.rate);
@@ -268,7 +268,7 @@ void Time::keepPace()
     while (Clock::now() < target && real() < enough)
         pass(target);
     if (Clock::now() < target)
-        setRate(m_pace.rate); // from here: what this machine could not do is not made up for
+        setRate(m_pace.rate); // from here: a machine that was too slow does not catch up
 }
 
 void Time::checkProgress()

@@ -16,51 +16,51 @@ namespace bench {
 /// How time passes for the daemon and the simulators.
 struct Pace {
     bool machines = false; ///< the clock is the machine's
-    double rate = 0;       ///< the bench's seconds in a real one; 0: what only waits is skipped
+    double rate = 0;       ///< the bench's seconds in a real one; 0: skips every wait
 };
 
 /// "real", or a number from 0. @throws Failure
 Pace parsePace(const std::string& text);
 
-/// Moves the clock to the next moment at which somebody wants to be woken, once every thread of the daemon and of the
-/// simulators sleeps and nothing is on its way between them. One for a process; made before its threads are.
-/// Threads: the thread that made it, which is looked at by nobody, calls.
+/// Waits until every thread of the daemon and the simulators sleeps and nothing is on its way between them. Then moves
+/// the clock to the next moment at which one of them wants to wake. One in each process, made before other threads.
+/// Threads: only the thread that made it calls; its own sleep does not count.
 class Time {
 public:
-    using Clock = std::chrono::steady_clock; ///< the bench's in this process, too
+    using Clock = std::chrono::steady_clock; ///< follows the bench's clock in this process
 
     Time(Pace pace, const std::string& pagePath);
     ~Time();
     Time(const Time&) = delete;
     Time& operator=(const Time&) = delete;
 
-    /// What the daemon finds in its environment: NAME=VALUE.
+    /// NAME=VALUE, for the daemon's environment.
     std::string variable() const;
     bool machines() const { return m_pace.machines; }
-    /// The daemon's threads count from now on.
+    /// Waits for this process's threads, too, from now on.
     void watch(pid_t daemon);
 
-    /// What stands between two ends of a line that no thread sleeps before: called when all sleep.
+    /// Called when all sleep. It must deliver bytes that the kernel still holds between two ends of a line.
     void onStill(std::function<void()> flush) { m_flush = std::move(flush); }
-    /// Called when all has been done that can be done at this time.
+    /// Called when nothing is left to do at this time.
     void onSettled(std::function<void()> listener) { m_settled = std::move(listener); }
-    /// Called when all sleep and the clock is to be moved. @return whether somebody may be awake now
+    /// Called when all sleep, before the clock moves. @return whether it may have woken a thread
     void onMove(std::function<bool()> listener) { m_moves = std::move(listener); }
 
-    /// Waits until all has been done that can be done at this time. @throws Failure when the daemon computes without
-    /// end, after it has told where on standard error
+    /// Waits until nothing is left to do at this time. @throws Failure if the daemon computes without end, and prints
+    /// its stacks on standard error
     void settle();
-    /// After settle(): lets time pass, to the next moment at which something may happen, but not beyond @p limit, and
-    /// settles.
+    /// After settle(): moves the clock to the next moment at which something may happen, at most to @p limit, and
+    /// settles again.
     void pass(Clock::time_point limit);
-    /// Where time has a rate: as far as real time has come.
+    /// Moves the clock as far as the rate allows by now.
     void keepPace();
-    /// Another rate from now on; the machine's clock stays the machine's.
+    /// Changes the rate. No effect while the clock is the machine's.
     void setRate(double rate);
 
     /// The machine's clock, in nanoseconds.
     static Nanoseconds real();
-    /// The daemon's time of day is noon (UTC) of a date "2031-06-15" from now on. @throws Failure
+    /// Sets the daemon's time of day to noon (UTC) of a date such as "2031-06-15". @throws Failure
     void setDay(const std::string& date);
 
 private:
@@ -80,7 +80,7 @@ private:
     pid_t m_daemon = 0;
     std::function<void()> m_flush, m_settled;
     std::function<bool()> m_moves;
-    std::map<pid_t, std::uint64_t> m_runsAtLook; // when those who only look looked last
+    std::map<pid_t, std::uint64_t> m_runsAtLook; // at the last look
     Nanoseconds m_realStart = 0, m_start = 0;    // of the rate
     Nanoseconds m_nextCheck = 0;                 // of checkProgress(), as is what follows
     std::map<pid_t, Stillness::Work> m_workAtWait;

@@ -1,4 +1,4 @@
-// Where the bench's programs find what they start.
+// The paths of the programs and libraries that the bench starts.
 #ifndef SIM_BENCH_TOOLS_H
 #define SIM_BENCH_TOOLS_H
 
@@ -12,11 +12,11 @@ struct Tools {
     std::string libraries; ///< folder of libveliosim.so, libbenchclock.so and libfaultshim.so
 };
 
-/// From the folder that this program stands in, be it a build folder or an installation. @param daemon another one than
-/// the one found there, unless empty
+/// Finds them from this program's own folder, in a build tree or an installation.
+/// @param daemon  the daemon to use instead; empty for the one found
 Tools findTools(const std::string& daemon);
 
-/// The path without "." and links, or as it was where it does not exist.
+/// The path without "." and links; unchanged if it does not exist.
 std::string absolute(const std::string& path);
 std::string folderOf(const std::string& path);
 

@@ -19,7 +19,7 @@ const char* nameOf(Trace kind)
 TracePrinter::TracePrinter(Card& card, bool talk, bool log)
     : m_card(card), m_talk(talk), m_log(log), m_self(new Self{{}, this})
 {
-    // The card may have something to tell when the printer is gone.
+    // The card may call after the printer has been destroyed.
     card.onTrace([printer = m_self](Trace kind, const std::string& text) {
         const std::lock_guard<std::mutex> lock(printer->mutex);
         if (printer->self != nullptr)

@@ -11,12 +11,12 @@
 
 namespace bench {
 
-/// Prints what happens on a card with the time since the printer was made. What happens at one time of the bench's
-/// clock is printed in an order of its own, causes first, so that two plays of a scenario print the same. Threads:
-/// lines come from any; the card's thread makes and ends it.
+/// Prints each event on a card with the time since the printer was made. Events of one moment are sorted, causes first,
+/// so that two plays of a scenario print the same.
+/// Threads: any thread may cause a line; the card's thread makes and destroys it.
 class TracePrinter {
 public:
-    /// @param talk the modem's, too; @param log what the daemon prints, too
+    /// @param talk  also the AT traffic   @param log  also the daemon's log
     TracePrinter(Card& card, bool talk, bool log);
     ~TracePrinter();
     TracePrinter(const TracePrinter&) = delete;

@@ -31,7 +31,7 @@
 namespace {
 
 constexpr Nanoseconds kSecond = 1000000000;
-constexpr Nanoseconds kFarthest = Nanoseconds(1) << 61; // 73 years: an end that is farther is as good as this
+constexpr Nanoseconds kFarthest = Nanoseconds(1) << 61; // 73 years: an end beyond it is taken as this
 
 ClockPage machine; // zeros: no rules
 std::atomic<ClockPage*> current{&machine};
@@ -42,8 +42,7 @@ ClockPage& page()
     return *current.load(std::memory_order_acquire);
 }
 
-// ---- The functions of the C library, or of a sanitizer before it
-// -----------------------------------------------------
+// ---- The functions of the C library, or of a sanitizer before it ----
 
 // Looked up once, when first needed.
 void* lookUp(std::atomic<void*>& known, const char* name)
@@ -63,8 +62,7 @@ void* lookUp(std::atomic<void*>& known, const char* name)
         return reinterpret_cast<decltype(&NAME)>(lookUp(known, #NAME));                                                \
     }())
 
-// ---- Whose time
-// ------------------------------------------------------------------------------------------------------
+// ---- Whose time ----
 
 enum class Role : std::uint8_t { Unknown, Follower, Conductor, Machine };
 
@@ -123,7 +121,7 @@ Nanoseconds now(bool day)
     return page().now + (day ? page().dayAt.load() : 0);
 }
 
-// The end of a conductor's wait by the kernel's clock.
+// When a wait of the thread that moves the clock ends, by the kernel's clock.
 timespec kernelTime(clockid_t clock, Nanoseconds deadline)
 {
     timespec real{};
@@ -142,8 +140,7 @@ long futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value)
     return syscall(SYS_futex, &word, operation, value, nullptr, nullptr, 0);
 }
 
-// ---- One wait
-// --------------------------------------------------------------------------------------------------------
+// ---- One wait ----
 
 ClockWait& takeWait(ClockWait::Kind kind)
 {
@@ -160,7 +157,7 @@ ClockWait& takeWait(ClockWait::Kind kind)
     giveUp("too many threads wait");
 }
 
-/// A wait of the calling thread, from its making to its end.
+/// A wait of the calling thread, which lasts as long as the object.
 class Wait {
 public:
     Wait(ClockWait::Kind kind, Nanoseconds deadline, bool day)
@@ -212,11 +209,10 @@ int sleepUntil(Nanoseconds deadline, bool day, Nanoseconds& left)
     return whole ? 0 : EINTR;
 }
 
-// ---- Waits for descriptors
-// -------------------------------------------------------------------------------------------
+// ---- Waits for descriptors ----
 
-/// Asks @p ready, which waits without an end under a mask, until it has an answer or the time is over. @return its
-/// answer, or 0; @p left is the rest of the time
+/// Calls @p ready, which waits without a time-out under a signal mask, until it has an answer or the time is over.
+/// @return its answer, or 0 after the time; @p left is the time that remains
 template <typename Ready> int awaitDescriptors(Nanoseconds time, Nanoseconds& left, const Ready& ready)
 {
     sigset_t open;
@@ -232,15 +228,14 @@ template <typename Ready> int awaitDescriptors(Nanoseconds time, Nanoseconds& le
     return found;
 }
 
-// ---- Timed waits for conditions
-// --------------------------------------------------------------------------------------
+// ---- Timed waits for conditions ----
 
-/// What the threads of this process wait for with an end; the waits have the same places as in the page.
+/// The conditions that threads of this process wait for with a time-out, at the same indices as in the page.
 std::atomic<const pthread_cond_t*> conditions[ClockPage::kWaits];
 std::atomic<int> conditionWaits{0};
 
-// Whoever changes what is waited for does so under the mutex, or signals after it: a wait is in the list by then. More
-// threads may be woken than a signal is for, as POSIX allows.
+// A signal finds every wait in the list, because the change that it announces is made under the mutex. It may wake more
+// threads than one, as POSIX allows.
 void callTimedWaits(const pthread_cond_t* condition)
 {
     if (conditionWaits == 0)
@@ -270,8 +265,7 @@ int awaitCondition(pthread_cond_t* condition, pthread_mutex_t* mutex, Nanosecond
     return lost != 0 ? lost : wait.isDue() ? ETIMEDOUT : 0;
 }
 
-// ---- Timers: event descriptors that become readable when their time has come
-// ------------------------------------------
+// ---- Timers: event descriptors that become readable when their time has come ----
 
 struct Timer {
     std::atomic<int> fd{-1}; // -1: none
@@ -284,7 +278,7 @@ struct Timer {
 constexpr int kTimers = 32;
 Timer timers[kTimers];
 std::atomic<int> timersOpen{0};
-pthread_mutex_t timersLock = PTHREAD_MUTEX_INITIALIZER; // guards `timers`; the lock of this library that is taken last
+pthread_mutex_t timersLock = PTHREAD_MUTEX_INITIALIZER; // guards `timers`; taken after every other lock of this library
 
 /// Locks the timers.
 class TimersLocked {
@@ -321,7 +315,7 @@ void* keepTimer(void* argument)
         }
         const TimersLocked lock;
         if (wait.state != ClockWait::Due)
-            continue; // set anew meanwhile
+            continue; // set again meanwhile
         (void)!eventfd_write(timer.fd, 1);
         if (timer.interval > 0)
             setTimer(timer, wait.deadline + timer.interval);
@@ -384,8 +378,7 @@ void closeTimer(int fd)
     --timersOpen;
 }
 
-// ---- Which page
-// ------------------------------------------------------------------------------------------------------
+// ---- Which page ----
 
 void nothing(int /*signal*/) {}
 
@@ -433,8 +426,7 @@ EXPORTED void benchclock_conduct()
     ownRole = Role::Conductor;
 }
 
-// ---- Clocks
-// ----------------------------------------------------------------------------------------------------------
+// ---- Clocks ----
 
 EXPORTED int clock_gettime(clockid_t clock, timespec* time) noexcept
 {
@@ -465,8 +457,7 @@ EXPORTED time_t time(time_t* result) noexcept
     return fine.tv_sec;
 }
 
-// ---- Sleeps
-// ----------------------------------------------------------------------------------------------------------
+// ---- Sleeps ----
 
 EXPORTED int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* left)
 {
@@ -514,8 +505,7 @@ EXPORTED unsigned sleep(unsigned time)
     return nanosleep(&left, &left) == 0 ? 0 : static_cast<unsigned>((nanoseconds(left) + kSecond / 2) / kSecond);
 }
 
-// ---- Descriptors
-// -----------------------------------------------------------------------------------------------------
+// ---- Descriptors ----
 
 EXPORTED int poll(pollfd* descriptors, nfds_t count, int time)
 {
@@ -564,8 +554,7 @@ EXPORTED int epoll_wait(int epoll, epoll_event* events, int most, int time)
                             [=](const sigset_t* open) { return NEXT(epoll_pwait)(epoll, events, most, -1, open); });
 }
 
-// ---- Conditions
-// ------------------------------------------------------------------------------------------------------
+// ---- Conditions ----
 
 EXPORTED int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* mutex, clockid_t clock,
                                     const timespec* deadline)
@@ -578,7 +567,7 @@ EXPORTED int pthread_cond_clockwait(pthread_cond_t* condition, pthread_mutex_t* 
     return NEXT(pthread_cond_clockwait)(condition, mutex, clock, &end);
 }
 
-/// The condition knows its clock, and keeps it to itself: a time of day is decades away from 0, the others are not.
+/// A condition does not tell its clock. Only a time of day is decades away from 0.
 EXPORTED int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* deadline)
 {
     if (role() == Role::Machine)
@@ -599,8 +588,7 @@ EXPORTED int pthread_cond_broadcast(pthread_cond_t* condition) noexcept
     return NEXT(pthread_cond_broadcast)(condition);
 }
 
-// ---- Timers
-// ----------------------------------------------------------------------------------------------------------
+// ---- Timers ----
 
 EXPORTED int timerfd_create(clockid_t clock, int flags) noexcept
 {
@@ -623,7 +611,7 @@ EXPORTED int timerfd_settime(int fd, int flags, const itimerspec* wanted, itimer
     pollfd past = {fd, POLLIN, 0};
     eventfd_t times = 0;
     if (NEXT(poll)(&past, 1, 0) == 1)
-        (void)!eventfd_read(fd, &times); // what the old time has made readable
+        (void)!eventfd_read(fd, &times); // drops what the old time has signalled
     timer->interval = nanoseconds(wanted->it_interval);
     const Nanoseconds end = nanoseconds(wanted->it_value);
     if (end != 0)
@@ -648,8 +636,7 @@ EXPORTED int close(int fd)
     return NEXT(close)(fd);
 }
 
-// ---- Waits that are not answered
-// -------------------------------------------------------------------------------------
+// ---- Waits that are not answered ----
 
 #define NOT_ANSWERED(RESULT, NAME, PARAMETERS, ARGUMENTS, ...)                                                         \
     EXPORTED RESULT NAME PARAMETERS __VA_ARGS__                                                                        \

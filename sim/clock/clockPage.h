@@ -1,4 +1,4 @@
-// What the bench and the clock library in its processes tell one another: a page of memory that all have mapped.
+// The memory that the bench shares with the clock library in its processes.
 #ifndef SIM_CLOCK_CLOCKPAGE_H
 #define SIM_CLOCK_CLOCKPAGE_H
 
@@ -9,14 +9,14 @@
 /// Nanoseconds.
 using Nanoseconds = std::int64_t;
 
-/// One wait with an end, or one timer. A thread takes a free one, fills it, and waits; the bench ends it.
+/// One timed wait, or one timer. A thread takes a free one, fills it in and waits; the bench ends the wait.
 struct ClockWait {
     enum State : std::uint32_t {
         Free,
         Filling,
         Idle,    ///< a timer that is not set
         Waiting, ///< until its deadline
-        Due,     ///< the bench's clock has come to the deadline
+        Due,     ///< the bench's clock has reached the deadline
         Called,  ///< its condition was signalled
         Ended    ///< a timer that is closed: its thread gives it back
     };
@@ -30,11 +30,11 @@ struct ClockWait {
     std::uint32_t kind;
     std::int32_t process, thread;
     bool ofDay; ///< the deadline is a time of day
-    bool look;  ///< so short that the thread only wants to look again: see benchclock.h
+    bool look;  ///< short enough to be a look: see benchclock.h
     std::atomic<Nanoseconds> deadline;
 };
 
-/// Starts as zeros: everything is left to the machine.
+/// All zeros at first: the machine's clock counts.
 struct ClockPage {
     static constexpr int kWaits = 512;
 

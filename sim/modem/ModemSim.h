@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-/// A GSM modem on a pseudo terminal that behaves as 3GPP TS 27.005 and 27.007 and common modems do, for tests and
-/// benches. It starts working when constructed and stops when destroyed; whoever opens path() talks to it. Threads:
-/// every method may be called by any thread at any time; one thread of its own serves the terminal. Lock:    one, of
-/// its own, never held while an observer or a condition of the caller runs. Units:   real milliseconds; places count
-/// from 1; texts are bytes, no character set is converted but by smsUnicode(). Errors:  the constructor throws
-/// std::system_error when no terminal or link can be made; nothing else throws.
+/// Behaves as 3GPP TS 27.005 and 27.007 say, and as common modems do. It runs from construction to destruction, and
+/// talks to the program that opens path().
+/// Threads: any thread may call any method. A thread of its own serves the terminal.
+/// Lock:    its own, never held while an observer or a caller's condition runs.
+/// Units:   real milliseconds. Places count from 1. Texts are bytes; only smsUnicode() converts them.
+/// Errors:  the constructor throws std::system_error without a terminal or link. Nothing else throws.
 class ModemSim {
 public:
     using Options = modemsim::Options;
@@ -32,33 +32,31 @@ public:
     ModemSim(const ModemSim&) = delete;
     ModemSim& operator=(const ModemSim&) = delete;
 
-    /// The terminal to open: the link where one was asked for, else the device.
+    /// The path to open: the link if there is one, else the device.
     std::string path() const;
     /// The device itself, such as "/dev/pts/7"; another one after plugIn().
     std::string device() const;
 
     // ---- what comes from the network ----
 
-    /// An SMS arrives: stored unread in the lowest free place and reported with "+CMTI: ". With no free place the
-    /// network keeps it until one is free. Returns the place, 0 when the network keeps it.
+    /// Receives an SMS: stores it unread in the lowest free place and reports it with "+CMTI: ". Without a free place,
+    /// the network keeps it until there is one. @return the place; 0 if the network keeps it
     int sms(const std::string& number, const std::string& text);
-    /// The same for a text (UTF-8) that its sender's telephone sent as Unicode: it is listed as hexadecimal UCS2.
+    /// The same for a text (UTF-8) that was sent as Unicode: it is listed as hexadecimal UCS2.
     int smsUnicode(const std::string& number, const std::string& utf8);
-    /// The network says something: "+CUSD: 0,\"text\",15".
+    /// Reports a message of the network: "+CUSD: 0,\"text\",15".
     void ussd(const std::string& text);
-    /// What the network answers (after @p after) to AT+CUSD=1,"code"; without one it answers nothing.
+    /// Sets the network's answer, @p after the command, to AT+CUSD=1,"code". Other codes get no answer.
     void answerUssd(const std::string& code, const std::string& text, milliseconds after = milliseconds(0));
     void setSignal(int signal, int errorRate);
-    /// Another operator at once; empty: the network is lost.
+    /// Changes the operator; empty: no network.
     void setOperator(const std::string& name);
-    /// Gives every later message this time stamp ("yy/MM/dd,hh:mm:ss+zz") instead of the time of day; empty: time of
-    /// day.
+    /// Sets the time stamp of later messages, "yy/MM/dd,hh:mm:ss+zz"; empty: the time of day.
     void setTimeStamp(const std::string& stamp);
 
     // ---- the SIM ----
 
-    /// Puts a message into its place without a word, over one that was there. Returns false when there is no such
-    /// place.
+    /// Puts a message into its place without a report, and replaces one there. @return false if there is no such place
     bool store(const StoredSms& message);
     std::vector<StoredSms> stored() const; ///< in order of places
     /// Takes the SIM out or puts it back (locked again, its tries as they were).
@@ -70,16 +68,16 @@ public:
     void setSimState(SimState state);
     int pinTriesLeft() const;
     int pukTriesLeft() const;
-    int pinEntries() const;  ///< times that a PIN was given to the SIM or to the modem, right, wrong or out of place
+    int pinEntries() const;  ///< PINs that were entered, right or wrong, whether or not one was asked for
     int pukEntries() const;  ///< the same for a PUK with a new PIN
     std::string pin() const; ///< the SIM's PIN now: the PUK sets a new one
 
-    /// What a person with an eye on it would see, of one moment.
+    /// The modem's visible state at one moment.
     struct Status {
         bool powered, pluggedIn, inUse, silent, registered;
         SimState sim;
         int pinTries, pukTries;
-        int signal, errorRate; ///< as AT+CSQ says them
+        int signal, errorRate; ///< as in AT+CSQ
         std::string operatorName;
         milliseconds delay; ///< before each reply
         int places;         ///< of the SIM
@@ -116,17 +114,16 @@ public:
     void setPrompt(const std::string& prompt); ///< "> "; some modems leave the blank out
     void setErrorMode(modemsim::ErrorMode mode);
     void setReports(bool on); ///< whether an arriving SMS is reported with "+CMTI: "
-    /// Bytes typed outside a prompt and ended with Ctrl-Z or ESC: forgotten (false, at first) or the start of the next
-    /// line.
+    /// Whether bytes that end with Ctrl-Z or ESC outside a prompt begin the next line. False at first: they are
+    /// dropped.
     void setKeepsStrayText(bool keeps);
     void sendLine(const std::string& line); ///< unasked, between line ends
     void sendRaw(const std::string& bytes); ///< unasked, as they stand
-    /// The terminal goes away as an unplugged modem does: its users read end of file, writes fail, a link stays
-    /// dangling.
+    /// Unplugs the modem: its users read end of file, their writes fail, and the link dangles.
     void hangUp();
-    /// What was written at either end of the terminal has come to the other when this returns.
+    /// Returns when bytes written at either end of the terminal have reached the other.
     void flush();
-    /// A new terminal after hangUp(), the link points to it; users must open it again. Powered as it was.
+    /// After hangUp(): makes a new terminal and points the link to it; users must open it again. Keeps its power.
     void plugIn();
 
     // ---- what happened ----
@@ -142,7 +139,7 @@ public:
     std::string transcript() const;
     void clearRecord(); ///< forgets traffic and sent messages; counters of PIN, PUK and pulses stay
 
-    // ---- waiting: each returns false when the deadline passed ----
+    // ---- waiting: each returns false after the deadline ----
 
     bool waitForSent(std::size_t messages, milliseconds patience = kPatience) const;
     /// A sent message with this number and text.
@@ -150,7 +147,7 @@ public:
     bool waitForCommand(const std::string& prefix, std::size_t times = 1, milliseconds patience = kPatience) const;
     bool waitForEmptyStorage(milliseconds patience = kPatience) const;
     bool waitForClient(milliseconds patience = kPatience) const; ///< somebody has the terminal open
-    /// Until @p condition holds; it is asked again after everything that happens here, on the caller's thread.
+    /// Waits until @p condition holds. It is called on the caller's thread after each event.
     bool waitUntil(const std::function<bool()>& condition, milliseconds patience = kPatience) const;
 
     /// Called for every line of traffic and every sent message, on the simulator's thread, without a lock. Set before

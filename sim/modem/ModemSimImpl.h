@@ -1,4 +1,4 @@
-// Inside of ModemSim: its state, its lock and its thread.
+// The state, the lock and the thread of ModemSim.
 #pragma once
 
 #include "modem/Equipment.h"
@@ -86,7 +86,7 @@ private:
     bool booted = false;
     TimePoint bootTime{};
     std::multimap<TimePoint, std::string> timers; ///< unsolicited bytes by time; equal times in order of insertion
-    std::size_t sentTold = 0;                     ///< sent messages of which the observer was told
+    std::size_t sentTold = 0;                     ///< sent messages that the observer was told of
     bool terminalFull = false;
 
     mutable std::condition_variable something;

@@ -1,4 +1,4 @@
-// What the simulated modem does with its input, and how it words its replies.
+// The simulated modem's input and its replies.
 #include "modem/ModemSimImpl.h"
 
 using modemsim::Input;

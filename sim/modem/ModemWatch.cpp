@@ -1,4 +1,4 @@
-// What scripts of the simulated modem learn: the record, and waiting for what they expect.
+// The record of the simulated modem, and waiting for events.
 #include "modem/ModemSim.h"
 
 #include "modem/ModemSimImpl.h"

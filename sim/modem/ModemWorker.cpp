@@ -1,4 +1,4 @@
-// The simulated modem's thread: follows the terminal, the time and the power; what it answers is in ModemTalk.cpp.
+// The simulated modem's thread: the terminal, time and power. Its replies are in ModemTalk.cpp.
 #include "modem/ModemSimImpl.h"
 
 #include <algorithm>
@@ -66,7 +66,7 @@ void ModemSim::Impl::powered(bool before)
     if (before == key.isOn()) {
         return;
     }
-    for (std::size_t lost = 0; lost < modemsim::kMostBacklog;) { // what was typed so far finds nobody
+    for (std::size_t lost = 0; lost < modemsim::kMostBacklog;) { // drops what was typed while it was off
         const std::size_t count = pty.read().size();
         if (count == 0) {
             break;

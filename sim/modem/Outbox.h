@@ -18,7 +18,7 @@ public:
     void unasked(std::string bytes);
     void clear() { m_pieces.clear(); }
 
-    bool replying() const; ///< some piece of a reply is not sent yet
+    bool replying() const; ///< whether part of a reply is still to be sent
     bool empty() const { return m_pieces.empty(); }
     /// The time of the next bytes; no value if there are none.
     std::optional<Clock::time_point> due() const;

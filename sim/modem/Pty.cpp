@@ -145,7 +145,7 @@ bool Pty::hasUser() const
     return m_fd != -1 && poll(&state, 1, 0) >= 0 && (state.revents & POLLHUP) == 0;
 }
 
-// A terminal's bytes are handed to the other end by a thread of the kernel; a look for them at that end waits for it.
+// A thread of the kernel takes a terminal's bytes to the other end. Polling that end waits for it.
 void Pty::flush() const
 {
     const int user = hasUser() ? ioctl(m_fd, TIOCGPTPEER, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1;

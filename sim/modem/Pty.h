@@ -23,8 +23,8 @@ public:
     bool hasUser() const;                   ///< somebody has the terminal open
     int usersFd() const { return m_users; } ///< borrowed; readable when somebody has opened or closed it, until...
     void forgetUsers() const;               ///< ... this
-    void flush() const;                     ///< what was written at either end has come to the other, though unread
-    void forgetUnread(); ///< drops what was written and never read, as a port does that nobody has open
+    void flush() const;                     ///< returns when bytes written at either end have reached the other
+    void forgetUnread();                    ///< drops unread bytes, as a port does that nobody has open
 
     std::string read();                          ///< what is there now, at most 4096 bytes; empty: nothing
     std::size_t write(const std::string& bytes); ///< bytes taken; 0: the terminal is full or nobody listens

@@ -29,7 +29,7 @@ std::unique_ptr<bench::Card> cardOf(const std::string& config, const bench::Tool
 Replay::Settings settingsOf(const Order& order, bench::Pace pace)
 {
     Replay::Settings settings;
-    constexpr double kMachine = 2000; // ms that a busy machine may take for what takes no time; real
+    constexpr double kMachine = 2000; // real ms that a busy machine may need for an event
     settings.tolerance = std::max(settings.tolerance, static_cast<int64_t>(kMachine * pace.rate));
     for (const std::string& lines : order.compare)
         (lines == "log" ? settings.log : settings.at) = true;

@@ -15,7 +15,7 @@ class App;
 
 namespace record {
 
-/// What follows the word "replay".
+/// The arguments of "replay".
 struct Order {
     std::string file;
     std::vector<std::string> compare; ///< "log", "at"
@@ -26,8 +26,8 @@ struct Order {
 /// @param app,order borrowed until the command line is parsed
 CLI::App* addReplay(CLI::App& app, Order& order);
 
-/// Replays in a sandbox that this process then stays in, and prints the outcome. @param config a folder, or nothing
-/// @return exit status: 0 no difference, 1 one, 2 not replayed
+/// Moves this process into a sandbox, replays there, and prints the outcome. @param config  a folder, or empty
+/// @return exit status: 0 no difference, 1 a difference, 2 not replayed
 int replay(const Order& order, const std::string& config, const bench::Tools& tools, bench::Pace pace);
 
 } // namespace record

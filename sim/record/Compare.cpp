@@ -68,7 +68,7 @@ void Compare::match(const std::string& name, Stream& stream)
     }
 }
 
-// Takes a pulse out. @return whether the items began with one
+// Removes a pulse from the front. @return whether there was one
 bool Compare::flickers(Stream& stream, std::deque<Item>& items)
 {
     if (!stream.value || items.size() < 2 || items[0].value == *stream.value || items[1].value != *stream.value ||
@@ -78,7 +78,7 @@ bool Compare::flickers(Stream& stream, std::deque<Item>& items)
     return true;
 }
 
-// The end of the pulse may be still to come, or still to be read.
+// The end of the pulse may not have happened, or not have been read, yet.
 bool Compare::mayFlicker(const Stream& stream, const std::deque<Item>& items, int64_t now)
 {
     return stream.value && items.size() == 1 && items[0].value != *stream.value && now <= items[0].time + kFlicker;
@@ -125,7 +125,7 @@ void Compare::miss(const Item& item, const std::string& text)
         m_missed = Found{{item.line, text}, item.time, item.tolerance};
 }
 
-// What came unrecorded has no line of its own. A line near it that did not come is likely to have been meant by it.
+// An event that was not recorded has no line. A nearby line whose event is missing is probably its counterpart.
 std::optional<Difference> Compare::first() const
 {
     const int64_t near = m_extra ? m_extra->time + m_extra->tolerance : 0;

@@ -1,4 +1,4 @@
-// What a record says against what happens now.
+// Compares a record with what happens in its replay.
 #ifndef SIM_RECORD_COMPARE_H
 #define SIM_RECORD_COMPARE_H
 
@@ -10,36 +10,34 @@
 
 namespace record {
 
-/// Where a record and what happens part.
+/// The first difference.
 struct Difference {
     uint64_t line; ///< of the record
     std::string text;
 };
 
-/// Compares streams: each output's states, the SMS to each number. Within one the order counts, between two it does
-/// not, for what drives one output races with what drives another. All times are on the replay's clock, in
-/// milliseconds. Not locked: one thread at a time.
+/// Compares streams: the states of each output, the SMS to each number. The order counts only within a stream, because
+/// the causes of two outputs race. All times are milliseconds on the replay's clock. One thread at a time.
 class Compare {
 public:
-    /// Two inputs that change this close to one another may be evaluated together in one run and one by one in another,
-    /// which an output shows by a pulse of this length or less. Such a pulse is compared where both have it, and left
-    /// out where one has.
+    /// Longest pulse that may be missing, ms. If two inputs change within this time, the daemon may evaluate them
+    /// together or one by one, and only then does an output show a pulse. A pulse on one side only is no difference.
     static constexpr int64_t kFlicker = 20;
 
-    /// A stream whose value holds until the next, such as an output: a pulse in it may be a flicker.
+    /// Declares a stream whose values last until the next one, such as an output: only such a stream has pulses.
     void setValue(const std::string& stream, const std::string& value);
-    /// The record says that this was so at @p time; it may have come @p tolerance sooner or later here.
+    /// Adds a recorded value. The replay may have it @p tolerance sooner or later.
     void recorded(const std::string& stream, const std::string& value, int64_t time, int64_t tolerance, uint64_t line);
-    /// It has happened here.
+    /// Adds a value of the replay.
     void happened(const std::string& stream, const std::string& value, int64_t time, int64_t tolerance, uint64_t line);
-    /// The record's clock stood still for so long: what has happened, and is not in it yet, happened later by that.
+    /// The record's clock was stopped for so long: shifts the values of the replay that have no counterpart yet.
     void stoodStill(int64_t milliseconds);
-    /// Gives up what should have come by now. @return whether something recorded is still to come
+    /// Gives up recorded values whose time has passed. @return whether others are still to come
     bool waits(int64_t now);
-    /// Nothing more is recorded: what happens so late that its place may be behind the record's end is no difference.
+    /// The record has ended: a value so late that it may belong after the end is no difference.
     void recordEnds(int64_t end) { m_end = end; }
-    /// The first difference, once no earlier one can be found any more: of the record's lowest line that did not come
-    /// as it says, or of what came though nothing near was recorded.
+    /// The first difference, as soon as no earlier one is possible: a recorded value that is missing or different, or a
+    /// value that was not recorded.
     std::optional<Difference> first() const;
     uint64_t compared() const { return m_compared; }
 
@@ -47,10 +45,10 @@ private:
     struct Item {
         std::string value;
         int64_t time, tolerance;
-        uint64_t line; // a recorded one's own; of another the last that had been read
+        uint64_t line; // its own, or the last line read before a value of the replay
     };
     struct Stream {
-        std::optional<std::string> value; // where the two agreed last
+        std::optional<std::string> value; // the last on which both agreed
         std::deque<Item> recorded, happened;
     };
 
@@ -65,8 +63,8 @@ private:
     void miss(const Item& item, const std::string& text);
 
     std::map<std::string, Stream> m_streams;
-    std::optional<Found> m_missed; // the lowest line of the record that did not come so
-    std::optional<Found> m_extra;  // the first that came unrecorded
+    std::optional<Found> m_missed; // the recorded value of the lowest line that is missing
+    std::optional<Found> m_extra;  // the first value that was not recorded
     int64_t m_now = 0, m_end = INT64_MAX;
     uint64_t m_compared = 0;
 };

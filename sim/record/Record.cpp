@@ -31,7 +31,7 @@ namespace {
 constexpr int kVersion = 1;
 const std::array<const char*, 5> kDrivers = {"unknown", "none", "website", "ccd", "iodriver"};
 
-// A kind of line whose key says what it is: a text, and for an SMS a number.
+// A line whose key is its kind. It has a text and, for an SMS, a number.
 struct TextKind {
     Change::Kind kind;
     const char* key;
@@ -291,7 +291,7 @@ bool Reader::next(Change& change)
     return wrong.empty() || fail(wrong);
 }
 
-// What is wrong with a change at its place.
+// What is wrong with a change in this position.
 std::string Reader::place(const Change& change)
 {
     if ((change.kind == Change::Begin) != (m_line == 1))

@@ -22,7 +22,7 @@ struct Change {
         SmsIn,   ///< who: the sender's number
         SmsOut,  ///< who: the number it went to
         Log,     ///< a line of the daemon's
-        ToModem, ///< an AT line, its control characters made visible
+        ToModem, ///< an AT line, with visible control characters
         FromModem,
         End ///< the last line; lines: how many stand before it
     };
@@ -34,16 +34,15 @@ struct Change {
     uint64_t lines = 0;
 };
 
-/// @return any bytes as text for people and terminals: control characters and bytes that are not UTF-8 stand as "\x1b",
-/// backslashes doubled
+/// @return @p bytes as printable text. Control characters and bytes that are not UTF-8 become "\x1b"; a backslash is
+/// doubled
 std::string escaped(const std::string& bytes);
 
-/// @return the change as a line of JSON, without a line end; its texts are escaped, so that nothing of them is lost
+/// @return the change as a line of JSON, without a line end. Its texts are escaped, so that they keep every byte
 std::string lineOf(const Change& change);
 
-/// Reads a record line by line and holds it to what a recorder writes: times in order, ports told before they change, a
-/// last line that counts the others. Its memory grows with the ports, of which there are at most kMostPorts, and
-/// with nothing else. One thread at a time.
+/// Reads a record line by line, and checks it: times in order, ports before their changes, a last line with the right
+/// count. Its memory grows with the number of ports only, at most kMostPorts. One thread at a time.
 class Reader {
 public:
     static constexpr size_t kMostPorts = 10000;
@@ -55,7 +54,7 @@ public:
     bool next(Change& change);
     /// "FILE:LINE: what is wrong", or nothing.
     const std::string& error() const { return m_error; }
-    /// Of the change that next() gave last; lines count from 1.
+    /// The line of the change that next() returned last, from 1.
     uint64_t line() const { return m_line; }
     int64_t time() const { return m_time; }
     /// Whether the record has its last line. Without it the recorder was killed.

@@ -12,10 +12,10 @@ namespace record {
 
 namespace {
 
-// Bytes of a text, of a name or number: a line of both stays below what a reader takes, escaped as it may be.
+// Bytes of a text, and of a name or number. Even escaped, both fit into the longest line of a reader.
 constexpr size_t kMostText = 8192, kMostName = 1024;
 
-// As a record has it: numbers that the protocol does not know are unknown states.
+// Unknown numbers of the protocol are recorded as the unknown state.
 sim::Port known(sim::Port port)
 {
     port.label.resize(std::min(port.label.size(), kMostName));

@@ -13,8 +13,9 @@
 
 namespace record {
 
-/// Each change is one write of a whole line, so that whatever ends the recorder leaves a record that can be read.
-/// Threads: any, but for open(). Lock: its own, which keeps times and lines in one order; held while it writes.
+/// Writes each change as a whole line at once, so that a recorder that is killed leaves a readable record.
+/// Threads: any, except that open() comes first.
+/// Lock:    its own, held during a write, so that lines are in the order of their times.
 class Recorder {
 public:
     /// The daemon's time in milliseconds; it never goes back.
@@ -25,18 +26,19 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
-    /// Makes the file, for its owner alone: a record holds numbers and texts. One that exists is left as it is.
-    /// @return what went wrong, or nothing
+    /// Creates the file, for its owner alone: a record holds numbers and texts. Never overwrites a file.
+    /// @return an error message, or empty
     std::string open(const std::string& file);
-    /// The record's time starts, with these ports. Before it and after end() changes are not recorded; a second time
-    /// it does nothing. @param of "bench" or "card"
+    /// Starts the record's time, with these ports. Changes before it and after end() are ignored, and so is a second
+    /// call.
+    /// @param of  "bench" or "card"
     void begin(const char* of, const std::vector<sim::Port>& ports);
-    /// A port as it is now; recorded where it has changed.
+    /// Records the port if it has changed.
     void port(const sim::Port& port);
-    /// Another change. @param who the number of an SMS
+    /// Records another change. @param who  the number of an SMS
     void tell(Change::Kind kind, const std::string& text, const std::string& who = "");
     void end();
-    /// Whether the file could not be written: the record ends before that, with a whole line.
+    /// Whether a write has failed. The record then ends with the last whole line before it.
     bool failed() const { return m_failed; }
 
 private:

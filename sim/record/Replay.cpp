@@ -10,13 +10,13 @@ namespace record {
 
 namespace {
 
-// The daemon looks at an exchange once a second, a pass over the SIM has a dozen, and the SMS may wait for the end of
-// the pass before: what an SMS causes comes so much sooner or later from one run to the next.
+// From run to run, the effect of an SMS comes sooner or later by this much: a pass over the SIM has a dozen exchanges
+// of a second or less each, and the SMS may have to wait for the pass before.
 constexpr int64_t kSmsTolerance = 30000;
-constexpr int64_t kSmsMemory = 180000;  // after an SMS, in which it may still drive outputs
+constexpr int64_t kSmsMemory = 180000;  // time after an SMS in which it may still drive outputs
 constexpr uint64_t kForgetEvery = 4096; // lines
 constexpr int64_t kForEver = INT64_MAX / 2;
-constexpr int64_t kSettling = 10000;      // of a daemon that was running when its record began
+constexpr int64_t kSettling = 10000;      // for a daemon that already ran when its record began
 constexpr int64_t kLongestLook = 3600000; // between two looks at what is due
 constexpr uint32_t kDaemon = 4;           // the daemon's number among those who drive outputs
 
@@ -27,7 +27,7 @@ std::string secondsText(int64_t milliseconds)
     return text;
 }
 
-// NUMBER "TEXT", as a card traces an SMS.
+// Takes an SMS apart as the card traces it: NUMBER "TEXT".
 Change smsOf(Change::Kind kind, const std::string& trace)
 {
     Change change;
@@ -128,7 +128,7 @@ void Replay::hear(bench::Trace kind, const std::string& text)
     }
 }
 
-// What is compared with what: each output by itself, and the SMS to each number. Empty: not compared.
+// The name of a change's stream: an output, or the SMS to a number. Empty if it is not compared.
 std::string Replay::streamOf(const Change& change) const
 {
     switch (change.kind) {
@@ -178,7 +178,7 @@ bool Replay::different(int64_t now)
     return m_compare.first().has_value();
 }
 
-// Until then on the clock, or until @p holds, which is asked with the lock held. @return whether it held
+// Waits until that time, or until @p holds, which is called with the lock held. @return whether it held
 bool Replay::waitUntil(int64_t time, const std::function<bool()>& holds)
 {
     bench::Time& clock = m_card->time();
@@ -210,7 +210,7 @@ void Replay::usePorts(const Contents& contents)
     m_card->usePorts(std::move(ports));
 }
 
-// A card's record began while its daemon had long been running: the one here is given time to reach the same states.
+// A card's record begins while its daemon runs. Gives the new daemon time to reach the same states.
 std::optional<Difference> Replay::settle(const Contents& contents)
 {
     const auto different = [&] {
@@ -231,15 +231,15 @@ std::optional<Difference> Replay::settle(const Contents& contents)
                                          " was recorded at the beginning; here it was " + m_outputs[port.label]};
 }
 
-// Before an input or an SMS of the record is given, what was recorded before it has come, and for an SMS the modem has
-// got as many commands: otherwise a daemon that is a little slower here would meet it in another state.
+// Before an input or SMS, waits for everything recorded before it; before an SMS, also until the modem has received as
+// many commands. Otherwise a slightly slower daemon would meet it in another state.
 // @return whether there is a difference
 bool Replay::give(const Change& change)
 {
     const int64_t due = change.time + m_shift;
     if (waitUntil(due, [&] { return different(daemonsTime()); }))
         return true;
-    // Not for ever: an effect may stand in the record before its cause, for the two come from different threads.
+    // Limited, because an effect may precede its cause in the record: two threads recorded them.
     waitUntil(daemonsTime() + m_settings.tolerance / 2, [&] { return !m_compare.waits(daemonsTime()); });
     if (change.kind == Change::SmsIn)
         waitUntil(due + kSmsTolerance, [&] { return m_commands >= m_commandsRecorded; });
@@ -307,7 +307,7 @@ std::optional<Difference> Replay::run(const std::string& file, const Contents& c
     return m_compare.first();
 }
 
-// What the simulators keep for scenarios to look at: a record may be as long as it likes.
+// Drops what the simulators keep for scenarios, so that a long record needs no more memory.
 void Replay::forget()
 {
     m_card->daemon().forgetLines();

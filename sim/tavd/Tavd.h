@@ -29,7 +29,7 @@ public:
         Clock::time_point time;
     };
 
-    /// Behaviour that a card's server may show, too. The default is the kindest.
+    /// Behaviour that a card's server may show, too. The default is the simplest for a client.
     struct Manners {
         Clock::duration answerDelay{0}; ///< from a get to its answer
         bool reversed = false;          ///< answers are in the reverse order of the request

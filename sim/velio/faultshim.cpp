@@ -1,11 +1,11 @@
-// Preloaded into the daemon, makes the calls fail that may fail at any time: FAULTSHIM_PAGE names a file that holds a
-// FaultPage, in which the bench says how. Without it, everything passes through.
+// Preloaded into the daemon. Interrupts system calls and cuts writes short, as the bench asks in a FaultPage, whose
+// file FAULTSHIM_PAGE names. Without it, every call passes through.
 //
-// A signal, SIGUSR1, does nothing but interrupt the call that a thread waits in. Calls that never wait on the bench,
-// because a pipe has room or a byte is there, are interrupted here instead. In a daemon with the address sanitizer
-// a thread of this library looks for leaks when the bench asks.
+// SIGUSR1 does nothing but interrupt the call in which a thread waits. Calls that would not wait, because a pipe has
+// room or a byte is there, are interrupted by the library itself. In a daemon with the address sanitizer, a thread of
+// the library looks for leaks when the bench asks.
 //
-// Like its neighbours it allocates nothing, so that it lives with sanitizers.
+// It allocates no memory, so that it works with sanitizers.
 #undef _FORTIFY_SOURCE
 #undef _FILE_OFFSET_BITS
 #undef _TIME_BITS
@@ -31,7 +31,7 @@ extern "C" __attribute__((weak)) int __lsan_do_recoverable_leak_check();
 
 namespace {
 
-enum class Kind { Other, File, Pipe, Socket, Terminal, Device }; // Device: what stands in for the GPIO driver
+enum class Kind { Other, File, Pipe, Socket, Terminal, Device }; // Device: the simulated GPIO driver
 
 FaultPage noFaults;
 FaultPage* page = &noFaults;
@@ -132,13 +132,13 @@ EXPORTED ssize_t write(int fd, const void* bytes, size_t length)
     if (!faultsInWrites())
         return next(known, "write")(fd, bytes, length);
     const Kind kind = kindOf(fd);
-    // A write to the modem is one call, and what comes of it shows in the answer: it is cut short only where asked for.
+    // A write to the modem is cut only on request: the daemon sends a command in one call.
     if (kind != Kind::Terminal && interrupted(kind))
         return -1;
     return next(known, "write")(fd, bytes, taken(kind, length));
 }
 
-// A send to a socket is never cut: the kernel cuts one only when the socket is full, and says when it has room again.
+// A send to a socket is never cut: the kernel cuts one only if the socket is full, and reports when it has room again.
 EXPORTED ssize_t send(int fd, const void* bytes, size_t length, int flags)
 {
     static std::atomic<ssize_t (*)(int, const void*, size_t, int)> known;

@@ -1,7 +1,7 @@
-// Preloaded into the daemon, stands in for the card's GPIO driver behind "/dev/velio0"; everything else passes through.
+// Preloaded into the daemon. Simulates the card's GPIO driver, "/dev/velio0"; every other call passes through.
 //
-// VELIOSIM_TABLE names a text file with what the driver has and how it behaves, read at each open of the device; a line
-// is
+// VELIOSIM_TABLE names a text file with the driver's pins and manners. It is read at each open of the device. Its
+// lines:
 //   pin ID DIRECTION DEFAULT NAME   a pin, numbers decimal; a NAME of 16 bytes fills its field without a terminator
 //   count N                         what the request for the number of pins returns, instead of the number of pins
 //   table N                         what the request for the pin table returns, instead of 1
@@ -16,7 +16,7 @@
 // its bytes), refused-open, refused-count, refused-table, refused-write (A the error number), ioctl (A an unknown
 // request) or close.
 //
-// Nothing here allocates memory or runs before the first call, so that it lives with sanitizers.
+// Nothing here allocates memory or runs before the first call, so that it works with sanitizers.
 #undef _FORTIFY_SOURCE
 #undef _FILE_OFFSET_BITS
 #undef _TIME_BITS
@@ -45,7 +45,7 @@ constexpr char kDevice[] = "/dev/velio0";
 constexpr unsigned long kCountRequest = 0x6701;
 constexpr unsigned long kTableRequest = 0x80046702;
 constexpr int kMostPins = 256;
-constexpr long kSettling = 3000000; // nanoseconds until the write of a level returns: whoever reads the report is first
+constexpr long kSettling = 3000000; // nanoseconds that the write of a level takes: the reader of the report is faster
 
 struct PinRecord { // one entry of the driver's table, native byte order
     std::uint16_t id;
@@ -168,7 +168,7 @@ void obeyLine(const char* line)
     }
 }
 
-/// Makes the driver what the table file says; called with the lock held.
+/// Reads the table file; called with the lock held.
 void readTable()
 {
     static char text[65536];
@@ -236,8 +236,7 @@ int request(unsigned long code, void* argument)
     const int tableError = driver.failTable;
     const long count = driver.count;
     const long table = driver.table;
-    if (code == kTableRequest &&
-        tableError == 0) { // as many as there are and as the caller has been told to make room for
+    if (code == kTableRequest && tableError == 0) { // no more than the caller was told to make room for
         const long pins = count < driver.pinCount ? count : driver.pinCount;
         if (pins > 0) {
             memcpy(argument, driver.pins, static_cast<std::size_t>(pins) * sizeof(PinRecord));
@@ -288,7 +287,7 @@ ssize_t setLevel(const void* bytes, std::size_t length)
 using OpenFunction = int (*)(const char*, int, ...);
 using OpenAtFunction = int (*)(int, const char*, int, ...);
 
-/// The mode argument is there only where a file may be made.
+/// There is a mode argument only if the call may create a file.
 mode_t modeOf(int flags, va_list arguments)
 {
     const bool given = (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
@@ -314,7 +313,7 @@ int openNamedAt(std::atomic<OpenAtFunction>& known, const char* name, int folder
 
 } // namespace
 
-// What the C library names differently for large files, checked flags or 64-bit times comes here as well.
+// The C library's other names of these calls: large files, checked flags, 64-bit times.
 #define DEFINE_OPEN(NAME)                                                                                              \
     EXPORTED int NAME(const char* path, int flags, ...)                                                                \
     {                                                                                                                  \

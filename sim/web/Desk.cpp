@@ -52,7 +52,7 @@ json stateOf(const ModemSim::Status& status)
             {"stored", stored}};
 }
 
-// Of what a listener of the card is told by kind; ports come by a listener of their own.
+// Makes a happening of a trace line. Ports have a listener of their own.
 void tellTrace(Hub& hub, bench::Trace kind, const std::string& text)
 {
     switch (kind) {
@@ -109,7 +109,7 @@ void Desk::listen()
     m_card.onTrace([this](bench::Trace kind, const std::string& text) { tellTrace(m_hub, kind, text); });
 }
 
-// The modem may be asked by any thread, and is asked while a line of the scenario takes its time.
+// Asks for the modem's state on a thread of its own, since a line of the scenario may take long.
 void Desk::watchModem()
 {
     giveWay();
@@ -150,7 +150,7 @@ bool Desk::nextJob(Job& job)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_jobs.empty() && (m_mode == Mode::Paused || m_next == m_lines.size()))
-        m_wished.wait_for(lock, kLook); // once: the bench's clock, by which it would wait again, stands still here
+        m_wished.wait_for(lock, kLook); // once: a repeated wait would use the bench's clock, which stands still here
     if (m_jobs.empty())
         return false;
     job = std::move(m_jobs.front());
@@ -207,7 +207,7 @@ std::string Desk::obey(const std::string& line, bool ofScenario)
     return failure;
 }
 
-// Before a command is obeyed, so that what it causes comes after it.
+// Tells of the command before it is obeyed, so that its effects come after it.
 void Desk::tellOf(const std::string& line)
 {
     static const std::array<const char*, 9> faults = {"server", "modem", "kill",         "drive",  "limit",
@@ -252,7 +252,7 @@ void Desk::tellState()
     m_hub.set("daemon", {{"running", runs}});
 }
 
-// Of a daemon that was started: what it has read.
+// The pair file that the running daemon has read.
 void Desk::tellRules()
 {
     const std::string file = pairFileOf(bench::kConfigFolder);

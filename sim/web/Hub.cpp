@@ -20,7 +20,7 @@ constexpr milliseconds kGathering(50);
 constexpr size_t kInbox = 20000;       // happenings of one batch
 constexpr size_t kBatches = 100;       // kept for viewers that are behind
 constexpr size_t kEventsOfBatch = 500; // more are left out: nobody could read them
-// An output that follows an input may be told first, for the daemon is faster than the thread that set the input.
+// The daemon is fast: an output may be reported before the input that caused it.
 constexpr int64_t kOutputsAfter = 3;
 
 int64_t now()

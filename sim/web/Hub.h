@@ -64,8 +64,8 @@ private:
     std::thread m_thread;
 };
 
-/// The calling thread, and those that it starts from now on, give way to the card's and the daemon's, and keep the
-/// machine's clock. Called before the thread looks at a clock.
+/// Gives the calling thread, and those that it starts later, a lower priority than the card and the daemon, and the
+/// machine's clock. Call it before the thread reads a clock.
 void giveWay();
 
 } // namespace web

@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-/// What is told of a server; all are called by follow()'s thread.
+/// Listeners, called on follow()'s thread.
 struct Follower {
     std::function<void(const std::vector<sim::Port>&)> listed; ///< at each new connection: all ports as they are now
     std::function<void(const sim::Port&)> changed;
     std::function<void(const std::string& why)> lost; ///< once for each break
 };
 
-/// Connects, and again a second after each break, for ever.
+/// Connects, and reconnects a second after each break. Never returns.
 [[noreturn]] void follow(const std::string& host, uint16_t port, const Follower& follower);
 
 #endif

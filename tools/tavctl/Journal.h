@@ -8,12 +8,14 @@
 #include <sys/types.h>
 #include <thread>
 
-/// journalctl as a child, without a shell. Threads: its own reads, and calls back.
+/// Runs journalctl as a child, without a shell.
+/// Threads: one of its own reads the lines and calls back.
 class Journal {
 public:
     using Listener = std::function<void(const std::string&)>;
 
-    /// @param line called with each line from now on; any bytes @param lost called once, when there are no more
+    /// @param line  called with each new line, which may hold any bytes
+    /// @param lost  called once, when no more lines come
     Journal(const std::string& unit, Listener line, Listener lost);
     ~Journal();
     Journal(const Journal&) = delete;

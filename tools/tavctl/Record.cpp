@@ -19,7 +19,7 @@ int64_t milliseconds()
     return duration_cast<std::chrono::milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-// The signals that end a record, kept from every thread but the one that waits for them.
+// Blocks the signals that end a record; one thread waits for them.
 sigset_t ends()
 {
     sigset_t signals;

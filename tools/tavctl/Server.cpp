@@ -40,7 +40,7 @@ int millisecondsUntil(Clock::time_point deadline)
     return left > 0 ? static_cast<int>(left) : 0;
 }
 
-// A server whose machine went off says nothing: its connection breaks after half a minute.
+// Breaks the connection to a silent, switched-off machine after half a minute.
 void noticeDeath(int connection)
 {
     const int on = 1, idle = 15, interval = 5, probes = 3; // seconds

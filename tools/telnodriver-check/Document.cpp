@@ -7,7 +7,7 @@
 
 namespace {
 
-// The colours of a picture are attributes, which a style overrules.
+// The pictures have colours as attributes; a style overrides them.
 const char kStyle[] = R"css(
 :root { --paper:#fff; --ink:#0f172a; --faint:#475569; --frame:#94a3b8; --plain:#fff; --and:#dbeafe; --and-line:#1d4ed8;
   --or:#ffedd5; --or-line:#c2410c; --wrong:#fee2e2; --wrong-line:#b91c1c; --output:#f1f5f9; --active:#bbf7d0;

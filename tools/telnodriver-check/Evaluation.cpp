@@ -9,7 +9,7 @@ namespace {
 
 constexpr size_t kMostInputs = 16;        // all of whose states are tried
 constexpr size_t kMostLooked = 64;        // inputs of a tree that is evaluated at all
-constexpr unsigned kMostReads = 1U << 25; // of leaves in one run: seconds
+constexpr unsigned kMostReads = 1U << 25; // leaves read in one run, which takes seconds
 
 template <typename Take> void forEachLeaf(tavTrigger* tree, const Take& take)
 {
@@ -74,7 +74,7 @@ std::map<std::string, Evaluation::Senses> Evaluation::sensesOf(tavTrigger* tree)
     return senses;
 }
 
-// Look-ups are fast in a list of what is evaluated alone.
+// Only the ports of these trees, so that look-ups are fast.
 void Evaluation::usePorts(const std::vector<std::string>& labels, const std::vector<tavTrigger*>& trees)
 {
     m_cost = 0;
@@ -106,7 +106,7 @@ bool Evaluation::drivesAway(tavConnection* connection, const States& states)
     return (stateWith(connection->getTrigger(), states) == SET) != inverse;
 }
 
-// AND and OR follow each child: an input that is nowhere inverted, or everywhere, is best in the state that activates.
+// AND and OR are monotonic: an input that occurs only plain, or only inverted, needs to be tried in one state only.
 std::optional<bool> Evaluation::canBe(tavTrigger* trigger, bool active)
 {
     States states;
@@ -143,7 +143,7 @@ std::optional<Evaluation::States> Evaluation::contradiction(tavConnection* one, 
     if (labels.size() > kMostLooked)
         return {};
     usePorts(labels, {one->getTrigger(), other->getTrigger()});
-    // What makes the one active and leaves the other alone is the likeliest.
+    // First tries to make one active and the other inactive, which succeeds for most rules.
     for (tavConnection* active : {one, other}) {
         States states;
         for (tavConnection* connection : {active == one ? other : one, active}) {

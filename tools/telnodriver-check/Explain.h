@@ -17,7 +17,7 @@ struct Explaining {
 };
 
 /// Explains the connections of the pair file @p pairs: every one as a tree with the value of every node, unless a
-/// table, picture or document is asked for. The verdicts are the daemon's own evaluation's.
+/// table, picture or document is asked for. The verdicts are those of the daemon's own evaluation.
 /// @return exit status
 int explain(const std::string& pairs, const Explaining& asked);
 

@@ -31,7 +31,7 @@ std::string contentOf(FILE* file)
     return text;
 }
 
-// @return errno's number of a start that failed; else 0 with the exit status
+// @return the error number if it could not be started; else 0, with the exit status
 int runDot(FILE* input, FILE* output, FILE* errors, int& status)
 {
     char* arguments[] = {const_cast<char*>("dot"), const_cast<char*>("-Tsvg"), nullptr};
@@ -48,7 +48,7 @@ int runDot(FILE* input, FILE* output, FILE* errors, int& status)
     return failed;
 }
 
-// Takes the documents apart that dot wrote one behind the other. No text in them has an angle bracket.
+// Splits the documents that dot wrote one after another. Their texts contain no angle bracket.
 std::vector<Drawing> drawingsIn(const std::string& documents)
 {
     std::vector<Drawing> drawings;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// What would not be seen, or would move what stands beside it.
+// Invisible characters, and those that change the writing direction.
 bool isHidden(int code)
 {
     return code < 0x20 || (code >= 0x7f && code <= 0x9f) || code == 0x061c || (code >= 0x200b && code <= 0x200f) ||
@@ -15,7 +15,7 @@ bool isHidden(int code)
            xmlIsCharQ(code) == 0;
 }
 
-// The character at @p at and its bytes; one byte and less than 0 where it is none.
+// The character at @p at and its length; -1 and one byte if it is no UTF-8.
 int character(const std::string& text, size_t at, int& length)
 {
     static const int kLeast[] = {0, 0, 0x80, 0x800, 0x10000}; // by length: a longer form is not UTF-8

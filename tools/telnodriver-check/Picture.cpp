@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr size_t kMostNodes = 4000; // of a rule: seconds for Graphviz, and nobody reads more
+constexpr size_t kMostNodes = 4000; // of a rule: Graphviz needs seconds for them
 constexpr double kGap = 2;          // points between two drawings, which have margins of their own
 
 // How a kind of node looks.
@@ -102,7 +102,7 @@ private:
                   "\"]\n";
     }
 
-    // A small circle at the end of an edge inverts. Edges lead backwards: so the order of the children is kept.
+    // A small circle at the end of an edge inverts. Edges are drawn backwards, which keeps the order of the children.
     void addEdge(const std::string& from, const std::string& to, bool inverted, const std::string& decides)
     {
         const char* const both = inverted && !decides.empty() ? "\\n" : "";

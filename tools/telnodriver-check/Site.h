@@ -46,7 +46,7 @@ void checkPairs(Site& site, Report& report);
 void checkMessages(Site& site, Report& report);
 /// Mistakes between two files.
 void checkTogether(const Site& site, Report& report);
-/// Evaluates the rules: reports those that never or always act, contradict or drive one another.
+/// Evaluates the rules, and reports those that are never or always active, contradict each other or form a loop.
 void checkRules(const Site& site, Report& report);
 /// Checks on the card itself: the serial port, if @p modem, and the log's folders, which @p user must be able to write
 /// to.

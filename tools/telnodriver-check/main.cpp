@@ -22,7 +22,7 @@ struct Options {
     Explaining explaining;
 };
 
-// HOST, HOST:PORT or an IPv6 address, whose colons are more than one.
+// HOST, HOST:PORT or an IPv6 address, which has several colons.
 std::string wrongPort(const std::string& host)
 {
     if (std::count(host.begin(), host.end(), ':') != 1)
@@ -55,7 +55,7 @@ void addChecking(CLI::App& app, Options& options)
     app.add_flag("--yes", options.yes, "with --fix: change the files without asking")->needs(fix);
 }
 
-// What follows --svg or --html is its file, if anything does.
+// The argument of --svg and --html is a file, and may be missing.
 std::string wrongFile(const std::string& file)
 {
     const bool value = file.find('=') != std::string::npos && file.find('/') == std::string::npos;
@@ -130,7 +130,7 @@ int main(int argc, char* argv[])
         fprintf(stderr, "telnodriver-check: %s\n", wrong.what());
         return 2;
     }
-    cWlog::init(cWlog::ERROR); // what the readers say beside the report; no word of outputs being set
+    cWlog::init(cWlog::ERROR); // the readers' errors, but no lines about outputs
 
     Report report;
     Site site;

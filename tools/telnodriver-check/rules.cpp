@@ -1,4 +1,4 @@
-// Checks the rules of the pair file: those that never or always act, contradict or drive one another.
+// Finds rules that are never or always active, contradict each other or form a loop.
 #include "Evaluation.h"
 #include "Site.h"
 
