@@ -181,42 +181,53 @@ void Daemon::add(bool standardOutput, std::string& partial, const char* bytes, s
         if (m_onLine)
             m_onLine(standardOutput, line);
         std::lock_guard<std::mutex> lock(m_mutex);
-        (standardOutput ? m_out : m_log).push_back(std::move(line));
+        (standardOutput ? m_out : m_log).add(std::move(line));
     }
     partial.erase(0, start);
     if (standardOutput && !partial.empty()) { // a prompt counts as a line
         std::lock_guard<std::mutex> lock(m_mutex);
-        m_out.push_back(std::move(partial));
+        m_out.add(std::move(partial));
         partial.clear();
+    }
+}
+
+void Daemon::Lines::add(std::string line)
+{
+    constexpr size_t kMost = 200000;
+    kept.push_back(std::move(line));
+    if (kept.size() == kMost) {
+        kept.erase(kept.begin(), kept.begin() + kMost / 2);
+        dropped += kMost / 2;
     }
 }
 
 std::vector<std::string> Daemon::lines(bool standardOutput, size_t from) const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    const std::vector<std::string>& all = standardOutput ? m_out : m_log;
-    return from < all.size() ? std::vector<std::string>(all.begin() + static_cast<long>(from), all.end())
-                             : std::vector<std::string>();
+    const Lines& all = standardOutput ? m_out : m_log;
+    const size_t begin = from > all.dropped ? std::min(from - all.dropped, all.kept.size()) : 0;
+    return {all.kept.begin() + static_cast<long>(begin), all.kept.end()};
 }
 
 size_t Daemon::count(bool standardOutput) const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return (standardOutput ? m_out : m_log).size();
+    const Lines& all = standardOutput ? m_out : m_log;
+    return all.dropped + all.kept.size();
 }
 
 void Daemon::forgetLines()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_out.clear();
-    m_log.clear();
+    m_out = Lines();
+    m_log = Lines();
 }
 
 std::string Daemon::sanitizerReport() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::string report;
-    for (const std::string& line : m_log) {
+    for (const std::string& line : m_log.kept) {
         const bool begins = line.find(": ThreadSanitizer:") != std::string::npos ||
                             line.find("ERROR: AddressSanitizer") != std::string::npos ||
                             line.find("ERROR: LeakSanitizer") != std::string::npos ||

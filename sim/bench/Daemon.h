@@ -43,10 +43,12 @@ public:
     void type(const std::string& text) const; ///< to its standard input
     void closeInput();
 
-    /// Lines since the bench began, of standard output or of the log (standard error).
+    /// Lines of standard output or of the log (standard error), from a count() on. The oldest are dropped when there
+    /// are 200,000.
     std::vector<std::string> lines(bool standardOutput, size_t from) const;
+    /// Of the lines since the bench began.
     size_t count(bool standardOutput) const;
-    /// Drops the lines, so that memory stays bounded in a long run; counts restart at 0.
+    /// Drops the lines; counts restart at 0.
     void forgetLines();
     /// The report of a sanitizer on standard error, from its first line on; empty if there is none.
     std::string sanitizerReport() const;
@@ -58,6 +60,13 @@ public:
 
 private:
     void read(int out, int log);
+    struct Lines {
+        void add(std::string line);
+
+        std::vector<std::string> kept;
+        size_t dropped = 0; // before them
+    };
+
     void add(bool standardOutput, std::string& partial, const char* bytes, size_t length);
 
     mutable std::mutex m_pidMutex; // keeps strike() from a process that has been waited for
@@ -66,7 +75,7 @@ private:
     std::string m_ending;
     std::function<void(bool, const std::string&)> m_onLine;
     mutable std::mutex m_mutex; // guards the lines
-    std::vector<std::string> m_out, m_log;
+    Lines m_out, m_log;
     std::thread m_reader;
 };
 
