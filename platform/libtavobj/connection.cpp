@@ -81,13 +81,17 @@ void cObjectClient::Connection::connect()
     const auto address = asio::ip::make_address(m_host, isName);
     if (!isName) // saves the resolver's thread
         return tryEndpoints(tcp::resolver::results_type::create(tcp::endpoint(address, m_portNumber), m_host, m_port));
-    m_ioResolver.async_resolve(m_host, m_port,
-                               [this](const asio::error_code& failure, const tcp::resolver::results_type& endpoints) {
-                                   if (failure)
-                                       retry("cannot be resolved", failure);
-                                   else
-                                       tryEndpoints(endpoints);
-                               });
+    const auto resolved = [this](const asio::error_code& failure, const tcp::resolver::results_type& endpoints) {
+        if (failure)
+            retry("cannot be resolved", failure);
+        else
+            tryEndpoints(endpoints);
+    };
+    try {
+        m_ioResolver.async_resolve(m_host, m_port, resolved);
+    } catch (const std::system_error& refused) { // its thread could not be started
+        retry("cannot be resolved", refused.code());
+    }
 }
 
 void cObjectClient::Connection::tryEndpoints(const tcp::resolver::results_type& endpoints)

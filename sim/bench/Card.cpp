@@ -2,6 +2,8 @@
 
 #include "bench/Config.h"
 
+#include <cerrno>
+#include <cstring>
 #include <unistd.h>
 
 namespace bench {
@@ -11,16 +13,9 @@ namespace {
 constexpr char kModemLink[] = "/etc/tav/modem";
 constexpr char kGpioTable[] = "/etc/tav/.gpio-table";
 constexpr char kFaultPage[] = "/etc/tav/.fault-page";
+constexpr char kLibraries[] = "/etc/tav/.libraries";
 constexpr char kClockPage[] = "/etc/tav/.clock-page";
 constexpr uint16_t kServerPort = 60000;
-
-// The file name of the sanitizer runtime that a program was linked to; empty if there is none.
-std::string sanitizerOf(const std::string& program, const char* library)
-{
-    const std::string content = readFile(program);
-    const size_t at = content.find(std::string("\0", 1) + library + ".so.");
-    return at == std::string::npos ? "" : content.c_str() + at + 1;
-}
 
 } // namespace
 
@@ -200,18 +195,19 @@ std::vector<std::string> Card::environment()
         writeConfigFile(".gpio-table", m_gpioTable);
         variables.push_back(std::string("VELIOSIM_TABLE=") + kGpioTable);
     }
-    std::string preload = m_tools.libraries + "/libbenchclock.so:" + m_tools.libraries + "/libveliosim.so";
-    // The runtime of the address sanitizer must be the first library, that of the thread sanitizer must not.
-    const std::string addressSanitizer = sanitizerOf(m_tools.daemon, "libasan");
-    m_findsLeaks = !addressSanitizer.empty();
+    // The loader splits the list at blanks and colons, which the folder's own name may have.
+    unlink(kLibraries);
+    if (symlink(m_tools.libraries.c_str(), kLibraries) != 0)
+        throw Failure(std::string(kLibraries) + ": " + strerror(errno));
+    const std::string folder = std::string(kLibraries) + '/';
+    std::string preload = folder + "libbenchclock.so:" + folder + "libveliosim.so";
+    m_findsLeaks = readFile(m_tools.daemon).find("__lsan_do_recoverable_leak_check") != std::string::npos;
     if (m_findsLeaks)
         useFaults();
     if (m_faults.prepared()) {
         variables.push_back(std::string("FAULTSHIM_PAGE=") + kFaultPage);
-        preload = m_tools.libraries + "/libfaultshim.so:" + preload;
+        preload = folder + "libfaultshim.so:" + preload;
     }
-    if (m_findsLeaks)
-        preload = addressSanitizer + ':' + preload;
     variables.push_back("LD_PRELOAD=" + preload);
     return variables;
 }

@@ -125,11 +125,9 @@ void Player::expectText(Words& words, bool standardOutput, bool wanted)
 {
     const auto within = words.takeTime("within"), forTime = words.takeTime("for");
     const std::string text = words.next("a text");
-    long times = 1;
-    if (!words.empty()) {
-        times = words.number("a number", 1, 1000000);
-        words.take("times");
-    }
+    const bool exactly = !words.empty();
+    const long times = exactly ? words.number("a number", 1, 1000000) : 1;
+    words.take("times");
     const auto countIn = [&](bool out) {
         const std::vector<std::string> lines = m_card.daemon().lines(out, out ? m_markOut : m_markLog);
         return std::count_if(lines.begin(), lines.end(),
@@ -138,11 +136,15 @@ void Player::expectText(Words& words, bool standardOutput, bool wanted)
     // The log goes to standard error or, with a console appender, to standard output.
     const auto count = [&] { return countIn(true) + (standardOutput ? 0 : countIn(false)); };
     const char* where = standardOutput ? "standard output" : "the log";
-    if (wanted)
+    const auto otherwise = [&] {
+        return std::string(where) + " has " + quoted(text) + ' ' + std::to_string(count()) + " times";
+    };
+    if (wanted) {
         until(
-            within.value_or(kUsualLimit), [&] { return count() >= times; },
-            [&] { return std::string(where) + " has " + quoted(text) + ' ' + std::to_string(count()) + " times"; });
-    else
+            within.value_or(kUsualLimit), [&] { return count() >= times; }, otherwise);
+        if (exactly && count() != times)
+            throw Failure(otherwise());
+    } else
         throughout(
             forTime.value_or(Milliseconds(0)), [&] { return count() == 0; },
             [&] { return std::string(where) + " has " + quoted(text); });

@@ -3,13 +3,10 @@
 #include "daemonBench.h"
 #include "plainServer.h"
 
+#include <asio.hpp>
 #include <atomic>
-#include <cstring>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <random>
 #include <sched.h>
-#include <sys/socket.h>
 
 namespace {
 
@@ -36,21 +33,11 @@ class PingPong {
 public:
     PingPong()
     {
-        const int listener = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        auto* name = reinterpret_cast<sockaddr*>(&address);
-        m_near = socket(AF_INET, SOCK_STREAM, 0);
-        if (bind(listener, name, length) != 0 || listen(listener, 1) != 0 ||
-            getsockname(listener, name, &length) != 0 || connect(m_near, name, length) != 0)
-            DaemonBench::check("no loopback connection");
-        m_far = accept(listener, nullptr, nullptr);
-        close(listener);
-        const int on = 1;
-        setsockopt(m_near, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-        setsockopt(m_far, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        asio::ip::tcp::acceptor acceptor(m_context, {asio::ip::address_v4::loopback(), 0});
+        m_near.connect(acceptor.local_endpoint());
+        acceptor.accept(m_far);
+        m_near.set_option(asio::ip::tcp::no_delay(true));
+        m_far.set_option(asio::ip::tcp::no_delay(true));
         stayOn(1);
         m_reader = std::thread([this] { read(); });
         m_writer = std::thread([this] { answer(); });
@@ -58,18 +45,16 @@ public:
     }
     ~PingPong()
     {
-        shutdown(m_near, SHUT_RDWR);
+        m_near.shutdown(asio::ip::tcp::socket::shutdown_both);
         m_reader.join();
         m_writer.join();
-        close(m_near);
-        close(m_far);
     }
     double once()
     {
         char message[32] = "";
         const auto start = figures::Clock::now();
-        if (send(m_near, message, sizeof message, 0) < 0 || recv(m_near, message, sizeof message, MSG_WAITALL) < 0)
-            DaemonBench::check("the loopback connection broke");
+        asio::write(m_near, asio::buffer(message));
+        asio::read(m_near, asio::buffer(message));
         return figures::microseconds(figures::Clock::now() - start);
     }
 
@@ -77,12 +62,12 @@ private:
     void read()
     {
         char message[32];
-        bool more = true;
-        while (more) {
-            more = recv(m_far, message, sizeof message, MSG_WAITALL) > 0;
+        asio::error_code end;
+        while (!end) {
+            asio::read(m_far, asio::buffer(message), end);
             const std::lock_guard<std::mutex> lock(m_mutex);
             ++m_waiting;
-            m_end = !more;
+            m_end = static_cast<bool>(end);
             m_arrived.notify_one();
         }
     }
@@ -96,12 +81,13 @@ private:
                 return;
             --m_waiting;
             lock.unlock();
-            (void)send(m_far, message, sizeof message, MSG_NOSIGNAL);
+            asio::write(m_far, asio::buffer(message));
             lock.lock();
         }
     }
 
-    int m_near = -1, m_far = -1;
+    asio::io_context m_context;
+    asio::ip::tcp::socket m_near{m_context}, m_far{m_context};
     std::mutex m_mutex;
     std::condition_variable m_arrived;
     int m_waiting = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace figures {
@@ -25,9 +26,9 @@ inline double percentile(std::vector<double> values, double percent)
     return values[at];
 }
 
-inline double median(const std::vector<double>& values)
+inline double median(std::vector<double> values)
 {
-    return percentile(values, 50);
+    return percentile(std::move(values), 50);
 }
 
 /// Nanoseconds of one call, the median of eleven runs of @p calls calls.

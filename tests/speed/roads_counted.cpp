@@ -1,10 +1,12 @@
 // Walks the daemon's roads for tests/speed/instructions, which counts their instructions with callgrind, or with the
 // emulator's plugin roadCounter; counts their allocations itself. Each road is walked until it is warm, and then
 // counted, on the thread that walks it alone.
+#include "../unit/scratchFolder.h"
 #include "card.h"
 #include "codec.h"
 #include "gsmIOpairs.h"
 #include "modem/ModemSim.h"
+#include "tavd/Protocol.h"
 #include "tavobj.pb.h"
 
 #include <chrono>
@@ -12,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -140,15 +141,11 @@ public:
 // The content of the frame that tells of the first input's new status.
 std::string event(bool set)
 {
+    sim::Port port;
+    port.id = 1;
+    port.status = set ? 1 : 2;
     tavobj::Message message;
-    message.set_type(3);
-    tavobj::Object* object = message.add_objects();
-    object->set_kind(cObject::OBJ_EVENT);
-    object->mutable_event()->set_event_type(cObjectEvent::EVENT_PORT);
-    object->mutable_event()->set_serial(sim::Port().serial);
-    object->mutable_event()->set_id(1);
-    object->mutable_event()->set_object_type(2);
-    object->mutable_event()->set_status(set ? 1 : 2);
+    sim::addEvent(port, message);
     return message.SerializeAsString();
 }
 
@@ -202,24 +199,19 @@ void countRefresh()
 // An SMS of a listed number that drives the one output of its record among 16 connections.
 void countCommand()
 {
-    char folder[] = "/tmp/roadsXXXXXX";
-    if (mkdtemp(folder) == nullptr)
-        exit(1);
-    const std::string pairs = std::string(folder) + "/p", records = std::string(folder) + "/r";
-    std::ofstream file(pairs);
-    file << "<io_connections>\n";
+    const ScratchFolder folder;
+    std::string pairs = "<io_connections>\n";
     for (int i = 0; i < 16; ++i)
-        file << "<connection><trigger operation=\"OR\"><detail dev_type=\"IO\" io_label=\"" << Card::input(i)
-             << "\"/></trigger><action><detail dev_type=\"IO\" io_label=\"" << Card::output(i)
-             << "\"/></action></connection>\n";
-    file << "</io_connections>\n";
-    file.close();
-    std::ofstream(records) << "<gsm_connections><Label name=\"" << Card::input(0)
-                           << "\"><message value=\"PUMP\"/><number value=\"111\"/>"
-                              "</Label></gsm_connections>\n";
+        pairs += "<connection><trigger operation=\"OR\"><detail dev_type=\"IO\" io_label=\"" + Card::input(i) +
+                 "\"/></trigger><action><detail dev_type=\"IO\" io_label=\"" + Card::output(i) +
+                 "\"/></action></connection>\n";
+    const std::string pairFile = folder.write("p", pairs + "</io_connections>\n");
+    const std::string messageFile =
+        folder.write("m", "<gsm_connections><Label name=\"" + Card::input(0) +
+                              "\"><message value=\"PUMP\"/><number value=\"111\"/></Label></gsm_connections>\n");
     Card card(16);
-    cIOpairs connections(pairs.c_str());
-    cEnumeratedList<cgsmMessageInfo>* list = cgsmIOpairs().getGsmInfoList(records.c_str());
+    cIOpairs connections(pairFile.c_str());
+    cEnumeratedList<cgsmMessageInfo>* list = cgsmIOpairs().getGsmInfoList(messageFile.c_str());
     cWlog logger("gsm_handler_tread");
     const auto walk = [&](const char* text) {
         Sms sms;
@@ -231,9 +223,6 @@ void countCommand()
     begin();
     walk("PUMP ON");
     end("sms-command", 1);
-    unlink(pairs.c_str());
-    unlink(records.c_str());
-    rmdir(folder);
 }
 
 void countIdlePolls()

@@ -3,19 +3,16 @@
 #define FAKEMODEM_H
 
 #include "engineOrder.h"
+#include "listener.h"
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <fcntl.h>
-#include <functional>
 #include <mutex>
 #include <poll.h>
 #include <stdexcept>
 #include <string>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
@@ -30,11 +27,9 @@ struct Step {
 
 class FakeModem {
 public:
-    static constexpr std::chrono::seconds kPatience{30};
-
-    /// @param chunk  bytes of one write of a reply; 0: whole replies   @param echo  repeats what it is sent
-    explicit FakeModem(std::vector<Step> script = {}, std::size_t chunk = 0, bool echo = false)
-        : m_script(std::move(script)), m_chunk(chunk), m_echo(echo), m_master(posix_openpt(O_RDWR | O_NOCTTY))
+    /// @param chunk  bytes of one write of a reply; 0: whole replies
+    explicit FakeModem(std::vector<Step> script = {}, std::size_t chunk = 0)
+        : m_script(std::move(script)), m_chunk(chunk), m_master(posix_openpt(O_RDWR | O_NOCTTY))
     {
         if (m_master < 0 || grantpt(m_master) != 0 || unlockpt(m_master) != 0)
             throw std::runtime_error("no pseudo terminal");
@@ -54,14 +49,6 @@ public:
 
     /// The terminal to open; the text is the modem's.
     char* path() { return m_path.data(); }
-    /// Replaces what is left of the script and forgets what was received.
-    void play(std::vector<Step> script)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_script = std::move(script);
-        m_next = 0;
-        m_pending.clear();
-    }
     /// Says something unasked.
     void say(const std::string& bytes)
     {
@@ -70,11 +57,11 @@ public:
         for (std::size_t at = 0; at < bytes.size(); at += chunk)
             put(bytes.substr(at, chunk));
     }
-    /// Whether the terminal's user has read all that was said.
-    bool isRead() const
+    /// Whether its user has handled all that was said. Only in a program with engineCalls.h.
+    bool isHandled() const
     {
-        int unread = 0;
-        return ioctl(m_slave, FIONREAD, &unread) == 0 && unread == 0;
+        std::lock_guard<std::mutex> lock(engineOrder::lines().mutex);
+        return engineOrder::lines().all[engineOrder::masterOf(m_master)].quiet();
     }
     /// Goes away, as an unplugged modem does.
     void hangUp()
@@ -86,10 +73,6 @@ public:
         close(m_slave);
         close(m_master);
     }
-    bool waitForSteps(std::size_t steps)
-    {
-        return waitFor([&] { return m_next >= steps; });
-    }
     /// Everything that was received since the start.
     std::string received()
     {
@@ -98,15 +81,10 @@ public:
     }
     bool waitForReceived(const std::string& bytes)
     {
-        return waitFor([&] { return m_received.find(bytes) != std::string::npos; });
+        return eventually([&] { return received().find(bytes) != std::string::npos; });
     }
 
 private:
-    bool waitFor(const std::function<bool()>& condition)
-    {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        return m_changed.wait_for(lock, kPatience, condition);
-    }
     void put(const std::string& bytes)
     {
         for (std::size_t done = 0; done < bytes.size() && !m_stop;) {
@@ -128,10 +106,7 @@ private:
             const ssize_t got = read(m_master, bytes, sizeof bytes);
             if (got <= 0)
                 continue;
-            const std::string input(bytes, static_cast<std::size_t>(got));
-            if (m_echo)
-                say(input);
-            take(input);
+            take(std::string(bytes, static_cast<std::size_t>(got)));
         }
     }
     void take(const std::string& input)
@@ -148,34 +123,19 @@ private:
             }
         }
         say(reply);
-        m_changed.notify_all();
     }
 
     std::vector<Step> m_script;
     const std::size_t m_chunk;
-    const bool m_echo;
     const int m_master;
     int m_slave = -1;
     std::string m_path;
     std::mutex m_mutex; // guards the script, its place and what was received
-    std::condition_variable m_changed;
     std::size_t m_next = 0;
     std::string m_pending;
     std::string m_received;
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
 };
-
-/// Waits until @p condition holds, up to the usual patience.
-inline bool eventually(const std::function<bool()>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + FakeModem::kPatience;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 #endif

@@ -15,9 +15,7 @@ public:
     static ManagerBench& forEver() { return ::forEver<ManagerBench>(); }
 
     using GSMIOmanager::connectTo;
-    using GSMIOmanager::handle_event;
     using GSMIOmanager::m_RequestSmsSend;
-    using GSMIOmanager::m_Sms;
     using GSMIOmanager::mConfig_struct;
     using GSMIOmanager::mConnLst;
     using GSMIOmanager::mEvaluationMutex;

@@ -1,13 +1,11 @@
 // The serial port and the AT engine, against a modem that plays a script.
 #include "CmdHandler.h"
 #include "FakeModem.h"
-#include "GSM.h"
 #include "Modem.h"
 #include "forEver.h"
 
 #include <algorithm>
 #include <csignal>
-#include <ctime>
 #include <gmock/gmock.h>
 #include <memory>
 #include <sys/resource.h>
@@ -16,7 +14,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
 using testing::ElementsAre;
 
 /// An engine on a terminal. Its receive thread never ends: made with forEver(), as are the commands that it may touch.
@@ -35,7 +32,16 @@ struct Engine {
 /// Keeps the lines that are no final result.
 class Recorder : public Command {
 public:
-    explicit Recorder(Modem* mdm = nullptr) : Command(mdm) {}
+    using Hook = std::function<void(Command&)>;
+
+    /// @param written  called when the engine is about to write the command
+    explicit Recorder(Hook written = nullptr, Modem* mdm = nullptr) : Command(mdm), m_written(std::move(written)) {}
+    char* getATstring() override
+    {
+        if (m_written)
+            m_written(*this);
+        return Command::getATstring();
+    }
     void handleData(unsigned char* data) override
     {
         m_lines.emplace_back(reinterpret_cast<char*>(data));
@@ -48,34 +54,18 @@ public:
     }
 
 private:
+    const Hook m_written;
     std::vector<std::string> m_lines;
 };
 
-/// Has its reply before the engine looks whether it is done, so that an exchange takes no second.
-class Immediate : public Recorder {
-public:
-    Immediate(FakeModem& modem, std::string reply, Modem* mdm = nullptr)
-        : Recorder(mdm), m_modem(modem), m_reply(std::move(reply))
-    {
-    }
-    char* getATstring() override
-    {
-        m_modem.say(m_reply);
-        while (isBusy())
-            std::this_thread::sleep_for(100us);
-        return Recorder::getATstring();
-    }
-
-private:
-    FakeModem& m_modem;
-    const std::string m_reply;
-};
-
-double cpuSeconds()
+// The reply comes before the engine looks whether the command is done, so that an exchange takes no second.
+Recorder::Hook answeredBy(FakeModem& modem, const std::string& reply)
 {
-    timespec time = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+    return [&modem, reply](Command& command) {
+        modem.say(reply);
+        while (command.isBusy())
+            std::this_thread::sleep_for(100us);
+    };
 }
 
 } // namespace
@@ -115,16 +105,6 @@ TEST(SerialDriver, OpensItsPortRawAt115200Baud)
     close(before);
 }
 
-TEST(SerialDriver, SaysWhenItsPortDidNotOpen)
-{
-    char path[] = "/nowhere/ttyS9";
-    serialDriver port(path);
-    EXPECT_FALSE(port.getPortOpen());
-    EXPECT_EQ(-1, port.getFD());
-    char text[] = "AT\r";
-    EXPECT_EQ(-1, port.send(text, 3));
-}
-
 // As the port of a modem that is stuck: the exchange must be able to end, and the next one to begin.
 TEST(SerialDriver, GivesUpOnAPortThatTakesNoBytes)
 {
@@ -143,8 +123,9 @@ TEST(CmdHandler, CutsTheSameLinesFromAnyPieces)
     for (const std::size_t chunk : {1U, 2U, 3U, 7U, 0U}) {
         for (const std::string end : {"\r\n", "\r\r\n", "\r", "\n"}) {
             Engine& engine = forEver<Engine>(std::vector<Step>{}, chunk);
-            auto& command = forEver<Immediate>(engine.modem, "AT+CPIN?" + end + end + "+CPIN: READY" + end + end +
-                                                                 "> +CMGS: 7, \"x\"\t\x1a" + end + "OK" + end);
+            const std::string reply =
+                "AT+CPIN?" + end + end + "+CPIN: READY" + end + end + "> +CMGS: 7, \"x\"\t\x1a" + end;
+            auto& command = forEver<Recorder>(answeredBy(engine.modem, reply + "OK" + end));
             engine.modem.say("boot chatter" + end); // unread before the first command
             engine.handler.execute(&command);
             EXPECT_TRUE(eventually([&] { return command.getIsOk(); }));
@@ -168,24 +149,29 @@ TEST(CmdHandler, CutsLinesThatAreTooLongAndReadsTheNext)
                                              std::string(255, 'c'), "next", "next", "high \xff\x80", "next"));
 }
 
-TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStart)
+// Signals are no silence.
+TEST(CmdHandler, TimesOutAModemThatIsSilentFromTheStartWhateverSignalsCome)
 {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+    const itimerval often = {{0, 20000}, {0, 20000}}, never = {};
+    setitimer(ITIMER_REAL, &often, nullptr);
     Engine& engine = forEver<Engine>();
-    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
-    EXPECT_EQ(nullptr, engine.handler.getCurrCmd());
-    const auto start = Clock::now();
+    auto& command = forEver<Recorder>();
+    const auto start = std::chrono::steady_clock::now();
     engine.handler.execute(&command);
-    EXPECT_GE(Clock::now() - start, 2s);
+    const auto took = std::chrono::steady_clock::now() - start;
+    setitimer(ITIMER_REAL, &never, nullptr);
+    EXPECT_GE(took, 2s);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
     EXPECT_EQ("AT\r", engine.modem.received());
-    EXPECT_EQ(&command, engine.handler.getCurrCmd());
-    EXPECT_EQ(&engine.port, engine.handler.getSerial());
 }
 
 TEST(CmdHandler, IsDoneAtTheFirstLineAndStillTakesTheFinalOne)
 {
     Engine& engine = forEver<Engine>();
-    auto& command = forEver<Immediate>(engine.modem, "+CSQ: 20,0\r\n");
+    auto& command = forEver<Recorder>(answeredBy(engine.modem, "+CSQ: 20,0\r\n"));
     engine.handler.execute(&command);
     EXPECT_FALSE(command.getIsOk());
     engine.modem.say("OK\r\n");
@@ -208,46 +194,16 @@ TEST(CmdHandler, KeepsAPartialLineWhenTheModemFallsSilent)
 
 TEST(CmdHandler, LetsASecondCallerWaitForTheFirst)
 {
-    class Second : public Command {
-    public:
-        explicit Second(Command& first) : Command(nullptr), m_first(first) {}
-        char* getATstring() override
-        {
-            m_firstWasBusy = m_first.isBusy();
-            return Command::getATstring();
-        }
-        std::atomic<bool> m_firstWasBusy{true};
-
-    private:
-        Command& m_first;
-    };
     Engine& engine = forEver<Engine>();
-    auto& first = forEver<Command>(static_cast<Modem*>(nullptr));
-    auto& second = forEver<Second>(first);
+    auto& first = forEver<Recorder>();
+    bool firstWasBusy = true;
+    auto& second = forEver<Recorder>([&](Command&) { firstWasBusy = first.isBusy(); });
     std::thread one([&] { engine.handler.execute(&first); });
     ASSERT_TRUE(engine.modem.waitForReceived("AT\r"));
-    std::thread two([&] { engine.handler.execute(&second); });
+    engine.handler.execute(&second);
     one.join();
-    two.join();
-    EXPECT_FALSE(second.m_firstWasBusy);
+    EXPECT_FALSE(firstWasBusy);
     EXPECT_EQ("AT\rAT\r", engine.modem.received());
-}
-
-TEST(CmdHandler, TimesOutOnAPortThatHungUpAtNoCost)
-{
-    Engine& engine = forEver<Engine>();
-    auto& first = forEver<Immediate>(engine.modem, "OK\r\nhalf a line");
-    engine.handler.execute(&first);
-    engine.modem.hangUp();
-
-    auto& command = forEver<Recorder>();
-    const double cpu = cpuSeconds();
-    const auto start = Clock::now();
-    engine.handler.execute(&command);
-    EXPECT_GE(Clock::now() - start, 2s);
-    EXPECT_LT(cpuSeconds() - cpu, 1.0); // one that spins takes 2 s and more
-    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
-    EXPECT_THAT(command.lines(), ElementsAre());
 }
 
 TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
@@ -263,38 +219,39 @@ TEST(CmdHandler, TimesOutOnADescriptorBeyondSelectsReach)
         GTEST_SKIP() << "this process may not have that many descriptors";
     Engine& engine = forEver<Engine>(std::vector<Step>{{"AT\r", "OK\r\n"}});
     ASSERT_GE(engine.port.getFD(), FD_SETSIZE);
-    auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
+    auto& command = forEver<Recorder>();
     engine.handler.execute(&command);
     EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
 }
 
-TEST(CmdHandler, CountsNoSignalAsSilence)
+// A new thread's stack holds what an earlier one has left there.
+TEST(CmdHandler, WaitsForNoDescriptorButItsPort)
 {
-    struct sigaction action = {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);
-    const itimerval often = {{0, 20000}, {0, 20000}};
-    setitimer(ITIMER_REAL, &often, nullptr);
-
-    Engine& engine = forEver<Engine>();
+    constexpr int kThreads = 4;
+    std::atomic<int> full{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&full] {
+            volatile unsigned char left[1 << 15];
+            for (volatile unsigned char& byte : left)
+                byte = 0xff;
+            for (++full; full < kThreads;)
+                std::this_thread::yield();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    const int gone = dup(STDOUT_FILENO);
+    Engine& engine = forEver<Engine>(std::vector<Step>{{"AT\r", "OK\r\n"}});
+    close(gone);
     auto& command = forEver<Command>(static_cast<Modem*>(nullptr));
-    const auto start = Clock::now();
     engine.handler.execute(&command);
-    const auto took = Clock::now() - start;
-    const itimerval never = {};
-    setitimer(ITIMER_REAL, &never, nullptr);
-    EXPECT_EQ(ErrStat::TIMEOUT, command.getErrStat());
-    EXPECT_GE(took, 2s);
+    EXPECT_EQ(ErrStat::OK, command.getErrStat());
 }
 
 // Every command is freed as soon as the engine says so, while reports keep coming.
 TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
 {
-    char nowhere[] = "/nowhere/ttyS9";
-    char pin[] = "";
-    auto& gsm = *new Gsm;
-    ASSERT_FALSE(gsm.initialiseGsm(nowhere, pin)); // for its event thread
-    auto& modem = *new Modem(&gsm);
+    auto& modem = forEver<Modem>(nullptr); // which drops them
     Engine& engine = forEver<Engine>();
     std::atomic<bool> stop{false};
     std::thread reporter([&] {
@@ -306,8 +263,8 @@ TEST(CmdHandler, TouchesNoFreedCommandInTenThousandExchanges)
     std::vector<std::unique_ptr<Command>> made;
     std::size_t most = 0;
     for (int i = 0; i < 10000; ++i) {
-        made.push_back(
-            std::make_unique<Immediate>(engine.modem, i % 2 == 0 ? "+CSQ: 20,0\r\nOK\r\n" : "ERROR\r\n", &modem));
+        const char* const reply = i % 2 == 0 ? "+CSQ: 20,0\r\nOK\r\n" : "ERROR\r\n";
+        made.push_back(std::make_unique<Recorder>(answeredBy(engine.modem, reply), &modem));
         engine.handler.execute(made.back().get());
         made.erase(std::remove_if(made.begin(), made.end(),
                                   [&](const auto& command) { return !engine.handler.isInUse(command.get()); }),

@@ -72,7 +72,9 @@ protected:
             const auto wanted = input == nullptr                                          ? GSMIOmanager::OFFLINE
                                 : input->getPortStatus() == cObject::OBJ_STATUS_ALARM_SET ? GSMIOmanager::SET
                                                                                           : GSMIOmanager::RESET;
-            ASSERT_EQ(manager.handleTrigger(leaves[static_cast<size_t>(i)]), wanted) << "remembers another list's port";
+            tavTrigger* leaf = leaves[static_cast<size_t>(i)];
+            ASSERT_EQ(manager.handleTrigger(leaf), wanted) << "remembers another list's port";
+            ASSERT_EQ(leaf->getPort(), input) << "walks, since the refresh has made no index";
         }
     }
     void compareEvent()

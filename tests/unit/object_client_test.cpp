@@ -12,10 +12,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <random>
 #include <string>
 #include <thread>
@@ -24,6 +26,8 @@
 using namespace std::chrono_literals;
 
 namespace {
+
+std::atomic<bool> noResolver{false};
 
 constexpr auto kLimit = 30s; // far more than anything here takes
 
@@ -218,6 +222,18 @@ TEST_F(ObjectClient, StartsOnceAndSaysWhenItHasNoThread)
     EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
 }
 
+TEST_F(ObjectClient, AResolverThatCannotStartIsTriedAnew)
+{
+    client = std::make_unique<cObjectClient>();
+    noResolver = true;
+    ASSERT_TRUE(client->start("localhost", server.port()));
+    bool answered = true;
+    ask(cObjectPort(), "IN1", &answered);
+    EXPECT_FALSE(answered);
+    noResolver = false;
+    EXPECT_TRUE(server.waitUntil([&] { return server.clients() == 1; }, kLimit));
+}
+
 TEST_F(ObjectClient, ARefusedFirstAttemptEndsTheFirstGet)
 {
     const uint16_t port = server.port();
@@ -408,3 +424,12 @@ TEST_F(ObjectClient, DoesNotAskTheServerForNothingNorForMoreThanAnAnswerHolds)
 }
 
 } // namespace
+
+// The linker gives this to the resolver, which makes its thread in a header. All other threads are made in a library.
+extern "C" {
+int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*), void* argument)
+{
+    return noResolver ? EAGAIN : __real_pthread_create(thread, attributes, body, argument);
+}
+}

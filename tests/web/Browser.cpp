@@ -119,7 +119,7 @@ ObjectServer::~ObjectServer()
 
 void ObjectServer::change(const std::string& command) const
 {
-    if (system((m_programs + "/tavctl --port " + m_port + ' ' + command).c_str()) != 0)
+    if (system(('"' + m_programs + "/tavctl\" --port " + m_port + ' ' + command).c_str()) != 0)
         throw std::runtime_error(command);
 }
 

@@ -164,7 +164,7 @@ TEST_F(Page, IsUsedWithTheKeyboardAloneOnATelephonesWidth)
 
 TEST_F(Page, AScenarioIsSteppedPausedAndRunAndAFailedLineIsShown)
 {
-    const std::string file = m_folder.write("small.bench", "config " CONFIGURATION "\nstart\nalarm SMOKE set\n"
+    const std::string file = m_folder.write("small.bench", "config \"" CONFIGURATION "\"\nstart\nalarm SMOKE set\n"
                                                            "expect output HORN set\nalarm NOWHERE set\n"
                                                            "alarm SMOKE clear\nexpect output HORN clear\n");
     showBench({file});

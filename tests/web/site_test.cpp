@@ -35,6 +35,7 @@ protected:
         host = link.substr(7, link.find('/', colon) - 7);
         token = link.substr(link.find('=') + 1);
         client = std::make_unique<httplib::Client>("http://" + host);
+        client->set_read_timeout(std::chrono::seconds(60));
         site.serve(hub, [this](const std::string&, const json& command) {
             obeyed.push_back(command.dump());
             return std::string(command.contains("wrong") ? "it is wrong" : "");
