@@ -20,8 +20,9 @@
 class CmdHandler : private cWlog {
 public:
     static constexpr std::chrono::seconds kBusyPoll{1}; ///< between two looks at whether the exchange is over
-    /// After which a thread in an exchange counts as hung. A silent exchange takes the table's longest silence and a
-    /// look; each byte prolongs it, and a modem that dribbles its bytes has twenty times as long: 140 s.
+    /// Limit for an exchange, after which its thread counts as hung: 140 s. An exchange without a reply takes the
+    /// table's longest silence and one look. Each byte prolongs it, so that a very slow modem may take twenty times as
+    /// long.
     static constexpr std::chrono::seconds kLongestExchange =
         20 * (std::chrono::seconds(at::kLongestSilence) + kBusyPoll);
 

@@ -29,8 +29,8 @@ class Gsm : public cWlog {
 public:
     static constexpr size_t kMostWaiting = 256; ///< undelivered events
     static constexpr size_t kMostReports = 256; ///< see takeReportedPlaces()
-    /// Of what the GSM handler thread does between two exchanges with the modem, or in one: see kLongestExchange. A
-    /// pulse, the wait for the registration and one for a refresh are seconds.
+    /// Limit for each step of the GSM handler thread. Its longest step is an exchange: a pulse, the wait for the
+    /// registration and the wait for a refresh take seconds.
     static constexpr std::chrono::seconds kLongestStep = CmdHandler::kLongestExchange;
 
     Gsm();
@@ -66,8 +66,7 @@ public:
     /// Always an empty list: the messages are in the list that readSms() returns.
     cEnumeratedList<Sms>* get_list();
     /// @param evt  the service takes ownership, and destroys it after three newer ones have been delivered. If more
-    /// than
-    ///             kMostWaiting are undelivered, only the newest of each kind is kept, with a warning
+    ///             than kMostWaiting are undelivered, only the newest of each kind is kept, with a warning
     void iInsertEvent(ModemEvent* evt);
     /// The storage places from "+CMTI: " reports since the last call, oldest first; only the newest kMostReports.
     std::vector<int> takeReportedPlaces();

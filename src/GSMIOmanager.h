@@ -52,10 +52,9 @@ char* get_state_string(uint8_t val, cWlog* mainlog);
 /// thread (create_gsm_handler and what it calls), the two dispatch threads (EventOccured).
 /// Locks, none of them recursive, in the order in which they are taken:
 /// - mEvaluationMutex: one evaluation, refresh or commanded output at a time, first come, first served. It guards the
-/// cursors of the connection
-///   and trigger lists, and every port object got from getInputs and getOutputs while it is in use.
-/// - mPortListMutex: mTriggerPorts and mOutputPorts, that is the pointers, the lists, their cursors, the inputs' alarm
-///   states; their indexes, too. All but the cursors change only while both mutexes are held: an evaluation reads them
+///   cursors of the connection and trigger lists, and every port object from getInputs and getOutputs during its use.
+/// - mPortListMutex: mTriggerPorts and mOutputPorts (pointers, lists and cursors), their indexes, and the inputs' alarm
+///   states. Everything but the cursors changes only while both mutexes are held, so that an evaluation reads it
 ///   without this one.
 class GSMIOmanager : public cWlog, public cObjectListener, public EventNotifier {
 public:

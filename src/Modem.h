@@ -19,8 +19,7 @@ class Gsm;
 /// One blocking operation per modem function; "q" asks, "i" instructs. Each writes one AT command (iSendSMS: two).
 /// Threads: one thread at a time calls the operations; the receive thread calls iSendEvent(). After a successful
 /// init(),
-///          the destructor leaves handler, port and current command to the receive thread, which uses them as long as
-///          the process lives.
+///          the destructor leaves handler, port and current command to the receive thread, which never ends.
 /// Units:   each operation takes at least a second.
 /// Errors:  OK, TIMEOUT, MDMERR or UNKNOWN. UNKNOWN means that the wait ended before the final result, or that an
 ///          argument is not allowed in its AT command: then nothing is written, and the reason is logged.

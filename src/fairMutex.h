@@ -7,8 +7,9 @@
 #include <mutex>
 
 /// First come, first served: unlock() gives the mutex to the thread that has waited longest. A thread that locks it
-/// again and again cannot starve the others. It does not spin or allocate. Threads: any. Not recursive. Only the thread
-/// that holds the mutex may call unlock(). Lock:    an internal one, held for a few instructions only.
+/// again and again cannot starve the others. It does not spin or allocate. Not recursive.
+/// Threads: any. Only the thread that holds the mutex may call unlock().
+/// Lock:    an internal one, held for a few instructions only.
 class FairMutex {
 public:
     FairMutex() = default;

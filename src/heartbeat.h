@@ -1,4 +1,4 @@
-// A thread's word on when it will be seen next.
+// A thread's deadline for its next sign of life.
 #ifndef HEARTBEAT_H
 #define HEARTBEAT_H
 
@@ -6,27 +6,27 @@
 #include <chrono>
 #include <cstdint>
 
-/// Kept by the thread that it is about, which says before each step of its work, and before each wait, how long that
-/// may take at most. Read by whoever watches. A thread that nobody watches has none, and says nothing.
-/// Threads: adopt(), within() and idle() are the thread's own; the rest is any thread's. No lock.
+/// Before each step of its work and before each wait, a watched thread sets how long that may take. In a thread without
+/// a heartbeat, within() and idle() do nothing. Threads: the watched thread calls adopt(), within() and idle(); any
+/// thread may call the rest. No lock.
 class Heartbeat {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Makes this the calling thread's; it must live as long as the thread. @return false if it was already
+    /// Makes this the calling thread's heartbeat; it must live as long as the thread. @return false if it already is
     bool adopt()
     {
         const bool fresh = mine() != this;
         mine() = this;
         return fresh;
     }
-    /// The calling thread is seen again after @p limit at the latest.
+    /// Sets the calling thread's deadline to @p limit from now.
     static void within(Clock::duration limit)
     {
         if (mine() != nullptr)
             mine()->mark((Clock::now() + limit).time_since_epoch().count());
     }
-    /// The calling thread waits for what may never come: a message, a person.
+    /// Removes the calling thread's deadline, for a wait for a message or a person.
     static void idle()
     {
         if (mine() != nullptr)
@@ -34,7 +34,7 @@ public:
     }
 
     bool isOverdue(Clock::time_point now) const { return m_due < now.time_since_epoch().count(); }
-    /// Changes whenever the thread is seen.
+    /// Changes with each call of within() or idle().
     uint64_t marks() const { return m_marks; }
 
 private:

@@ -1,4 +1,4 @@
-// Lines of log that wait until a lock has been released.
+// Log lines that are written after a lock has been released.
 #ifndef LATERLOG_H
 #define LATERLOG_H
 
@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <string>
 
-/// Keeps the lines that the calling thread adds, and writes them when it ends: made before a lock is taken, it ends
-/// after that lock. So a log that stands still holds up nobody who waits for the lock. One at a time for a thread.
-/// Memory: a few lines fit in the object, more are kept on the heap.
+/// Keeps the lines that the calling thread adds, and writes them in its destructor. Declare it before the lock: then a
+/// blocked log delays no thread that waits for the lock. At most one in each thread.
+/// Memory: a few lines fit into the object; further ones are on the heap.
 class LaterLog {
 public:
     /// @param log borrowed; gets the lines, in order
@@ -40,8 +40,8 @@ private:
     cWlog& m_log;
     const bool m_mayTrace;
     size_t m_used = 0;
-    char m_first[256] = ""; // lines, each with a letter for its priority before it and a NUL behind it, ...
-    std::string m_more;     // ... and those for which there was no room
+    char m_first[256] = ""; // lines, each between a letter for its priority and a NUL
+    std::string m_more;     // the lines that did not fit
 };
 
 #endif

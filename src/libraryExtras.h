@@ -31,7 +31,7 @@ template <typename Client> bool isConnected(const Client&, long)
     return true;
 }
 
-/// Whether there is a connection; true where the client cannot say.
+/// Whether there is a connection; true if the client cannot tell.
 template <typename Client> bool isConnected(const Client& client)
 {
     return isConnected(client, 0);
@@ -46,7 +46,7 @@ template <typename Client> std::size_t undelivered(const Client&, long)
     return 0;
 }
 
-/// How many messages wait for the delivery thread; 0 where the client cannot say.
+/// The number of messages that wait for the delivery thread; 0 if the client cannot tell.
 template <typename Client> std::size_t undelivered(const Client& client)
 {
     return undelivered(client, 0);

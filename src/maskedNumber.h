@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <string>
 
-/// Any thread. @return @p number with each of its last four digits replaced by '*'. What is left shows its form: a
-/// missing country code or '+' is seen at once.
+/// Any thread. @return @p number with each of its last four digits replaced by '*'. The rest
+/// shows its form, such as a missing country code.
 inline std::string maskedNumber(std::string number)
 {
     int hidden = 0;

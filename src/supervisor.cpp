@@ -120,7 +120,7 @@ void* Supervisor::thread(void* supervisor)
     return nullptr;
 }
 
-// On the supervisor's thread: the line whenever it has changed, an answer to the watchdog as long as nobody hangs.
+// The supervisor's thread: sends the line when it has changed, and answers the watchdog while no thread hangs.
 void Supervisor::tell()
 {
     tzset();
@@ -176,7 +176,7 @@ std::string Supervisor::line(const Server& server, const char* hanging)
     return text;
 }
 
-// The name of a thread that hangs, or null. The delivery thread does when a message waits and it is not seen, too.
+// The name of a thread that hangs, or null. The delivery thread also hangs if a message waits and it does not move.
 const char* Supervisor::hung(const Server& server, Clock::time_point now)
 {
     for (std::size_t i = 0; i < m_beats.size(); ++i) {

@@ -1,4 +1,4 @@
-// What the daemon tells the service manager that has started it.
+// What the daemon reports to the service manager.
 #ifndef SUPERVISOR_H
 #define SUPERVISOR_H
 
@@ -15,19 +15,19 @@
 #include <mutex>
 #include <string>
 
-/// Tells systemd that the daemon is ready, in one line what it is doing, and, where a watchdog is set, that its three
-/// threads which matter live. A thread that is overdue stops the answers, so that the daemon is started again.
-/// Where no manager asks (NOTIFY_SOCKET is not set) nothing is made, and every operation returns at once.
-/// Threads: begin() is called before any other thread is started, watch() by the thread it is about, the rest by any.
-///          Its own thread alone talks to the manager: no other ever waits for that.
-/// Lock:    one of its own, held for a copy of the modem's text.
-/// Errors:  without libsystemd the log has a warning, and nothing is made.
+/// Reports to systemd that the daemon is ready, and a status line. Answers the watchdog, if one is set, until one of
+/// the three watched threads is overdue; systemd then restarts the daemon. Without a manager (NOTIFY_SOCKET is not set)
+/// there is no supervisor, and every operation returns at once. Threads: main calls begin() before it starts other
+/// threads. Each watched thread calls watch(); any thread may call the
+///          rest. Only the supervisor's own thread talks to the manager, so that no other waits for it.
+/// Lock:    its own, held to copy the modem's text.
+/// Errors:  without libsystemd the log has a warning, and there is no supervisor.
 class Supervisor : private cWlog {
 public:
     enum Thread { POLL, GSM_HANDLER, DELIVERY };
 
-    /// Of one refresh, evaluation or event. Two answers of the object server take 5 s each at most; an event may wait
-    /// as long for a refresh that is under way. This is six times that.
+    /// Limit for one refresh, evaluation or event. Two answers of the object server take up to 5 s each, and an event
+    /// may have to wait for a refresh. The limit is six times as long.
     static constexpr std::chrono::seconds kLongestWork{60};
 
     struct Server {
@@ -46,17 +46,17 @@ public:
 
     /// Makes the one supervisor, if a manager asks for it.
     static void begin();
-    /// Starts the supervisor's thread. @param look  called by it about once a second; waits for nothing
+    /// Starts the supervisor's thread. @param look  called by it about once a second; must not block
     static void run(std::function<Server()> look);
-    /// The calling thread is watched from now on, by its Heartbeat.
+    /// Watches the calling thread from now on, by its Heartbeat.
     static void watch(Thread thread);
 
-    /// Start-up is over.
+    /// Reports that start-up is complete.
     static void ready();
     static void setRules(std::size_t connections);
-    /// @param text  such as "modem ready, -65 dBm"; what is not printable ASCII is shown as "?"
+    /// @param text  such as "modem ready, -65 dBm"; any byte but printable ASCII becomes "?"
     static void setModem(const std::string& text);
-    /// An SMS has come, now.
+    /// Notes the time of an SMS.
     static void smsCame();
 
 private:
@@ -70,10 +70,10 @@ private:
     std::string line(const Server& server, const char* hung);
     const char* hung(const Server& server, Clock::time_point now);
 
-    static Supervisor* theOne; // null where no manager asks; lives as long as the process
+    static Supervisor* theOne; // null without a manager; never destroyed
 
     const Notify m_notify;
-    const Clock::duration m_watchdog; // within which an answer is due; 0: none is
+    const Clock::duration m_watchdog; // time within which an answer is due; 0 without a watchdog
     std::array<Heartbeat, 3> m_beats; // by Thread
     std::function<Server()> m_look;
 

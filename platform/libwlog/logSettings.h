@@ -11,8 +11,7 @@
 class logSettings {
 public:
     /// Reads the lines "key=value" of @p file whose key begins with "log4cpp.". Blanks around key and value are
-    /// dropped;
-    /// '#' begins a comment. Check troubles() afterwards.
+    /// dropped; '#' begins a comment. Check troubles() afterwards.
     explicit logSettings(const std::string& file);
 
     /// @return "FILE[:LINE]: text" for each mistake. The lines with mistakes are skipped

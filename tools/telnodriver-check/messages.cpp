@@ -21,16 +21,21 @@ bool endsIn(const std::string& text, const std::string& end)
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// The command word at the end of a message. ON as the end of a longer word does not count: any other ending is ON, too.
+// The command word at the end of a message, also in small letters if it is a whole word. ON as the end of a longer word
+// does not count: any other ending is ON, too.
 std::string commandWord(const std::string& message)
 {
-    for (const char* word : {"OFF", "QUERY"}) {
-        if (endsIn(message, word))
+    std::string capitals = message;
+    std::transform(message.begin(), message.end(), capitals.begin(), [](unsigned char c) { return toupper(c); });
+    for (const std::string word : {"OFF", "QUERY", "ON"}) {
+        if (!endsIn(capitals, word))
+            continue;
+        const size_t start = message.size() - word.size();
+        const bool whole = start == 0 || isalpha(static_cast<unsigned char>(message[start - 1])) == 0;
+        if (whole || (word != "ON" && endsIn(message, word)))
             return word;
     }
-    const bool whole = message.size() == 2 ||
-                       (message.size() > 2 && isalpha(static_cast<unsigned char>(message[message.size() - 3])) == 0);
-    return endsIn(message, "ON") && whole ? "ON" : "";
+    return "";
 }
 
 class MessageFile : private Elements {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
@@ -217,6 +218,9 @@ void reportUnusable(const std::string& file, const std::string& trouble, const s
         }
         why.erase(0, why.find_first_not_of(' '));
     }
+    struct stat status {};
+    if (stat(file.c_str(), &status) != 0)
+        why += "; correct the path, or the file's permissions";
     report.error(file, line, "cannot be used, so " + consequence + ": " + why);
 }
 

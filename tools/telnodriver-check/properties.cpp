@@ -14,6 +14,7 @@
 namespace {
 
 constexpr size_t kLongestLine = 255, kLongestPin = 7;
+const std::string kByteOrderMark = "\xEF\xBB\xBF";
 
 struct Key {
     const char* name;
@@ -73,7 +74,12 @@ public:
                 firstReturn = firstReturn != 0 ? firstReturn : m_line;
                 carriageReturns.push_back({at + line.size(), 1, ""});
             }
-            checkLine(line, at);
+            const size_t mark = m_line == 1 && line.rfind(kByteOrderMark, 0) == 0 ? kByteOrderMark.size() : 0;
+            if (mark != 0)
+                m_report.warning(m_site.properties, 1,
+                                 "the file begins with a byte order mark, so its first key is unknown: save it without",
+                                 {{0, mark, ""}});
+            checkLine(line.substr(mark), at + mark);
             at = end + 1;
         }
         if (firstReturn != 0)
@@ -120,9 +126,13 @@ private:
         if (name != key)
             error("the key \"" + key + "\" has blanks, so it is unknown: write " + name + "= without blanks",
                   {{offset, key.size(), name}});
-        if (trimmed(value) != value)
+        const std::string inner = trimmed(value);
+        if (inner.size() > 1 && inner.front() == '"' && inner.back() == '"')
+            error("the quotes belong to the value of " + name + ": remove them",
+                  {{offset + key.size() + 1, value.size(), inner.substr(1, inner.size() - 2)}});
+        else if (inner != value)
             error("the value of " + name + " has blanks at an end: remove them, also before a #",
-                  {{offset + key.size() + 1, value.size(), trimmed(value)}});
+                  {{offset + key.size() + 1, value.size(), inner}});
     }
 
     void checkValue(const Key& key, const std::string& value)
@@ -135,6 +145,8 @@ private:
         if (value.size() > key.longest)
             error("the value of " + name + " is cut to its first " + std::to_string(key.longest) +
                   " characters: use a shorter one");
+        if (value.empty() && (name == "ioPairFile" || name == "gsmconfigFile"))
+            error(name + " is empty, so no file is read: write the file's path");
         const std::string trouble = name == "host" ? hostTrouble(value) : "";
         if (!trouble.empty())
             error(trouble);
