@@ -195,12 +195,12 @@ TEST(Modem, ReceivesWhileTheLogIsStuck)
 // The receive thread goes on with the last command: lines and silences are handed to it.
 TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
 {
-    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGF=1\r", "\r\nOK\r\n"}});
-    ASSERT_EQ(ErrStat::OK, rig.modem.qSMSTextMode());
+    Rig& rig = forEver<Rig>(std::vector<Step>{{"AT+CMGD=1\r", "\r\nOK\r\n"}});
+    ASSERT_EQ(ErrStat::OK, rig.modem.iDeleteSms(1));
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
     EXPECT_TRUE(eventually([&] { return rig.fake.isHandled(); }));
-    EXPECT_THAT(rig.heard.all(), testing::IsEmpty());
+    EXPECT_THAT(rig.gsm.takeReportedPlaces(), testing::IsEmpty());
 }
 
 TEST(Modem, IsNotReadyWithoutAReceiveThread)
