@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <mutex>
@@ -24,6 +25,14 @@ struct Step {
     std::string expect;
     std::string reply;
 };
+
+/// From here on the signals of the process go to other threads than the caller.
+inline void takeNoSignals()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
 
 class FakeModem {
 public:
@@ -97,6 +106,7 @@ private:
     }
     void serve()
     {
+        takeNoSignals();
         while (!m_stop) {
             pollfd ready = {m_master, POLLIN, 0};
             if (poll(&ready, 1, 20) != 1)

@@ -108,7 +108,8 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbersThatKeepTheirDigits)
     card.modem.setSimState(ModemSim::SimState::NeedsPuk);
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"gave no number",
-         {"", "\n\n", "letters\nletters\n", "12345678\n", "12345678\nletters\n", "99999999999999999999\n1357\n"}},
+         {"", "\n\n", "letters\nletters\n", "12345678x\n1357\n", "12345678\n", "12345678\nletters\n",
+          "99999999999999999999\n1357\n"}},
         {"begins with a zero", {"01234567\n2468\n", "12345678\n0246\n"}},
         {"is refused", {"-5\n1357\n"}}};
     cWlog::init(cWlog::INFO);

@@ -200,7 +200,7 @@ TEST(Modem, LeavesTheReceiveThreadItsCommandWhenDestroyed)
     delete &rig.modem;
     rig.fake.say("+CMTI: \"SM\",3\r\n+CUSD: 0,\"text\",15\r\n");
     EXPECT_TRUE(eventually([&] { return rig.fake.isHandled(); }));
-    EXPECT_THAT(rig.heard.all(), testing::IsEmpty());
+    EXPECT_THAT(rig.gsm.takeReportedPlaces(), testing::IsEmpty());
 }
 
 TEST(Modem, IsNotReadyWithoutAReceiveThread)
