@@ -152,7 +152,7 @@ TEST(Gsm, DeliversEachReportAtLeastOnceAndTheLatestToALateListener)
 TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
 {
     struct Slow {
-        std::mutex gate; // held, it stops the delivery
+        std::mutex gate, second; // held, they stop the delivery; the second one, at an answer 20000
         std::atomic<int> calls{0};
         Heard heard;
     };
@@ -162,6 +162,8 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         ++slow.calls;
         const std::lock_guard<std::mutex> open(slow.gate);
         slow.heard.add(text);
+        if (text.find(" answer 20000") != std::string::npos)
+            const std::lock_guard<std::mutex> openAgain(slow.second);
     }));
     cWlog::init(cWlog::INFO);
     const auto report = [&card](const std::string& place) {
@@ -171,20 +173,26 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
     };
     // Returns how often the storm was told.
     const auto storm = [&](const std::string& number) {
-        const std::string log = standardErrorOf([&] {
-            std::unique_lock<std::mutex> closed(slow.gate);
-            const int before = slow.calls;
-            report(number + "7");
-            EXPECT_TRUE(eventually([&] { return slow.calls > before; }));
-            report(number + "8");
-            for (int i = 1; i <= 20000; ++i) {
+        const auto answers = [&](int first, int last) {
+            for (int i = first; i <= last; ++i) {
                 auto* event = new USDEvent;
                 event->setUsdCode((number + " answer " + std::to_string(i)).c_str());
                 card.gsm.iInsertEvent(event);
             }
-            EXPECT_LE(card.gsm.getEvents()->size(), Gsm::kMostWaiting + 2 * eventDispatch::kKept);
+            EXPECT_LE(card.gsm.getEvents()->size(), 2 * (Gsm::kMostWaiting + eventDispatch::kKept));
+        };
+        const std::string log = standardErrorOf([&] {
+            std::unique_lock<std::mutex> closed(slow.gate), closedAgain(slow.second);
+            const int before = slow.calls;
+            report(number + "7");
+            EXPECT_TRUE(eventually([&] { return slow.calls > before; }));
+            report(number + "8");
+            answers(1, 20000);
             closed.unlock();
             EXPECT_TRUE(slow.heard.waitFor(number + " answer 20000"));
+            answers(20001, 40000); // the same storm
+            closedAgain.unlock();
+            EXPECT_TRUE(slow.heard.waitFor(number + " answer 40000"));
             EXPECT_TRUE(slow.heard.waitFor(number + "8"));
             report(number + "9");
             EXPECT_TRUE(slow.heard.waitFor(number + "9"));
