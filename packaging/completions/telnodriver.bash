@@ -7,7 +7,7 @@ _telnodriver_subcommands() {
     sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z-]*\).*/\1/p' <<<"$1"
 }
 
-# input|output: the labels of triggers, or those of actions, in the pair file that the properties file names.
+# input|output: the labels of triggers, or those of actions on outputs, in the pair file that the properties file names.
 _telnodriver_labels() {
     local kind=$1 folder=${TELNODRIVER_FOLDER:-/etc/tav} properties=$2 pairs
     [[ -n $properties ]] || properties=$folder/telnodriver.conf
@@ -19,6 +19,7 @@ _telnodriver_labels() {
         awk -v kind="$kind" '
             /^<action[ >]/ { action = 1 }
             /^<\/action/ { action = 0 }
+            kind == "output" && /dev_type *= *["\047]GSM["\047]/ { next }
             (kind == "output") == action && match($0, /io_label *= *("[^"]*"|\047[^\047]*\047)/) {
                 label = substr($0, RSTART, RLENGTH)
                 sub(/^[^"\047]*["\047]/, "", label)

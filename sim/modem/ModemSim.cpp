@@ -86,11 +86,6 @@ void ModemSim::exchangeSim(const std::string& pin)
     });
 }
 
-ModemSim::SimState ModemSim::simState() const
-{
-    return m_impl->ask([this] { return m_impl->me.sim.state(); });
-}
-
 void ModemSim::setSimState(SimState state)
 {
     m_impl->change([&] {
@@ -156,11 +151,6 @@ void ModemSim::setPower(bool on)
 bool ModemSim::isPowered() const
 {
     return m_impl->ask([this] { return m_impl->key.isOn(); });
-}
-
-int ModemSim::powerPulses() const
-{
-    return m_impl->ask([this] { return m_impl->key.pulses(); });
 }
 
 // ---- faults and manners ----

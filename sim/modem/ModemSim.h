@@ -63,7 +63,6 @@ public:
     void setSimInserted(bool inserted);
     /// Another SIM, of the same make, with this PIN (empty: it asks for none), locked, with all its tries.
     void exchangeSim(const std::string& pin);
-    SimState simState() const;
     /// Forces a state, such as NeedsPuk or PhonePin (which no code unlocks).
     void setSimState(SimState state);
     int pinTriesLeft() const;
@@ -95,7 +94,6 @@ public:
     /// Switches it on or off, whatever the key says. Off, it is deaf and mute; the SIM locks again, settings are lost.
     void setPower(bool on);
     bool isPowered() const; ///< true from the moment it was switched on, booted or not
-    int powerPulses() const;
 
     // ---- faults and manners ----
 
@@ -137,7 +135,7 @@ public:
     std::vector<std::string> commands() const; ///< every line and SMS text that came, oldest first
     /// The traffic for reading: seconds since the start, "<" from the modem, ">" to it, control characters visible.
     std::string transcript() const;
-    void clearRecord(); ///< forgets traffic and sent messages; counters of PIN, PUK and pulses stay
+    void clearRecord(); ///< forgets traffic and sent messages; counters of PIN and PUK stay
 
     // ---- waiting: each returns false after the deadline ----
 

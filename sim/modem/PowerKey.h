@@ -15,7 +15,6 @@ public:
     }
 
     bool isOn() const { return m_on; }
-    int pulses() const { return m_pulses; }
 
     void set(bool on)
     {
@@ -26,7 +25,6 @@ public:
     /// Call it at the end of a pulse. Switching on may take several pulses; switching off takes one.
     void pulse(milliseconds length)
     {
-        ++m_pulses;
         if (length < m_shortestPulse) {
             return;
         }
@@ -53,7 +51,6 @@ private:
     const milliseconds m_shortestPulse;
     bool m_on;
     bool m_high = false;
-    int m_pulses = 0;
     int m_missing = m_pulsesToStart;
     Clock::time_point m_rise;
 };

@@ -122,19 +122,12 @@ Rules::Manager* Rules::newManager(const std::string& pairFile)
 
 Rules::Rules(const std::string& pairFile) : m_manager(newManager(pairFile))
 {
-    std::set<std::string> outputs;
     for (size_t i = 0; i < size(); ++i) {
-        tavConnection* connection = m_manager->connections[i];
         m_inputsOf.emplace_back();
-        gatherInputs(connection->getTrigger(), m_inputsOf.back());
+        gatherInputs(m_manager->connections[i]->getTrigger(), m_inputsOf.back());
         for (const std::string& label : m_inputsOf.back())
             m_rulesOf[label].insert(i);
-        if (connection->getAction()->getType() != tavTrigger::kTypeGsm)
-            outputs.insert(connection->getAction()->getLabel());
     }
-    for (const auto& input : m_rulesOf)
-        m_inputLabels.push_back(input.first);
-    m_outputLabels.assign(outputs.begin(), outputs.end());
 }
 
 Rules::~Rules() = default;

@@ -24,10 +24,6 @@ public:
     Rules(const Rules&) = delete;
     Rules& operator=(const Rules&) = delete;
 
-    /// The labels that the rules name.
-    const std::vector<std::string>& inputLabels() const { return m_inputLabels; }
-    const std::vector<std::string>& outputLabels() const { return m_outputLabels; }
-
     /// Sets an input's status. @return the rules that have this input
     const std::set<size_t>& setInput(const std::string& label, uint32_t status);
 
@@ -49,8 +45,7 @@ private:
     class Manager;
     static Manager* newManager(const std::string& pairFile);
 
-    Manager* m_manager; // never destroyed, like the daemon's
-    std::vector<std::string> m_inputLabels, m_outputLabels;
+    Manager* m_manager;                            // never destroyed, like the daemon's
     std::vector<std::set<std::string>> m_inputsOf; // by rule
     std::map<std::string, std::set<size_t>> m_rulesOf;
 };
