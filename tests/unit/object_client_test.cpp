@@ -161,7 +161,7 @@ TEST_F(ObjectClient, WritesToAServerThatDoesNotReadWaitForItAndTheirCallerDoesNo
     last.setOutputState(cObject::OBJ_IO_STATE_SET);
     ASSERT_EQ(client->set(&last), 0);
     server.hang(false);
-    ASSERT_TRUE(server.waitForOutput("OUT3", cObject::OBJ_IO_STATE_SET, kLimit));
+    ASSERT_TRUE(server.waitForOutput("OUT3", cObject::OBJ_IO_STATE_SET, 8 * kLimit)) << "after ten megabytes";
     for (const char* label : {"OUT1", "OUT2"})
         EXPECT_EQ(server.output(label)->state, static_cast<uint32_t>(cObject::OBJ_IO_STATE_SET)) << label;
     EXPECT_EQ(server.writes().back().toggled, 4u);
