@@ -13,24 +13,15 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
 
-class Line {
-public:
-    explicit Line(std::string text) : m_text(std::move(text)) {}
-    operator unsigned char*() { return reinterpret_cast<unsigned char*>(m_text.data()); }
-
-private:
-    std::string m_text;
-};
-
 char* text(const char* literal) // for arguments that are only read
 {
     return const_cast<char*>(literal);
 }
 
-void feed(Command& command, const std::vector<std::string>& lines)
+void feed(Command& command, std::vector<std::string> lines)
 {
-    for (const std::string& line : lines)
-        command.parseData(Line(line));
+    for (std::string& line : lines)
+        command.parseData(reinterpret_cast<unsigned char*>(line.data()));
 }
 
 struct Row {
@@ -176,7 +167,7 @@ TEST(FindParameters, SplitsAtEachDelimiterAndStaysInItsTable)
         char fields[3][256];
         int count = -1;
         memset(fields, 'x', sizeof fields);
-        EXPECT_FALSE(findParameters(Line(line), ',', &count, fields));
+        EXPECT_FALSE(findParameters(reinterpret_cast<const unsigned char*>(line.c_str()), ',', &count, fields));
         std::vector<std::string> filled = expected;
         filled.resize(3);
         EXPECT_THAT(fields, ElementsAreArray(filled)) << line;

@@ -66,11 +66,11 @@ public:
         const std::lock_guard<std::mutex> lock(m_mutex);
         return m_texts;
     }
-    bool waitFor(const std::string& text, long times = 1)
+    bool waitFor(const std::string& text)
     {
         return eventually([&] {
             const std::vector<std::string> texts = all();
-            return std::count(texts.begin(), texts.end(), text) >= times;
+            return std::find(texts.begin(), texts.end(), text) != texts.end();
         });
     }
 
