@@ -122,12 +122,14 @@ TEST(GsmPuk, IsNotSentWithoutTwoNumbersThatKeepTheirDigits)
     }
 }
 
-TEST(Gsm, SendsNoSmsInAnUnknownCharacterSet)
+TEST(Gsm, SendsNoSmsWithoutTextModeAndCharacterSet)
 {
     Card& card = forEver<Card>();
-    card.modem.react("AT+CSCS", Reaction::line("ERROR"));
     std::string number = "0151123456", text = "PUMP STATE:HIGH";
-    EXPECT_FALSE(card.gsm.sendSMS(number.data(), text.data()));
+    for (const char* step : {"AT+CMGF", "AT+CSCS"}) {
+        card.modem.react(step, Reaction::line("ERROR"));
+        EXPECT_FALSE(card.gsm.sendSMS(number.data(), text.data())) << step;
+    }
     EXPECT_EQ(0U, card.modem.count("AT+CMGS"));
 }
 
