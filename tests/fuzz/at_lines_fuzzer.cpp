@@ -1,21 +1,14 @@
 // The modem's bytes, cut into lines, with each AT command as the current one.
 #include "Modem.h"
+#include "fuzz.h"
 #include "replyLine.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        abort();
-}
 
 class Recorder : public Command {
 public:

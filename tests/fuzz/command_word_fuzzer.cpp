@@ -1,8 +1,7 @@
 // The command word of any text, against the rule said once more.
 #include "GSMIOmanager.h"
+#include "fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <string>
 
 namespace {
@@ -16,11 +15,9 @@ bool ends(const std::string& text, const std::string& word)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    std::string text(reinterpret_cast<const char*>(data), size);
-    text = text.c_str(); // up to a NUL
+    const std::string text = textOf(data, size).c_str(); // up to a NUL
     const std::string looked = text.substr(0, 159);
     const key expected = ends(looked, "OFF") ? OFF : !ends(looked, "ON") && ends(looked, "QUERY") ? Query : ON;
-    if (get_onoff(text.c_str()) != expected)
-        abort();
+    require(get_onoff(text.c_str()) == expected);
     return 0;
 }

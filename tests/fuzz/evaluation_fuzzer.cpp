@@ -1,9 +1,7 @@
 // Any pair file, read and evaluated over inputs in many states, against the rules said once more.
 #include "ManagerBench.h"
-#include "inputFile.h"
+#include "fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <string>
 
@@ -38,7 +36,7 @@ int stateOf(tavTrigger* node, const Statuses& inputs)
 // The file's content is the input but for its first byte, which picks the inputs' states.
 class Round {
 public:
-    Round(const uint8_t* data, size_t size) : m_seed(data[0])
+    Round(ManagerBench& manager, const uint8_t* data, size_t size) : m_seed(data[0]), m_manager(manager)
     {
         const InputFile file(data + 1, size - 1);
         const std::string path = file.path();
@@ -74,18 +72,11 @@ public:
             output->second = active ? cObject::OBJ_IO_STATE_SET : cObject::OBJ_IO_STATE_CLEAR;
         }
         m_manager.check_trigger_values();
-        for (const auto& output : expected) {
-            if (m_manager.getOutputs(output.first.c_str(), 0)->getOutputState() != output.second)
-                abort();
-        }
+        for (const auto& output : expected)
+            require(m_manager.getOutputs(output.first.c_str(), 0)->getOutputState() == output.second);
     }
 
 private:
-    static ManagerBench& manager()
-    {
-        static auto& one = ManagerBench::forEver();
-        return one;
-    }
     // One label in four has no port.
     void addPorts()
     {
@@ -110,24 +101,17 @@ private:
     }
 
     unsigned m_seed;
-    ManagerBench& m_manager = manager(); // its lists are empty between two rounds
+    ManagerBench& m_manager; // its lists are empty between two rounds
     Statuses m_inputs;
     std::map<std::string, cObject::eObjectIOState> m_outputs;
 };
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    cWlog::init(cWlog::FATAL);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    if (size == 0)
-        return 0;
-    Round round(data, size);
-    round.play();
+    static ManagerBench& manager = ManagerBench::forEver();
+    if (size > 0)
+        Round(manager, data, size).play();
     return 0;
 }

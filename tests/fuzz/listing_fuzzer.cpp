@@ -1,19 +1,12 @@
 // A listing of stored messages, against the same rules said once more.
 #include "Modem.h"
+#include "fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        abort();
-}
 
 struct Message {
     std::string id, number, text;

@@ -1,19 +1,12 @@
 // The splitter of reply fields; the first byte is the delimiter.
 #include "Command.h"
+#include "fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        abort();
-}
 
 template <std::size_t Slots> void check(std::string text, char delimiter)
 {
@@ -41,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     if (size == 0 || data[0] == 0)
         return 0;
-    const std::string text = std::string(reinterpret_cast<const char*>(data + 1), size - 1).c_str();
+    const std::string text = textOf(data + 1, size - 1).c_str();
     const char delimiter = static_cast<char>(data[0]);
     check<2>(text, delimiter);
     check<3>(text, delimiter);

@@ -1,17 +1,9 @@
 // Any file as a record: it is read or refused with its line, and what was read is written and read again as it was. Any
 // text of a change comes out of its line whole.
-#include "inputFile.h"
+#include "fuzz.h"
 #include "record/Record.h"
 
-#include <cstdlib>
-
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        abort();
-}
 
 void readAll(const std::string& path)
 {
@@ -50,6 +42,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const InputFile file(data, size);
     readAll(file.path());
-    writeAndRead(std::string(reinterpret_cast<const char*>(data), size));
+    writeAndRead(textOf(data, size));
     return 0;
 }

@@ -1,9 +1,8 @@
 // Any line as one of a scenario: it is cut into words or refused with a reason, and what is quoted comes out whole.
 #include "bench/Scenario.h"
+#include "fuzz.h"
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -23,17 +22,14 @@ void take(const std::string& line)
 {
     bench::Words words(line);
     const auto within = words.takeTime("within");
-    if (within && within->count() < 0)
-        abort();
+    require(!within || within->count() >= 0);
     if (words.take("expect") && !words.empty())
         words.oneOf("a word", {"output", "log"});
     if (!words.empty()) {
         const long number = words.number("a number", 1, 1000);
-        if (number < 1 || number > 1000)
-            abort();
+        require(number >= 1 && number <= 1000);
     }
-    if (!words.empty() && words.time("a time").count() < 0)
-        abort();
+    require(words.empty() || words.time("a time").count() >= 0);
     words.end();
 }
 
@@ -45,11 +41,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         take(text);
     } catch (const bench::Failure& failure) {
-        if (*failure.what() == '\0')
-            abort(); // a refusal always says why
+        require(*failure.what() != '\0'); // a refusal always says why
     }
     bench::Words words(quoted(text) + " end");
-    if (words.next("a text") != text || !words.take("end") || !words.empty())
-        abort();
+    require(words.next("a text") == text && words.take("end") && words.empty());
     return 0;
 }

@@ -2,9 +2,10 @@
 // no output that belongs to it, and has nothing sent.
 #include "ManagerBench.h"
 #include "Modem.h"
+#include "fuzz.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <string>
 #include <unistd.h>
@@ -83,11 +84,8 @@ struct Card {
 
 bool listed(const Row& row, const std::string& quoted)
 {
-    for (const std::string& number : row.numbers) {
-        if ('"' + number + '"' == quoted)
-            return true;
-    }
-    return false;
+    return std::any_of(row.numbers.begin(), row.numbers.end(),
+                       [&](const std::string& number) { return '"' + number + '"' == quoted; });
 }
 
 // There is no modem behind this call, so that a text which is sent ends the fuzzer.
@@ -95,30 +93,21 @@ void obeyOne(Card& card, Sms* sms)
 {
     const std::string text = sms->getMessage() != nullptr ? sms->getMessage() : "";
     const std::string number = sms->getNumber() != nullptr ? sms->getNumber() : "";
-    bool known = false;
-    for (const Row& row : kRows)
-        known = known || (listed(row, number) && text.compare(0, std::string(row.message).size(), row.message) == 0);
-    if (known && get_onoff(text.c_str()) == Query)
+    const auto obeys = [&](const Row& row) {
+        return listed(row, number) && text.compare(0, strlen(row.message), row.message) == 0;
+    };
+    if (get_onoff(text.c_str()) == Query && std::any_of(std::begin(kRows), std::end(kRows), obeys))
         return; // an answer is sent to this one
     card.reset();
     card.manager.obey(sms, nullptr, &card.list, &card.connections, &card.logger);
     for (size_t i = 0; i < card.records.size(); ++i) {
-        const std::string message = kRows[i].message;
-        const bool may = listed(kRows[i], number) && text.compare(0, message.size(), message) == 0;
-        if (card.untouched(i) == may)
-            abort();
-        if (may && card.records[i]->get_state() != (get_onoff(text.c_str()) == ON ? 1 : 0))
-            abort();
+        const bool may = obeys(kRows[i]);
+        require(card.untouched(i) != may);
+        require(!may || card.records[i]->get_state() == (get_onoff(text.c_str()) == ON ? 1 : 0));
     }
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    cWlog::init(cWlog::FATAL);
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

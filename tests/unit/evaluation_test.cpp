@@ -1,5 +1,6 @@
 // Trigger trees, output actions, port lists and events, on lists that the tests fill.
 #include "ManagerBench.h"
+#include "listener.h"
 #include "scratchFolder.h"
 
 #include <gtest/gtest.h>
@@ -7,13 +8,9 @@
 #include <log4cpp/Category.hh>
 #include <log4cpp/LoggingEvent.hh>
 
-#include <atomic>
-#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -24,21 +21,14 @@ constexpr auto kUnknown = cObject::OBJ_IO_STATE_UNKNOWN;
 constexpr auto kSet = cObject::OBJ_IO_STATE_SET;
 constexpr auto kClear = cObject::OBJ_IO_STATE_CLEAR;
 
-// Lines logged from construction to the call of text().
-class LogLines {
-public:
-    explicit LogLines(cWlog::WlogPiority priority)
-    {
-        testing::internal::CaptureStderr();
-        cWlog::init(priority);
-    }
-    std::string text()
-    {
-        std::string lines = testing::internal::GetCapturedStderr();
-        cWlog::init(cWlog::ERROR);
-        return lines;
-    }
-};
+// The lines that the action logs.
+template <typename Action> std::string linesOf(Action action)
+{
+    cWlog::init(cWlog::DEBUG);
+    const std::string lines = standardErrorOf(action);
+    cWlog::init(cWlog::ERROR);
+    return lines;
+}
 
 class Evaluation : public testing::Test {
 protected:
@@ -136,11 +126,11 @@ TEST_F(Evaluation, UnknownDefaultIsWrittenUnchangedAndToldAsClear)
     manager.addInput("IN", 1, kAlarm);
     cObjectDOutput* output = manager.addOutput("OUT", kUnknown, kSet);
     manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT"));
-    LogLines log(cWlog::DEBUG);
-    manager.check_trigger_values();
-    output->setOutputState(kUnknown);
-    manager.check_trigger_values();
-    const std::string lines = log.text();
+    const std::string lines = linesOf([&] {
+        manager.check_trigger_values();
+        output->setOutputState(kUnknown);
+        manager.check_trigger_values();
+    });
     EXPECT_EQ(timesIn(lines, "Setting OUT, state: CLEAR"), 1u) << lines;
     EXPECT_EQ(timesIn(lines, "Port OUT Already Good"), 1u) << lines;
 }
@@ -183,10 +173,7 @@ TEST_F(Evaluation, GsmActionsPostOneRequestAndNoneWhileItIsUnserved)
     queue->subscribe(&manager);
     manager.serveSendRequest(&logger);
     manager.check_trigger_values();
-    for (const auto end = std::chrono::steady_clock::now() + 30s;
-         !manager.m_RequestSmsSend && std::chrono::steady_clock::now() < end;)
-        std::this_thread::sleep_for(5ms);
-    EXPECT_TRUE(manager.m_RequestSmsSend);
+    EXPECT_TRUE(eventually([&] { return manager.m_RequestSmsSend.load(); }));
 }
 
 // Whoever waits for the lock goes on while each of the evaluation's lines stands still in the log.
@@ -217,14 +204,15 @@ TEST_F(Evaluation, WritesItsLinesWhenItHasLetGoOfItsLock)
     manager.addInput("IN", 1, kAlarm);
     manager.addOutput("OUT", kClear, kClear);
     manager.addConnection(leaf("IN"), leaf("OUT"));
-    LogLines log(cWlog::DEBUG);
-    auto& stuck = *new Stuck(manager); // the category's
-    log4cpp::Category& category = log4cpp::Category::getInstance("GSMIOmanager");
-    category.addAppender(&stuck);
-    manager.check_trigger_values();
-    manager.update_lists();
-    const int lines = stuck.m_lines;
-    EXPECT_EQ(lines, static_cast<int>(timesIn(log.text(), "GSMIOmanager"))) << "each line is written";
+    int lines = 0;
+    const std::string log = linesOf([&] {
+        auto& stuck = *new Stuck(manager); // the category's
+        log4cpp::Category::getInstance("GSMIOmanager").addAppender(stuck);
+        manager.check_trigger_values();
+        manager.update_lists();
+        lines = stuck.m_lines;
+    });
+    EXPECT_EQ(lines, static_cast<int>(timesIn(log, "GSMIOmanager"))) << "each line is written";
     EXPECT_GE(lines, 5);
 }
 
@@ -300,28 +288,26 @@ TEST_F(Events, OnlyThePortWithSerialIdAndTypeIsUpdated)
 
 TEST_F(Events, EveryPortEventOfAMessageHasItsOwnEvaluation)
 {
-    LogLines log(cWlog::DEBUG);
-    deliver({event(7, 2, kAlarm), event(7, 2, kCalm), event(99, 2, kAlarm), event(7, 2, kAlarm)});
-    const std::string lines = log.text();
+    const std::string lines = linesOf([&] {
+        deliver({event(7, 2, kAlarm), event(7, 2, kCalm), event(99, 2, kAlarm), event(7, 2, kAlarm)});
+    });
     EXPECT_EQ(timesIn(lines, "Setting OUT, state: "), 3u) << lines;
     EXPECT_EQ(timesIn(lines, "Port OUT Already Good"), 1u) << "the strange port's event evaluates too\n" << lines;
     EXPECT_EQ(timesIn(lines, "Updating Trigger: Serial=0x00000010,port=7,port_type=2,almstat=SET"), 2u) << lines;
 }
 
-TEST(EventsBeforeTheFirstRefresh, ChangeNothing)
+TEST_F(Events, BeforeTheFirstRefreshChangeNothing)
 {
-    auto& manager = ManagerBench::forEver();
-    manager.addConnection(composite(tavTrigger::OR, {leaf("IN")}), action("OUT"));
+    auto& early = ManagerBench::forEver();
+    early.addConnection(leaf("IN"), action("OUT"));
     cObjectList message;
     message.setMsgType(3);
-    auto* made = new cObjectEvent();
-    made->setEventType(cObjectEvent::EVENT_PORT);
-    message.add(made);
-    manager.handleObjectAction(&message);
+    message.add(event(7, 2, kAlarm));
+    early.handleObjectAction(&message);
     message.deleteObjects();
-    EXPECT_EQ(manager.mTriggerPorts, nullptr);
-    EXPECT_EQ(manager.getInputs("IN", 0), nullptr);
-    EXPECT_EQ(manager.getOutputs("OUT", 0), nullptr);
+    EXPECT_EQ(early.mTriggerPorts, nullptr);
+    EXPECT_EQ(early.getInputs("IN", 0), nullptr);
+    EXPECT_EQ(early.getOutputs("OUT", 0), nullptr);
 }
 
 } // namespace

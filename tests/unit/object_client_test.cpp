@@ -15,8 +15,10 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <pthread.h>
 #include <random>
 #include <string>
@@ -34,6 +36,8 @@ constexpr auto kLimit = 30s; // far more than anything here takes
 struct Listener : cObjectListener {
     void handleObjectAction(cObjectList* message) override
     {
+        if (also)
+            also();
         std::lock_guard<std::mutex> lock(mutex);
         types.push_back(message->getMsgType());
         for (cObject* object = message->first(); object != nullptr; object = message->next()) {
@@ -54,7 +58,8 @@ struct Listener : cObjectListener {
         return changed.wait_for(lock, kLimit, [&] { return holds(); });
     }
 
-    std::mutex mutex;
+    std::function<void()> also; // set before the client starts
+    std::mutex mutex;           // guards what follows
     std::condition_variable changed;
     std::vector<uint8_t> types;
     std::vector<cObject::eObjectStatus> statuses;
@@ -69,38 +74,54 @@ protected:
                          simPort(true, "OUT2", 10), simPort(true, "OUT3", 11)});
         ASSERT_TRUE(server.start("127.0.0.1", 0));
     }
-    void connect()
+    void start(uint16_t port, const char* host = "127.0.0.1")
     {
         client = std::make_unique<cObjectClient>();
         client->addListener(&listener);
         client->onReconnection([this] { listener.reconnected(); });
-        ASSERT_TRUE(client->start("127.0.0.1", server.port()));
-        ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u) << "the first get waits for the connection";
+        ASSERT_TRUE(client->start(host, port));
     }
-    // Asks for one label; the answer's objects are returned, owned.
-    std::vector<std::unique_ptr<cObject>> ask(cObjectPort&& wanted, const char* label, bool* answered = nullptr)
+    void connect()
+    {
+        start(server.port());
+        ASSERT_TRUE(answers()) << "the first get waits for the connection";
+    }
+    // The objects of the answer, if there is one.
+    std::optional<std::vector<std::unique_ptr<cObject>>> ask(cObjectPort&& wanted, const char* label)
     {
         wanted.setPortLabel(label);
         cObjectList request;
         request.add(&wanted);
         const std::unique_ptr<cObjectList> answer(client->get(&request));
+        if (!answer)
+            return std::nullopt;
         std::vector<std::unique_ptr<cObject>> objects;
-        if (answered != nullptr)
-            *answered = answer != nullptr;
-        for (cObject* object = answer ? answer->first() : nullptr; object != nullptr; object = answer->next())
+        for (cObject* object = answer->first(); object != nullptr; object = answer->next())
             objects.emplace_back(object);
         return objects;
+    }
+    bool answers()
+    {
+        const auto found = ask(cObjectPort(), "IN1");
+        return found && found->size() == 1;
+    }
+    void expectARefusalBeforeTheLimitOfAGet()
+    {
+        const auto begun = std::chrono::steady_clock::now();
+        EXPECT_FALSE(ask(cObjectPort(), "IN1"));
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s);
+    }
+    int drive(const char* label)
+    {
+        cObjectDOutput output;
+        output.setPortLabel(label);
+        output.setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
+        output.setOutputState(cObject::OBJ_IO_STATE_SET);
+        return client->set(&output);
     }
     bool comesBack(int times)
     {
         return listener.waitUntil([this, times] { return listener.returns >= times; });
-    }
-    // The output as the server has it after everything that was sent before.
-    cObject::eObjectIOState outputState(const char* label)
-    {
-        const auto found = ask(cObjectDOutput(), label);
-        return found.empty() ? cObject::OBJ_IO_STATE_UNKNOWN
-                             : dynamic_cast<cObjectDOutput&>(*found[0]).getOutputState();
     }
 
     sim::Tavd server;
@@ -112,19 +133,18 @@ TEST_F(ObjectClient, GetsThePortsThatTheServerKnowsByKindAndLabel)
 {
     connect();
     server.setInput("IN2", 3);
-    auto input = ask(cObjectPort(), "IN2");
-    ASSERT_EQ(input.size(), 1u);
-    auto* found = dynamic_cast<cObjectPort*>(input[0].get());
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(found->getPortStatus(), cObject::OBJ_STATUS_ALARM_WARN);
-    EXPECT_EQ(found->getPortId(), 2);
-    EXPECT_EQ(found->getPortType(), 2);
-    EXPECT_EQ(found->getDeviceSerial(), 0x10u);
-    EXPECT_TRUE(ask(cObjectPort(), "in2").empty());
-    EXPECT_TRUE(ask(cObjectPort(), "OUT1").empty()) << "an output is not an input";
-    auto output = ask(cObjectDOutput(), "OUT1");
-    ASSERT_EQ(output.size(), 1u);
-    EXPECT_NE(dynamic_cast<cObjectDOutput*>(output[0].get()), nullptr);
+    const auto input = ask(cObjectPort(), "IN2");
+    ASSERT_TRUE(input && input->size() == 1u);
+    auto& found = dynamic_cast<cObjectPort&>(*input->front());
+    EXPECT_EQ(found.getPortStatus(), cObject::OBJ_STATUS_ALARM_WARN);
+    EXPECT_EQ(found.getPortId(), 2);
+    EXPECT_EQ(found.getPortType(), 2);
+    EXPECT_EQ(found.getDeviceSerial(), 0x10u);
+    EXPECT_TRUE(ask(cObjectPort(), "in2")->empty());
+    EXPECT_TRUE(ask(cObjectPort(), "OUT1")->empty()) << "an output is not an input";
+    const auto output = ask(cObjectDOutput(), "OUT1");
+    ASSERT_TRUE(output && output->size() == 1u);
+    EXPECT_NE(dynamic_cast<cObjectDOutput*>(output->front().get()), nullptr);
 }
 
 TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
@@ -132,7 +152,7 @@ TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
     connect();
     for (uint32_t i = 0; i < 300; ++i)
         server.setInput("IN1", 1 + i % 3);
-    ask(cObjectPort(), "IN1");
+    EXPECT_TRUE(answers());
     ASSERT_TRUE(listener.waitUntil([this] { return listener.statuses.size() == 300; }));
     for (uint32_t i = 0; i < 300; ++i)
         ASSERT_EQ(listener.statuses[i], 1 + i % 3);
@@ -155,11 +175,7 @@ TEST_F(ObjectClient, WritesToAServerThatDoesNotReadWaitForItAndTheirCallerDoesNo
             ASSERT_EQ(client->set(&output), 0);
         }
     }
-    cObjectDOutput last;
-    last.setPortLabel("OUT3");
-    last.setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
-    last.setOutputState(cObject::OBJ_IO_STATE_SET);
-    ASSERT_EQ(client->set(&last), 0);
+    ASSERT_EQ(drive("OUT3"), 0);
     server.hang(false);
     ASSERT_TRUE(server.waitForOutput("OUT3", cObject::OBJ_IO_STATE_SET, 8 * kLimit)) << "after ten megabytes";
     for (const char* label : {"OUT1", "OUT2"})
@@ -192,18 +208,9 @@ TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
     done = true;
     for (std::thread& writer : writers)
         writer.join();
-    bool answered = false;
-    ASSERT_TRUE(server.waitUntil(
-        [&] {
-            ask(cObjectPort(), "IN1", &answered);
-            return answered;
-        },
-        kLimit));
-    cObjectDOutput output;
-    output.setPortLabel("OUT1");
-    output.setOutputState(cObject::OBJ_IO_STATE_SET);
-    EXPECT_EQ(client->set(&output), 0);
-    EXPECT_EQ(outputState("OUT1"), cObject::OBJ_IO_STATE_SET);
+    ASSERT_TRUE(server.waitUntil([&] { return answers(); }, kLimit));
+    EXPECT_EQ(drive("OUT1"), 0);
+    EXPECT_TRUE(server.waitForOutput("OUT1", cObject::OBJ_IO_STATE_SET, kLimit));
 }
 
 TEST_F(ObjectClient, StartsOnceAndSaysWhenItHasNoThread)
@@ -215,71 +222,39 @@ TEST_F(ObjectClient, StartsOnceAndSaysWhenItHasNoThread)
         const NoThreads refused;
         EXPECT_FALSE(client->start("127.0.0.1", server.port()));
     }
-    bool answered = true;
-    const auto begun = std::chrono::steady_clock::now();
-    ask(cObjectPort(), "IN1", &answered);
-    EXPECT_FALSE(answered);
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
+    expectARefusalBeforeTheLimitOfAGet();
 }
 
 TEST_F(ObjectClient, AResolverThatCannotStartIsTriedAnew)
 {
-    client = std::make_unique<cObjectClient>();
     noResolver = true;
-    ASSERT_TRUE(client->start("localhost", server.port()));
-    bool answered = true;
-    ask(cObjectPort(), "IN1", &answered);
-    EXPECT_FALSE(answered);
+    start(server.port(), "localhost");
+    EXPECT_FALSE(ask(cObjectPort(), "IN1"));
     noResolver = false;
     EXPECT_TRUE(server.waitUntil([&] { return server.clients() == 1; }, kLimit));
 }
 
-TEST_F(ObjectClient, ARefusedFirstAttemptEndsTheFirstGet)
+TEST_F(ObjectClient, WithoutAServerNothingBlocksAndItsComingIsNoticed)
 {
-    const uint16_t port = server.port();
     server.stop();
-    client = std::make_unique<cObjectClient>();
-    client->onReconnection([this] { listener.reconnected(); });
-    ASSERT_TRUE(client->start("127.0.0.1", port));
-    const auto begun = std::chrono::steady_clock::now();
-    bool answered = true;
-    ask(cObjectPort(), "IN1", &answered);
-    EXPECT_FALSE(answered);
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
-    ASSERT_TRUE(server.start("127.0.0.1", port));
-    EXPECT_TRUE(comesBack(1)) << "who has asked in vain is told";
-}
-
-TEST_F(ObjectClient, WithoutAServerNothingBlocksAndItsReturnIsNoticed)
-{
-    connect();
-    server.stop();
-    bool answered = true;
-    ASSERT_TRUE(server.waitUntil(
-        [&] {
-            ask(cObjectPort(), "IN1", &answered);
-            return !answered;
-        },
-        kLimit));
-    cObjectDOutput output;
-    output.setPortLabel("OUT1");
-    EXPECT_EQ(client->set(&output), -1);
-
+    start(server.port());
+    expectARefusalBeforeTheLimitOfAGet();
+    EXPECT_EQ(drive("OUT1"), -1);
     ASSERT_TRUE(server.start("127.0.0.1", server.port()));
-    ASSERT_TRUE(comesBack(1));
-    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    ASSERT_TRUE(comesBack(1)) << "who has asked in vain is told";
+    EXPECT_TRUE(answers());
+    server.stop();
+    EXPECT_TRUE(server.waitUntil([&] { return drive("OUT1") == -1; }, kLimit)) << "a lost server as well";
 }
 
 TEST_F(ObjectClient, AServerThatHangsIsGivenUpAndTriedAnew)
 {
     connect();
     server.hang(true);
-    bool answered = true;
-    ask(cObjectPort(), "IN1", &answered);
-    EXPECT_FALSE(answered);
+    EXPECT_FALSE(ask(cObjectPort(), "IN1"));
     server.hang(false);
     ASSERT_TRUE(comesBack(1)) << "the silent connection is replaced, so that the server's return is told";
-    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    EXPECT_TRUE(answers());
 }
 
 TEST_F(ObjectClient, AGetEndsWithItsConnection)
@@ -288,39 +263,17 @@ TEST_F(ObjectClient, AGetEndsWithItsConnection)
     tavobj::Message broken;
     broken.set_type(300);
     server.answerGetsWith(broken.SerializeAsString());
-    const auto begun = std::chrono::steady_clock::now();
-    bool answered = true;
-    ask(cObjectPort(), "IN1", &answered);
-    EXPECT_FALSE(answered);
-    EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s) << "less than a get's limit";
+    expectARefusalBeforeTheLimitOfAGet();
 }
 
-TEST_F(ObjectClient, AListenerMayAskAndWriteWhileItRuns)
+TEST_F(ObjectClient, AListenerMayAskWhileItRuns)
 {
-    struct Asking : cObjectListener {
-        void handleObjectAction(cObjectList*) override
-        {
-            cObjectPort wanted;
-            wanted.setPortLabel("IN1");
-            cObjectList request;
-            request.add(&wanted);
-            const std::unique_ptr<cObjectList> answer(client->get(&request));
-            if (answer) {
-                answer->deleteObjects();
-                answered = true;
-            }
-        }
-        cObjectClient* client = nullptr;
-        std::atomic<bool> answered{false};
-    } asking;
-    client = std::make_unique<cObjectClient>();
-    asking.client = client.get();
-    client->addListener(&asking);
-    ASSERT_TRUE(client->start("127.0.0.1", server.port()));
-    ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    std::atomic<bool> answered{false};
+    listener.also = [&] { answered = answers(); };
+    connect();
     server.setInput("IN1", 1);
-    EXPECT_TRUE(server.waitUntil([&] { return asking.answered.load(); }, kLimit));
-    client.reset(); // its threads end before the listener
+    EXPECT_TRUE(server.waitUntil([&] { return answered.load(); }, kLimit));
+    client.reset(); // its threads end before the flag
 }
 
 // Each of these makes the server send something that is no message; the client has to drop the connection and come
@@ -345,7 +298,7 @@ TEST_F(ObjectClient, BrokenFramesEndTheConnectionAndServiceResumes)
           sim::Tavd::frame(strange.SerializeAsString())}) {
         server.sendRaw(bytes);
         ASSERT_TRUE(comesBack(++returns));
-        ASSERT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+        ASSERT_TRUE(answers());
     }
 }
 
@@ -356,32 +309,28 @@ TEST_F(ObjectClient, NonsenseInAMessageIsLeftOut)
     tavobj::Message message;
     message.set_type(0);
     message.add_objects()->set_kind(4000000000u);
-    tavobj::Object* object = message.add_objects();
-    object->set_kind(1);
-    object->mutable_port()->set_label(std::string(10000, 'x'));
-    object = message.add_objects();
-    object->set_kind(1);
-    object->mutable_port()->set_label(std::string("IN1\0x", 5));
-    object = message.add_objects();
-    object->set_kind(1);
-    object->mutable_port()->set_label("IN1");
-    object->mutable_port()->set_status(77);
+    for (const std::string& label : {std::string(10000, 'x'), std::string("IN1\0x", 5), std::string("IN1")}) {
+        tavobj::Object* object = message.add_objects();
+        object->set_kind(1);
+        object->mutable_port()->set_label(label);
+        object->mutable_port()->set_status(77);
+    }
     server.answerGetsWith(message.SerializeAsString());
     cWlog::init(cWlog::WARN);
     testing::internal::CaptureStderr();
-    auto objects = ask(cObjectPort(), "IN1");
+    const auto objects = ask(cObjectPort(), "IN1");
     for (int i = 0; i < 20; ++i)
-        ask(cObjectPort(), "IN1");
+        EXPECT_TRUE(answers());
     const size_t warnings = timesIn(testing::internal::GetCapturedStderr(), ": ignored");
     EXPECT_GE(warnings, 1U);
     EXPECT_LT(warnings, 20U) << "not for every message of a server gone mad";
-    ASSERT_EQ(objects.size(), 1u);
-    EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects[0]).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
+    ASSERT_TRUE(objects && objects->size() == 1u);
+    EXPECT_EQ(dynamic_cast<cObjectPort&>(*objects->front()).getPortStatus(), cObject::OBJ_STATUS_ALARM_UNKNOWN);
 
     server.answerGetsWith("");
     message.set_id(4711); // of no request: an answer that nobody waits for
     server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
-    EXPECT_EQ(ask(cObjectPort(), "IN1").size(), 1u);
+    EXPECT_TRUE(answers());
     message.set_type(255); // the listener's to judge
     server.sendRaw(sim::Tavd::frame(message.SerializeAsString()));
     EXPECT_TRUE(listener.waitUntil([this] { return !listener.types.empty() && listener.types.back() == 255; }));

@@ -1,14 +1,27 @@
-/// The bytes of a fuzzer as a file, for readers that take a path.
-#ifndef INPUTFILE_H
-#define INPUTFILE_H
-
-#include <sys/mman.h>
-#include <unistd.h>
+/// What the fuzzers have in common. Their log is off, see quiet.cpp.
+#ifndef FUZZ_H
+#define FUZZ_H
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
+#include <sys/mman.h>
+#include <unistd.h>
 
+/// Ends the fuzzer unless what it requires holds: the input is then reported.
+inline void require(bool condition)
+{
+    if (!condition)
+        std::abort();
+}
+
+inline std::string textOf(const std::uint8_t* data, std::size_t size)
+{
+    return {reinterpret_cast<const char*>(data), size};
+}
+
+/// The input as a file, for readers that take a path.
 class InputFile {
 public:
     InputFile(const uint8_t* data, size_t size) : mFd(memfd_create("input", MFD_CLOEXEC))
