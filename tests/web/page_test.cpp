@@ -204,8 +204,7 @@ TEST_F(Page, AnObjectServersPageShowsItsPortsAndRulesAndTakesNoCommand)
 
 TEST_F(Page, GoesOnByItselfAfterARestartAndAfterAFloodOfEvents)
 {
-    openBench();
-    browser.open(m_address);
+    showBench();
     expectLamp("LAMP", "set");
     const size_t at = m_address.rfind(':') + 1;
     const std::string port = m_address.substr(at, m_address.find('/', at) - at);
