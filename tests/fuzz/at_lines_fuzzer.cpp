@@ -22,7 +22,7 @@ public:
 };
 
 // What the lines of @p bytes are, said once more: split, cut to 255 bytes, and to the first NUL.
-std::vector<std::string> linesOf(const std::string& bytes)
+std::vector<std::string> repliesIn(const std::string& bytes)
 {
     std::vector<std::string> lines;
     std::string line;
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     Recorder recorder(&modem);
     feed(recorder, bytes);
-    require(recorder.lines == linesOf(bytes));
+    require(recorder.lines == repliesIn(bytes));
 
     CmdMdmID id(&modem);
     feed(id, bytes);
@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& make : others) {
         const std::unique_ptr<Command> command(make());
         feed(*command, bytes);
-        require(command->isBusy() == (linesOf(bytes).empty() && command->getErrStat() == ErrStat::UNKNOWN));
+        require(command->isBusy() == (repliesIn(bytes).empty() && command->getErrStat() == ErrStat::UNKNOWN));
     }
     return 0;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 /// Ends the fuzzer unless what it requires holds: the input is then reported.
 inline void require(bool condition)
@@ -21,9 +22,25 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size)
     return {reinterpret_cast<const char*>(data), size};
 }
 
+/// The input's lines, each without its NULs and cut to 255 bytes, as the modem's lines are.
+inline std::vector<std::string> linesOf(const std::uint8_t* data, std::size_t size)
+{
+    std::vector<std::string> lines(1);
+    for (std::size_t i = 0; i < size; ++i) {
+        if (data[i] == '\n')
+            lines.emplace_back();
+        else if (data[i] != '\0' && lines.back().size() < 255)
+            lines.back() += static_cast<char>(data[i]);
+    }
+    return lines;
+}
+
 /// The input as a file, for readers that take a path.
 class InputFile {
 public:
+    explicit InputFile(const std::string& text) : InputFile(reinterpret_cast<const uint8_t*>(text.data()), text.size())
+    {
+    }
     InputFile(const uint8_t* data, size_t size) : mFd(memfd_create("input", MFD_CLOEXEC))
     {
         while (size > 0) {

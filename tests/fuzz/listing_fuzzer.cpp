@@ -60,14 +60,7 @@ std::vector<Message> messagesOf(const std::vector<std::string>& lines)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static Modem modem(nullptr); // takes the events and destroys them
-    std::vector<std::string> lines(1);
-    for (std::size_t i = 0; i < size; ++i) {
-        if (data[i] == '\n')
-            lines.emplace_back();
-        else if (data[i] != '\0' && lines.back().size() < 255)
-            lines.back() += static_cast<char>(data[i]);
-    }
-
+    std::vector<std::string> lines = linesOf(data, size);
     CmdReadSms command(&modem);
     for (std::string& line : lines)
         command.parseData(reinterpret_cast<unsigned char*>(line.data()));

@@ -29,7 +29,7 @@ void writeAndRead(const std::string& bytes)
     sms.text = bytes.substr(0, 8000);
     sms.who = bytes.substr(0, 1000);
     const std::string content = record::lineOf(begin) + '\n' + record::lineOf(sms) + '\n';
-    const InputFile file(reinterpret_cast<const uint8_t*>(content.data()), content.size());
+    const InputFile file(content);
     record::Reader reader(file.path());
     record::Change again;
     require(reader.next(again) && reader.next(again));

@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -25,29 +23,21 @@ const Row kRows[] = {{"PUMP", "PL", "OUT1", {"+491511234", "0151123456"}},
                      {"", "EL", "OUT3", {"0333", ""}},
                      {"F\xC3\x9C", "FL", "OUT4", {"0222", "\"", "0444,\""}}};
 
-const std::string& pairsFile()
+std::string pairs()
 {
-    static const std::string path = [] {
-        std::string name = "/tmp/sms_pass_fuzzer_" + std::to_string(getpid());
-        std::ofstream file(name);
-        file << "<io_connections>";
-        for (const Row& row : kRows) {
-            for (const char* kind : {"IO", "GSM"})
-                file << "<connection><trigger><detail dev_type=\"IO\" io_label=\"" << row.label
-                     << "\"/></trigger><action><detail dev_type=\"" << kind << "\" io_label=\""
-                     << (kind[0] == 'I' ? row.output : row.label) << "\"/></action></connection>";
-        }
-        file << "</io_connections>";
-        file.close();
-        std::atexit([] { unlink(pairsFile().c_str()); });
-        return name;
-    }();
-    return path;
+    std::string xml = "<io_connections>";
+    for (const Row& row : kRows) {
+        const std::string trigger =
+            std::string("<connection><trigger><detail dev_type='IO' io_label='") + row.label + "'/></trigger><action>";
+        xml += trigger + "<detail dev_type='IO' io_label='" + row.output + "'/></action></connection>";
+        xml += trigger + "<detail dev_type='GSM' io_label='" + row.label + "'/></action></connection>";
+    }
+    return xml + "</io_connections>";
 }
 
 // Built once; record i and output i belong to row i.
 struct Card {
-    Card() : connections(pairsFile().c_str())
+    Card() : connections(path.c_str())
     {
         for (const Row& row : kRows) {
             auto* record = new cgsmMessageInfo();
@@ -74,6 +64,8 @@ struct Card {
         return records[i]->get_state() == 77 && outputs[i]->getPortToggled() == cObjectPort::PORT_TOGGLED_WEBSITE;
     }
 
+    const InputFile file{pairs()};
+    const std::string path = file.path();
     ManagerBench manager;
     cIOpairs connections;
     cEnumeratedList<cgsmMessageInfo> list;
@@ -114,16 +106,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     static auto& card = *new Card();
     static Modem modem(nullptr); // takes the events and destroys them
     CmdReadSms listing(&modem);
-    std::string line;
-    for (size_t i = 0; i <= size; ++i) {
-        if (i < size && data[i] != '\n') {
-            if (data[i] != '\0' && line.size() < 255)
-                line += static_cast<char>(data[i]);
-            continue;
-        }
+    std::vector<std::string> lines = linesOf(data, size);
+    for (std::string& line : lines)
         listing.parseData(reinterpret_cast<unsigned char*>(line.data()));
-        line.clear();
-    }
     cEnumeratedList<Sms>* messages = listing.handOverSmsList();
     int obeyed = 0;
     for (Sms* sms = messages->first(); sms != nullptr; sms = messages->getNext()) {

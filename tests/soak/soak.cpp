@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -77,8 +78,8 @@ private:
     bool waitUntil(const std::function<bool()>& holds, Milliseconds limit);
     void pause(Milliseconds time);
     size_t pick(size_t count) { return std::uniform_int_distribution<size_t>(0, count - 1)(m_random); }
-    Figures figures() const;
-    void printLog() const;
+    Figures figures();
+    void printLog();
     double days() const;
     void print(const char* when, const Figures& figures) const;
 
@@ -229,9 +230,8 @@ void Soak::stranger()
     const size_t sent = m_card.sentCount();
     std::string text = texts[pick(texts.size())];
     if (pick(2) == 0) {
-        text.clear();
-        for (size_t length = pick(160); length > 0; --length)
-            text.push_back(static_cast<char>(' ' + pick(95)));
+        text.resize(pick(160));
+        std::generate(text.begin(), text.end(), [this] { return static_cast<char>(' ' + pick(95)); });
     }
     m_card.modem().sms("0171999999", text);
     ++m_count["SMS in"];
@@ -246,20 +246,14 @@ void Soak::hurtModem()
 {
     ModemSim& modem = m_card.modem();
     static const std::array<const char*, 3> commands = {"AT+CMGL", "AT+CMGS", "AT+CMGD"};
-    switch (pick(4)) {
-    case 0:
+    using Reaction = ModemSim::Reaction;
+    static const std::array<Reaction, 3> reactions = {Reaction::line("ERROR"), Reaction::line("+CMS ERROR: 512"),
+                                                      Reaction::late(seconds(3))};
+    const size_t how = pick(reactions.size() + 1);
+    if (how == 0)
         modem.setSilent(true);
-        break;
-    case 1:
-        modem.react(commands[pick(commands.size())], ModemSim::Reaction::line("ERROR"), 3);
-        break;
-    case 2:
-        modem.react(commands[pick(commands.size())], ModemSim::Reaction::line("+CMS ERROR: 512"), 3);
-        break;
-    default:
-        modem.react(commands[pick(commands.size())], ModemSim::Reaction::late(seconds(3)), 3);
-        break;
-    }
+    else
+        modem.react(commands[pick(commands.size())], reactions[how - 1], 3);
     modem.sms(kListed, "PUMP QUERY");
     pause(seconds(30 + pick(120)));
     modem.setSilent(false);
@@ -317,10 +311,9 @@ void Soak::changeClock()
     flipInputs();
 }
 
-Soak::Figures Soak::figures() const
+Soak::Figures Soak::figures()
 {
-    auto& daemon = const_cast<bench::Card&>(m_card).daemon();
-    return {daemon.residentKiB(), daemon.threads(), daemon.descriptors()};
+    return {m_card.daemon().residentKiB(), m_card.daemon().threads(), m_card.daemon().descriptors()};
 }
 
 double Soak::days() const
@@ -334,9 +327,9 @@ void Soak::print(const char* when, const Figures& figures) const
            figures.descriptors);
 }
 
-void Soak::printLog() const
+void Soak::printLog()
 {
-    const std::vector<std::string> lines = const_cast<bench::Card&>(m_card).daemon().lines(false, 0);
+    const std::vector<std::string> lines = m_card.daemon().lines(false, 0);
     for (size_t i = lines.size() > 40 ? lines.size() - 40 : 0; i < lines.size(); ++i)
         fprintf(stderr, "    %s\n", lines[i].c_str());
 }
@@ -408,10 +401,10 @@ bool Soak::play()
     m_card.useConfig(m_wishes.config);
     m_card.start();
     const auto ready = [this] {
-        for (const std::string& line : m_card.daemon().lines(false, 0))
-            if (line.find("modem setup correctly") != std::string::npos)
-                return true;
-        return false;
+        const std::vector<std::string> lines = m_card.daemon().lines(false, 0);
+        return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find("modem setup correctly") != std::string::npos;
+        });
     };
     if (!waitUntil(ready, seconds(600)))
         throw Failure("the modem is not set up");

@@ -128,6 +128,12 @@ public:
             check("the modem is not set up");
     }
 
+    void print(const char* when) const
+    {
+        printf("%s: resident %ld KiB, %ld threads, %ld descriptors\n", when, daemon.residentKiB(), daemon.threads(),
+               daemon.descriptors());
+    }
+
     std::function<void(const sim::Port&)> alsoTold; ///< of every change; set before startServer()
     sim::Tavd server;
     std::unique_ptr<ModemSim> modem;

@@ -4,7 +4,6 @@
 #include "plainServer.h"
 
 #include <asio.hpp>
-#include <atomic>
 #include <random>
 #include <sched.h>
 
@@ -95,38 +94,6 @@ private:
     std::thread m_reader, m_writer;
 };
 
-// Ten thousand events a second of an input that is evaluated and drives nothing.
-class Noise {
-public:
-    explicit Noise(PlainServer& server) : m_start(figures::Clock::now())
-    {
-        m_thread = std::thread([this, &server] {
-            auto next = m_start;
-            while (!m_end) {
-                for (int i = 0; i < 10; ++i)
-                    server.noise(m_events++ % 2 == 0);
-                next += std::chrono::milliseconds(1);
-                std::this_thread::sleep_until(next);
-            }
-        });
-    }
-    ~Noise()
-    {
-        m_end = true;
-        m_thread.join();
-    }
-    double rate() const
-    {
-        return static_cast<double>(m_events) * 1e6 / figures::microseconds(figures::Clock::now() - m_start);
-    }
-
-private:
-    std::atomic<bool> m_end{false};
-    std::atomic<uint32_t> m_events{0};
-    figures::Clock::time_point m_start;
-    std::thread m_thread;
-};
-
 constexpr int kRuns = 5;
 
 struct Ratios {
@@ -204,9 +171,14 @@ int main(int argc, char* argv[])
     stayOn(0);
     server.serveFirstPoll();
     std::vector<bool> states(static_cast<size_t>(connections));
-    std::unique_ptr<Noise> noise;
+    // Ten thousand events a second of an input that is evaluated and drives nothing.
+    const auto tenEvents = [&server](unsigned) {
+        for (int i = 0; i < 10; ++i)
+            server.noise(i % 2 == 0);
+    };
+    std::unique_ptr<figures::Beat> noise;
     if (mode == "events")
-        noise = std::make_unique<Noise>(server);
+        noise = std::make_unique<figures::Beat>(std::chrono::milliseconds(1), tenEvents);
     if (withModem && mode != "setup")
         bench.waitUntilModemReady();
     if (withModem)
@@ -221,7 +193,7 @@ int main(int argc, char* argv[])
     print(", p99", ratios.late);
     printf("\n");
     if (noise)
-        printf("       beside %.0f other events a second\n", noise->rate());
+        printf("       beside %.0f other events a second\n", 10 * noise->beatsPerSecond());
     if (withModem)
         printf("       meanwhile the modem was given %zu command lines and texts\n", bench.modem->commands().size());
     fflush(stdout);

@@ -3,8 +3,11 @@
 #define FIGURES_H
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <functional>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -43,6 +46,33 @@ template <typename Work> double nanosecondsPerCall(long calls, Work work)
     }
     return median(runs);
 }
+
+/// Calls @p work at a steady rate, on a thread of its own, as long as it lives.
+class Beat {
+public:
+    Beat(Clock::duration period, std::function<void(unsigned)> work)
+        : m_thread([this, period, work = std::move(work)] {
+              auto next = m_start;
+              for (; !m_end; ++m_beats) {
+                  work(m_beats);
+                  std::this_thread::sleep_until(next += period);
+              }
+          })
+    {
+    }
+    ~Beat()
+    {
+        m_end = true;
+        m_thread.join();
+    }
+    double beatsPerSecond() const { return m_beats * 1e6 / microseconds(Clock::now() - m_start); }
+
+private:
+    const Clock::time_point m_start = Clock::now();
+    std::atomic<bool> m_end{false};
+    std::atomic<unsigned> m_beats{0};
+    std::thread m_thread;
+};
 
 } // namespace figures
 

@@ -3,16 +3,9 @@
 
 namespace {
 
-void print(const char* when, const bench::Daemon& daemon)
-{
-    printf("%s: resident %ld KiB, %ld threads, %ld descriptors\n", when, daemon.residentKiB(), daemon.threads(),
-           daemon.descriptors());
-}
-
 // Events in messages of a hundred; after every tenth message one that drives an output, and the wait for it.
-void play(DaemonBench& bench, long events)
+void play(DaemonBench& bench, long events, bool& set)
 {
-    bool set = false;
     std::vector<std::pair<std::string, uint32_t>> message(100);
     for (long sent = 0; sent < events;) {
         for (int i = 0; i < 10; ++i) {
@@ -33,16 +26,17 @@ int main(int argc, char* argv[])
 {
     const long events = argc > 1 ? atol(argv[1]) : 1000000;
     DaemonBench bench;
+    bool set = false; // the input that drives an output
     bench.configure(16, false);
     bench.startServer();
     bench.startDaemon();
     bench.waitUntilObeyed();
-    print("at start", bench.daemon);
-    play(bench, events / 100);
-    print("after a hundredth of the events", bench.daemon);
+    bench.print("at start");
+    play(bench, events / 100, set);
+    bench.print("after a hundredth of the events");
     const long before = bench.daemon.residentKiB();
-    play(bench, events);
-    print("after the events", bench.daemon);
+    play(bench, events, set);
+    bench.print("after the events");
     printf("%ld events: %+ld KiB\n", events, bench.daemon.residentKiB() - before);
     return 0;
 }

@@ -129,15 +129,6 @@ extern "C" int usleep(useconds_t time)
 
 namespace {
 
-class CountedManager : public ManagerBench {
-public:
-    explicit CountedManager(const char* serialPort = "")
-    {
-        snprintf(mConfig_struct.serialPortName, sizeof mConfig_struct.serialPortName, "%s", serialPort);
-        strcpy(mConfig_struct.simPin, "1357");
-    }
-};
-
 // The content of the frame that tells of the first input's new status.
 std::string event(bool set)
 {
@@ -149,22 +140,29 @@ std::string event(bool set)
     return message.SerializeAsString();
 }
 
+// Of events that set and clear the input in turn.
+template <typename Deliver> void countTenEvents(const char* road, Deliver deliver)
+{
+    const auto walk = [&] {
+        for (int i = 0; i < 10; ++i)
+            deliver(i % 2 == 0);
+    };
+    walk();
+    begin();
+    walk();
+    end(road, 10);
+}
+
 // From a received frame to the frame that drives an output, with its line in the log.
 void countEvent(int connections, const char* road)
 {
     Card card(connections);
     const std::string contents[] = {event(false), event(true)};
     std::string problem;
-    const auto walk = [&](unsigned times) {
-        for (unsigned i = 0; i < times; ++i) {
-            const std::string& content = contents[(i + 1) % 2];
-            card.manager.handleObjectAction(tavcodec::decode(content.data(), content.size(), problem)->list.get());
-        }
-    };
-    walk(10);
-    begin();
-    walk(10);
-    end(road, 10);
+    countTenEvents(road, [&](bool set) {
+        const std::string& content = contents[set ? 1 : 0];
+        card.manager.handleObjectAction(tavcodec::decode(content.data(), content.size(), problem)->list.get());
+    });
 }
 
 // The daemon's own part of it: from the decoded event to the output's new state, its log at WARN.
@@ -177,14 +175,7 @@ void countOwnPart(int connections, const char* road)
     const auto clear = tavcodec::decode(contents[0].data(), contents[0].size(), problem);
     const auto set = tavcodec::decode(contents[1].data(), contents[1].size(), problem);
     card.manager.leaveServer();
-    const auto walk = [&](unsigned times) {
-        for (unsigned i = 0; i < times; ++i)
-            card.manager.handleObjectAction((i % 2 == 0 ? set : clear)->list.get());
-    };
-    walk(10);
-    begin();
-    walk(10);
-    end(road, 10);
+    countTenEvents(road, [&](bool isSet) { card.manager.handleObjectAction((isSet ? set : clear)->list.get()); });
     cWlog::init(cWlog::INFO);
 }
 
@@ -228,7 +219,10 @@ void countCommand()
 void countIdlePolls()
 {
     auto& modem = *new ModemSim();
-    auto& manager = *new CountedManager(modem.path().c_str());
+    auto& manager = ManagerBench::forEver();
+    snprintf(manager.mConfig_struct.serialPortName, sizeof manager.mConfig_struct.serialPortName, "%s",
+             modem.path().c_str());
+    strcpy(manager.mConfig_struct.simPin, "1357");
     std::thread([&manager] { GSMIOmanager::create_gsm_handler(&manager); }).detach();
     if (!modem.waitForCommand("AT+CMGD=10", 1, std::chrono::seconds(300)))
         exit(1);

@@ -45,31 +45,6 @@ private:
     std::vector<std::thread> m_threads;
 };
 
-// Events of an input that drives nothing, for the viewers to see.
-class Noise {
-public:
-    Noise(sim::Tavd& server, int rate)
-        : m_thread([this, &server, rate] {
-              auto next = figures::Clock::now();
-              for (unsigned i = 0; !m_end; ++i) {
-                  server.setInput("NOISE", i % 2 + 1);
-                  next += std::chrono::microseconds(1000000 / rate);
-                  std::this_thread::sleep_until(next);
-              }
-          })
-    {
-    }
-    ~Noise()
-    {
-        m_end = true;
-        m_thread.join();
-    }
-
-private:
-    std::atomic<bool> m_end{false};
-    std::thread m_thread;
-};
-
 void measure(DaemonBench& bench, std::vector<double>& roads, int samples, bool& state)
 {
     for (int i = 0; i < samples; ++i) {
@@ -105,7 +80,9 @@ int main(int argc, char* argv[])
     bench.startDaemon();
     bench.waitUntilObeyed();
 
-    const Noise noise(bench.server, std::max(rate, 1));
+    // Events of an input that drives nothing, for the viewers to see.
+    const figures::Beat noise(std::chrono::microseconds(1000000 / std::max(rate, 1)),
+                              [&](unsigned i) { bench.server.setInput("NOISE", i % 2 + 1); });
     std::array<std::vector<double>, 3> roads;
     size_t bytes = 0;
     bool state = false;

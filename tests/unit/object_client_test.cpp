@@ -129,24 +129,6 @@ protected:
     std::unique_ptr<cObjectClient> client;
 };
 
-TEST_F(ObjectClient, GetsThePortsThatTheServerKnowsByKindAndLabel)
-{
-    connect();
-    server.setInput("IN2", 3);
-    const auto input = ask(cObjectPort(), "IN2");
-    ASSERT_TRUE(input && input->size() == 1u);
-    auto& found = dynamic_cast<cObjectPort&>(*input->front());
-    EXPECT_EQ(found.getPortStatus(), cObject::OBJ_STATUS_ALARM_WARN);
-    EXPECT_EQ(found.getPortId(), 2);
-    EXPECT_EQ(found.getPortType(), 2);
-    EXPECT_EQ(found.getDeviceSerial(), 0x10u);
-    EXPECT_TRUE(ask(cObjectPort(), "in2")->empty());
-    EXPECT_TRUE(ask(cObjectPort(), "OUT1")->empty()) << "an output is not an input";
-    const auto output = ask(cObjectDOutput(), "OUT1");
-    ASSERT_TRUE(output && output->size() == 1u);
-    EXPECT_NE(dynamic_cast<cObjectDOutput*>(output->front().get()), nullptr);
-}
-
 TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
 {
     connect();

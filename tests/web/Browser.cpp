@@ -1,5 +1,7 @@
 #include "Browser.h"
 
+#include "../unit/simPort.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -97,30 +99,12 @@ int Program::end()
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-ObjectServer::ObjectServer(std::string programs) : m_programs(std::move(programs))
+void startExample(sim::Tavd& server)
 {
-    m_file = std::filesystem::temp_directory_path().string() + "/ports.XXXXXX";
-    const int file = mkstemp(m_file.data());
-    const std::string ports = "<ports><input label='DOOR_OPEN' id='1'/><input label='ROOM1_WARM' id='2'/>"
-                              "<input label='SMOKE' id='3'/><input label='WINDOW' id='4'/>"
-                              "<output label='FAN' id='1'/><output label='HORN' id='2'/></ports>";
-    if (write(file, ports.data(), ports.size()) != static_cast<ssize_t>(ports.size()))
-        throw std::runtime_error("no file of ports");
-    close(file);
-    m_server =
-        std::make_unique<Program>(std::vector<std::string>{m_programs + "/tavd-sim", "--port", "0", "--ports", m_file});
-    m_port = m_server->lineAfter("ports at 127.0.0.1:");
-}
-
-ObjectServer::~ObjectServer()
-{
-    unlink(m_file.c_str());
-}
-
-void ObjectServer::change(const std::string& command) const
-{
-    if (system(('"' + m_programs + "/tavctl\" --port " + m_port + ' ' + command).c_str()) != 0)
-        throw std::runtime_error(command);
+    server.setPorts({simPort(false, "DOOR_OPEN", 1), simPort(false, "ROOM1_WARM", 2), simPort(false, "SMOKE", 3),
+                     simPort(false, "WINDOW", 4), simPort(true, "FAN", 1), simPort(true, "HORN", 2)});
+    if (!server.start("127.0.0.1", 0))
+        throw std::runtime_error("no object server");
 }
 
 Browser::Browser()

@@ -2,6 +2,8 @@
 #ifndef TESTS_WEB_BROWSER_H
 #define TESTS_WEB_BROWSER_H
 
+#include "tavd/Tavd.h"
+
 #include <chrono>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -33,20 +35,8 @@ private:
     std::string m_read;
 };
 
-/// A simulated object server with some inputs and outputs of the example's, and a client that changes them.
-class ObjectServer {
-public:
-    /// @param programs the folder of the programs
-    explicit ObjectServer(std::string programs);
-    ~ObjectServer();
-    std::string port() const { return m_port; }
-    /// "alarm LABEL STATUS" or "drive LABEL STATE". @throws std::runtime_error when it is refused
-    void change(const std::string& command) const;
-
-private:
-    std::string m_programs, m_file, m_port;
-    std::unique_ptr<Program> m_server;
-};
+/// Starts the server with some inputs and outputs of the example's. @throws std::runtime_error
+void startExample(sim::Tavd& server);
 
 /// Each operation throws std::runtime_error when the browser refuses it. Elements are named by CSS selectors.
 class Browser {

@@ -184,26 +184,27 @@ TEST_F(Page, AScenarioIsSteppedPausedAndRunAndAFailedLineIsShown)
 TEST_F(Page, AnObjectServersPageShowsItsPortsAndRulesAndTakesNoCommand)
 {
     const std::string programs = std::string(TAVBENCH).substr(0, std::string(TAVBENCH).rfind('/'));
-    auto server = std::make_unique<ObjectServer>(programs);
-    Program reader({programs + "/tavctl", "--port", server->port(), "web", "--listen", "0", "--config", CONFIGURATION});
+    sim::Tavd server;
+    startExample(server);
+    Program reader({programs + "/tavctl", "--port", std::to_string(server.port()), "web", "--listen", "0", "--config",
+                    CONFIGURATION});
     browser.open(reader.lineAfter("Open "));
     expectLamp("HORN", "clear");
     EXPECT_EQ(true, browser.value("document.querySelector('.switch[data-label=SMOKE]').disabled"));
     EXPECT_EQ(true, browser.value("['telephone', 'faults'].every((id) => !document.getElementById(id).offsetParent)"));
-    server->change("alarm SMOKE set");
+    server.setInput("SMOKE", 1);
     EXPECT_TRUE(browser.becomes("document.querySelector('#rule-1 .dot').classList.contains('active')"));
-    server->change("drive HORN set");
+    server.setOutput("HORN", 1, 1);
     expectLamp("HORN", "set");
     expectText("#outputs-list", "last by a client that gave no name");
-    server.reset();
+    server.stop();
     EXPECT_TRUE(browser.becomes("!document.querySelector('#peer').hidden"));
     expectText("#log-lines", "the server closed the connection");
 }
 
 TEST_F(Page, GoesOnByItselfAfterARestartAndAfterAFloodOfEvents)
 {
-    openBench();
-    browser.open(m_address);
+    showBench();
     expectLamp("LAMP", "set");
     const size_t at = m_address.rfind(':') + 1;
     const std::string port = m_address.substr(at, m_address.find('/', at) - at);

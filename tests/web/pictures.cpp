@@ -87,12 +87,15 @@ void stepScenario(Browser& browser, const std::string& programs, const std::stri
 // The page of tavctl.
 void readOnly(Browser& browser, const std::string& programs, const std::string& config, const std::string& folder)
 {
-    ObjectServer server(programs);
-    Program reader({programs + "/tavctl", "--port", server.port(), "web", "--listen", "0", "--config", config});
+    sim::Tavd server;
+    startExample(server);
+    Program reader(
+        {programs + "/tavctl", "--port", std::to_string(server.port()), "web", "--listen", "0", "--config", config});
     browser.open(reader.lineAfter("Open "));
     expect(browser, lampIs("HORN", "clear"));
-    for (const char* change : {"alarm SMOKE set", "drive HORN set", "alarm DOOR_OPEN set"})
-        server.change(change);
+    server.setInput("SMOKE", 1);
+    server.setOutput("HORN", 1, 1);
+    server.setInput("DOOR_OPEN", 1);
     expect(browser, "document.querySelector('#timeline-plot .mark.output[aria-label*=HORN]')");
     save(folder + "/page-reading.png", browser.picture());
 }
