@@ -160,7 +160,7 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
     };
     Card& card = forEver<Card>();
     auto& slow = forEver<Slow>();
-    card.gsm.subscribe(new Listener([&slow](const std::string& text) {
+    auto* const listener = new Listener([&slow](const std::string& text) {
         ++slow.calls;
         ++slow.atGate;
         const std::lock_guard<std::mutex> open(slow.gate);
@@ -168,7 +168,8 @@ TEST(Gsm, KeepsOfAStormOfReportsTheNewestOfEachKind)
         slow.heard.add(text);
         if (text.find(" answer 20000") != std::string::npos)
             const std::lock_guard<std::mutex> openAgain(slow.second);
-    }));
+    });
+    EXPECT_EQ(0, card.gsm.subscribe(listener));
     cWlog::init(cWlog::INFO);
     const auto report = [&card](const std::string& place) {
         auto* event = new SmsEvent;
