@@ -3,6 +3,7 @@
 #include "cObjectList.h"
 #include "cObjectListener.h"
 #include "cWlog.h"
+#include "codec.h"
 #include "noThreads.h"
 #include "scratchFolder.h"
 #include "simPort.h"
@@ -23,6 +24,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 using namespace std::chrono_literals;
@@ -352,6 +354,27 @@ TEST_F(ObjectClient, DoesNotAskTheServerForNothingNorForMoreThanAnAnswerHolds)
     request.deleteObjects();
     EXPECT_EQ(server.gets(), 1u) << "connect()'s";
     EXPECT_EQ(listener.returns, 0);
+}
+
+TEST(ObjectCodec, ASetCarriesTheWholeOutput)
+{
+    cObjectDOutput output;
+    output.setPortLabel("OUT");
+    output.setDeviceSerial(7);
+    output.setPortId(8);
+    output.setPortType(3);
+    output.setPortStatus(cObject::OBJ_STATUS_ALARM_WARN);
+    output.setPortToggled(cObjectPort::PORT_TOGGLED_CCD);
+    output.setDefaultState(cObject::OBJ_IO_STATE_SET);
+    output.setOutputState(cObject::OBJ_IO_STATE_CLEAR);
+    const std::string frame = tavcodec::encodeSet(5, output);
+    tavobj::Message message;
+    ASSERT_TRUE(message.ParseFromString(frame.substr(tavcodec::kHeader)));
+    EXPECT_EQ(message.id(), 5U);
+    const tavobj::Port& port = message.objects(0).port();
+    EXPECT_EQ(std::make_tuple(port.label(), port.serial(), port.id(), port.type(), port.status(), port.toggled(),
+                              port.default_state(), port.output_state()),
+              std::make_tuple("OUT", 7U, 8U, 3U, 3U, 3U, 1U, 2U));
 }
 
 } // namespace
