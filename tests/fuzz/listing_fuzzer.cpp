@@ -3,6 +3,7 @@
 #include "fuzz.h"
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,13 +21,10 @@ bool begins(const std::string& line, const std::string& prefix)
 
 std::vector<std::string> split(const std::string& text)
 {
-    std::vector<std::string> fields(1);
-    for (const char c : text) {
-        if (c == ',')
-            fields.emplace_back();
-        else
-            fields.back() += c;
-    }
+    std::vector<std::string> fields;
+    std::istringstream stream(text);
+    for (std::string field; std::getline(stream, field, ',');)
+        fields.push_back(field);
     fields.resize(std::max<std::size_t>(fields.size(), 3));
     return fields;
 }

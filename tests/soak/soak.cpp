@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
 
@@ -43,14 +44,16 @@ public:
         : m_wishes(wishes), m_card(bench::findTools(""), bench::Pace()), m_random(wishes.seed)
     {
     }
-    bool run();
+    /// @return whether nothing has grown
+    bool play();
+    /// How long it went well, and the daemon's last lines.
+    void printEnd();
 
 private:
     struct Figures {
         long residentKiB, threads, descriptors;
     };
 
-    bool play();
     void startDaemon(const char* after);
     void letSomethingHappen();
     bool summarise(const Figures& early, const Figures& late);
@@ -79,7 +82,6 @@ private:
     void pause(Milliseconds time);
     size_t pick(size_t count) { return std::uniform_int_distribution<size_t>(0, count - 1)(m_random); }
     Figures figures();
-    void printLog();
     double days() const;
     void print(const char* when, const Figures& figures) const;
 
@@ -327,22 +329,12 @@ void Soak::print(const char* when, const Figures& figures) const
            figures.descriptors);
 }
 
-void Soak::printLog()
+void Soak::printEnd()
 {
+    printf("after %.2f days; the daemon's last lines:\n", days());
     const std::vector<std::string> lines = m_card.daemon().lines(false, 0);
     for (size_t i = lines.size() > 40 ? lines.size() - 40 : 0; i < lines.size(); ++i)
         fprintf(stderr, "    %s\n", lines[i].c_str());
-}
-
-bool Soak::run()
-{
-    try {
-        return play();
-    } catch (const Failure&) {
-        printf("after %.2f days; the daemon's last lines:\n", days());
-        printLog();
-        throw;
-    }
 }
 
 void Soak::letSomethingHappen()
@@ -451,9 +443,13 @@ int main(int argc, char* argv[])
         fprintf(stderr, "soak: %s\n", wrong.c_str());
         return 2;
     }
+    std::unique_ptr<Soak> soak;
     try {
-        return Soak(wishes).run() ? 0 : 1;
+        soak = std::make_unique<Soak>(wishes);
+        return soak->play() ? 0 : 1;
     } catch (const Failure& failure) {
+        if (soak)
+            soak->printEnd();
         fprintf(stderr, "soak: %s\n", failure.what());
         return 1;
     }

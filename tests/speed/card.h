@@ -4,7 +4,10 @@
 
 #include "../unit/ManagerBench.h"
 #include "../unit/simPort.h"
+#include "codec.h"
+#include "tavd/Protocol.h"
 #include "tavd/Tavd.h"
+#include "tavobj.pb.h"
 
 #include <cstdint>
 #include <string>
@@ -28,6 +31,21 @@ public:
         manager.connectTo("127.0.0.1", server.port());
         manager.update_lists();
         manager.check_trigger_values();
+    }
+    /// The content of the frame that tells of input i's new status.
+    static std::string event(int i, bool set)
+    {
+        sim::Port port;
+        port.id = static_cast<uint32_t>(i + 1);
+        port.status = set ? 1 : 2;
+        tavobj::Message message;
+        sim::addEvent(port, message);
+        return message.SerializeAsString();
+    }
+    void deliver(const std::string& content)
+    {
+        std::string problem;
+        manager.handleObjectAction(tavcodec::decode(content.data(), content.size(), problem)->list.get());
     }
     static std::string input(int i) { return "BUILDING-A-INPUT-" + std::to_string(i); }
     static std::string output(int i) { return "BUILDING-A-OUTPUT-" + std::to_string(i); }

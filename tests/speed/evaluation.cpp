@@ -62,13 +62,12 @@ private:
 int main(int argc, char** argv)
 {
     cWlog::init(cWlog::WARN);
-    std::vector<CardOfSize> cards;
+    std::vector<int> sizes = {16, 64, 256, 1024, 4096};
+    if (argc > 1)
+        sizes.clear();
     for (int i = 1; i < argc; ++i)
-        cards.emplace_back(std::max(atoi(argv[i]), 1));
-    for (const int connections : {16, 64, 256, 1024, 4096}) {
-        if (argc == 1)
-            cards.emplace_back(connections);
-    }
+        sizes.push_back(std::max(atoi(argv[i]), 1));
+    std::vector<CardOfSize> cards(sizes.begin(), sizes.end());
     std::vector<std::vector<double>> whole(cards.size()), bare(cards.size()), ratios(cards.size());
     for (int round = 0; round < kRounds; ++round) { // in turns, so that other work on the machine meets all of them
         for (size_t i = 0; i < cards.size(); ++i) {

@@ -40,20 +40,6 @@ private:
     unsigned m_turns = 0;
 };
 
-void deliver(ManagerBench& manager, uint32_t port, unsigned status)
-{
-    cObjectEvent event;
-    event.setEventType(cObjectEvent::EVENT_PORT);
-    event.setDeviceSerial(sim::Port().serial);
-    event.setPortId(static_cast<int>(port));
-    event.setObjectType(2);
-    event.setStatus(static_cast<cObject::eObjectStatus>(status));
-    cObjectList message;
-    message.setMsgType(3);
-    message.add(&event);
-    manager.handleObjectAction(&message);
-}
-
 } // namespace
 
 // fairness [CONNECTIONS] [SAMPLES]
@@ -72,11 +58,7 @@ int main(int argc, char* argv[])
         }
     };
     Turns events(card.manager.mEvaluationMutex), refreshes(events), commands(events);
-    std::thread delivery([&] {
-        play(events, [&](int i) {
-            deliver(card.manager, static_cast<uint32_t>(i % 2 + 1), static_cast<unsigned>(i / 2 % 2 + 1));
-        });
-    });
+    std::thread delivery([&] { play(events, [&](int i) { card.deliver(Card::event(i % 2, i / 2 % 2 == 0)); }); });
     std::thread poll([&] { play(refreshes, [&](int) { card.manager.update_lists(); }); });
     tavTrigger* commanded = action(Card::output(1).c_str());
     play(commands, [&](int) { card.manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr); });

@@ -34,19 +34,6 @@ inline double median(std::vector<double> values)
     return percentile(std::move(values), 50);
 }
 
-/// Nanoseconds of one call, the median of eleven runs of @p calls calls.
-template <typename Work> double nanosecondsPerCall(long calls, Work work)
-{
-    std::vector<double> runs;
-    for (int run = 0; run < 11; ++run) {
-        const Clock::time_point start = Clock::now();
-        for (long i = 0; i < calls; ++i)
-            work();
-        runs.push_back(1000 * microseconds(Clock::now() - start) / static_cast<double>(calls));
-    }
-    return median(runs);
-}
-
 /// Calls @p work at a steady rate, on a thread of its own, as long as it lives.
 class Beat {
 public:

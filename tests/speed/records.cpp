@@ -1,6 +1,7 @@
 // Prints what a long record costs: the time to write a line, to read it and to compare it, each against reading the
 // same file's lines and nothing more, and the memory that grew meanwhile. Usage: records [LINES], by default ten
 // million
+#include "../unit/scratchFolder.h"
 #include "figures.h"
 #include "record/Compare.h"
 #include "record/Replay.h"
@@ -77,12 +78,10 @@ void compare(const std::string& file)
 int main(int argc, char* argv[])
 {
     const long lines = argc > 1 ? strtol(argv[1], nullptr, 10) : 10000000;
-    const char* temporary = getenv("TMPDIR");
-    const std::string file =
-        std::string(temporary != nullptr ? temporary : "/tmp") + "/records-" + std::to_string(getpid());
-    double baseline = 0;
+    const ScratchFolder folder;
+    const std::string file = folder.path("record");
     measure("written", lines, 0, [&] { write(file, lines); });
-    baseline = measure("lines read, nothing more", lines, 0, [&] {
+    const double baseline = measure("lines read, nothing more", lines, 0, [&] {
         std::ifstream stream(file);
         for (std::string line; std::getline(stream, line);)
             ;
@@ -93,6 +92,5 @@ int main(int argc, char* argv[])
         printf("%s%s\n", wrong.c_str(), contents.text().c_str());
     });
     measure("read and compared", lines, baseline, [&] { compare(file); });
-    unlink(file.c_str());
     return 0;
 }

@@ -3,11 +3,8 @@
 // counted, on the thread that walks it alone.
 #include "../unit/scratchFolder.h"
 #include "card.h"
-#include "codec.h"
 #include "gsmIOpairs.h"
 #include "modem/ModemSim.h"
-#include "tavd/Protocol.h"
-#include "tavobj.pb.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -129,17 +126,6 @@ extern "C" int usleep(useconds_t time)
 
 namespace {
 
-// The content of the frame that tells of the first input's new status.
-std::string event(bool set)
-{
-    sim::Port port;
-    port.id = 1;
-    port.status = set ? 1 : 2;
-    tavobj::Message message;
-    sim::addEvent(port, message);
-    return message.SerializeAsString();
-}
-
 // Of events that set and clear the input in turn.
 template <typename Deliver> void countTenEvents(const char* road, Deliver deliver)
 {
@@ -157,12 +143,8 @@ template <typename Deliver> void countTenEvents(const char* road, Deliver delive
 void countEvent(int connections, const char* road)
 {
     Card card(connections);
-    const std::string contents[] = {event(false), event(true)};
-    std::string problem;
-    countTenEvents(road, [&](bool set) {
-        const std::string& content = contents[set ? 1 : 0];
-        card.manager.handleObjectAction(tavcodec::decode(content.data(), content.size(), problem)->list.get());
-    });
+    const std::string contents[] = {Card::event(0, false), Card::event(0, true)};
+    countTenEvents(road, [&](bool set) { card.deliver(contents[set ? 1 : 0]); });
 }
 
 // The daemon's own part of it: from the decoded event to the output's new state, its log at WARN.
@@ -171,7 +153,7 @@ void countOwnPart(int connections, const char* road)
     cWlog::init(cWlog::WARN);
     Card card(connections);
     std::string problem;
-    const std::string contents[] = {event(false), event(true)};
+    const std::string contents[] = {Card::event(0, false), Card::event(0, true)};
     const auto clear = tavcodec::decode(contents[0].data(), contents[0].size(), problem);
     const auto set = tavcodec::decode(contents[1].data(), contents[1].size(), problem);
     card.manager.leaveServer();

@@ -256,13 +256,14 @@ protected:
         made->setStatus(status);
         return made;
     }
-    void deliver(std::initializer_list<cObject*> objects, uint8_t type = 3)
+    void deliver(std::initializer_list<cObject*> objects, uint8_t type = 3) { deliver(manager, objects, type); }
+    static void deliver(ManagerBench& to, std::initializer_list<cObject*> objects, uint8_t type = 3)
     {
         cObjectList message;
         message.setMsgType(type);
         for (cObject* object : objects)
             message.add(object);
-        manager.handleObjectAction(&message);
+        to.handleObjectAction(&message);
         message.deleteObjects();
     }
     cObjectPort* input = nullptr;
@@ -295,11 +296,7 @@ TEST_F(Events, BeforeTheFirstRefreshChangeNothing)
 {
     auto& early = ManagerBench::forEver();
     early.addConnection(leaf("IN"), action("OUT"));
-    cObjectList message;
-    message.setMsgType(3);
-    message.add(event(7, 2, kAlarm));
-    early.handleObjectAction(&message);
-    message.deleteObjects();
+    deliver(early, {event(7, 2, kAlarm)});
     EXPECT_EQ(early.mTriggerPorts, nullptr);
     EXPECT_EQ(early.getInputs("IN", 0), nullptr);
     EXPECT_EQ(early.getOutputs("OUT", 0), nullptr);

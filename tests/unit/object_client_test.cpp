@@ -113,12 +113,12 @@ protected:
         EXPECT_FALSE(ask(cObjectPort(), "IN1"));
         EXPECT_LT(std::chrono::steady_clock::now() - begun, 4s);
     }
-    int drive(const char* label)
+    int drive(const char* label, cObject::eObjectIOState state = cObject::OBJ_IO_STATE_SET)
     {
         cObjectDOutput output;
         output.setPortLabel(label);
         output.setPortToggled(cObjectPort::PORT_TOGGLED_IODRIVER);
-        output.setOutputState(cObject::OBJ_IO_STATE_SET);
+        output.setOutputState(state);
         return client->set(&output);
     }
     bool comesBack(int times)
@@ -131,7 +131,7 @@ protected:
     std::unique_ptr<cObjectClient> client;
 };
 
-TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
+TEST_F(ObjectClient, DeliversEventsInOrderAndAnswersToWhoAsks)
 {
     connect();
     for (uint32_t i = 0; i < 300; ++i)
@@ -142,6 +142,10 @@ TEST_F(ObjectClient, DeliversEventsInOrderAndNoAnswers)
         ASSERT_EQ(listener.statuses[i], 1 + i % 3);
     for (uint8_t type : listener.types)
         EXPECT_EQ(type, 3);
+    server.setInput("IN2", 3);
+    const auto found = ask(cObjectPort(), "IN2");
+    ASSERT_TRUE(found && found->size() == 1u);
+    EXPECT_EQ(dynamic_cast<cObjectPort&>(*found->front()).getPortStatus(), cObject::OBJ_STATUS_ALARM_WARN);
 }
 
 // The socket fills and takes part of a frame; what waits behind it is the newest state of each output.
@@ -149,15 +153,10 @@ TEST_F(ObjectClient, WritesToAServerThatDoesNotReadWaitForItAndTheirCallerDoesNo
 {
     connect();
     server.hang(true);
-    cObjectDOutput outputs[2];
-    outputs[0].setPortLabel("OUT1");
-    outputs[1].setPortLabel("OUT2");
     constexpr int kWrites = 150000; // of some 40 bytes: more than the socket's buffers hold
     for (int i = 0; i <= kWrites; ++i) {
-        for (cObjectDOutput& output : outputs) {
-            output.setOutputState(i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET);
-            ASSERT_EQ(client->set(&output), 0);
-        }
+        for (const char* label : {"OUT1", "OUT2"})
+            ASSERT_EQ(drive(label, i % 2 != 0 ? cObject::OBJ_IO_STATE_CLEAR : cObject::OBJ_IO_STATE_SET), 0);
     }
     ASSERT_EQ(drive("OUT3"), 0);
     server.hang(false);
@@ -177,10 +176,8 @@ TEST_F(ObjectClient, WritersDuringReconnectionsDisturbNothing)
     std::vector<std::thread> writers;
     for (int i = 0; i < 2; ++i)
         writers.emplace_back([this, &done] {
-            cObjectDOutput output;
-            output.setPortLabel("OUT2");
             while (!done) {
-                client->set(&output);
+                drive("OUT2");
                 std::this_thread::yield();
             }
         });

@@ -96,19 +96,18 @@ std::string compared(const std::vector<std::pair<int64_t, std::string>>& recorde
     record::Compare compare;
     compare.setValue("A", "clear");
     uint64_t line = 0;
+    const auto streamOf = [](const std::string& value) { return value == "set" || value == "clear" ? "A" : "B"; };
     auto now = happened.begin();
     const auto happen = [&](int64_t until) {
         for (; now != happened.end() && now->first < until; ++now) {
             compare.waits(now->first);
-            compare.happened(now->second[0] == 's' || now->second[0] == 'c' ? "A" : "B", now->second, now->first, 5000,
-                             line);
+            compare.happened(streamOf(now->second), now->second, now->first, 5000, line);
         }
     };
     for (const auto& each : recorded) {
         happen(each.first);
         compare.waits(each.first);
-        compare.recorded(each.second[0] == 's' || each.second[0] == 'c' ? "A" : "B", each.second, each.first, 5000,
-                         ++line);
+        compare.recorded(streamOf(each.second), each.second, each.first, 5000, ++line);
     }
     happen(kEnd);
     compare.recordEnds(kEnd);

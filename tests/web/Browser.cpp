@@ -109,9 +109,6 @@ void startExample(sim::Tavd& server)
 
 Browser::Browser()
 {
-    m_profile = std::filesystem::temp_directory_path().string() + "/page-test.XXXXXX";
-    if (mkdtemp(m_profile.data()) == nullptr)
-        throw std::runtime_error("no folder for a profile");
     m_driver = std::make_unique<Program>(std::vector<std::string>{"chromedriver", "--port=0"});
     const std::string port = m_driver->lineAfter("started successfully on port ");
     m_client = std::make_unique<httplib::Client>("127.0.0.1", atoi(port.c_str()));
@@ -127,7 +124,7 @@ Browser::Browser()
                             "--hide-scrollbars",
                             "--disable-dev-shm-usage",
                             "--window-size=1280,900",
-                            "--user-data-dir=" + m_profile};
+                            "--user-data-dir=" + m_profile.path("")};
     const json wanted = {{"browserName", "chrome"},
                          {"goog:loggingPrefs", {{"browser", "ALL"}}},
                          {"goog:chromeOptions", {{"args", arguments}}}};
@@ -137,10 +134,6 @@ Browser::Browser()
 Browser::~Browser()
 {
     m_client->Delete("/session/" + m_session);
-    m_client.reset();
-    m_driver.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(m_profile, ignored);
 }
 
 json Browser::ask(const char* method, const std::string& path, const json& body)
@@ -173,6 +166,16 @@ void Browser::click(const std::string& selector)
     (void)value("document.querySelector(`" + selector +
                 "`)?.scrollIntoView({block: 'center'})"); // not under the header
     ask("POST", "/element/" + element(selector) + "/click");
+}
+
+void Browser::flip(const std::string& input)
+{
+    click(".switch[data-label=" + input + "]");
+}
+
+bool Browser::lampBecomes(const std::string& output, const std::string& value)
+{
+    return becomes("document.querySelector('.lamp[data-label=" + output + "]')?.dataset.value === '" + value + "'");
 }
 
 void Browser::type(const std::string& selector, const std::string& keys)

@@ -2,6 +2,7 @@
 #ifndef TESTS_WEB_BROWSER_H
 #define TESTS_WEB_BROWSER_H
 
+#include "../unit/scratchFolder.h"
 #include "tavd/Tavd.h"
 
 #include <chrono>
@@ -48,6 +49,9 @@ public:
 
     void open(const std::string& address);
     void click(const std::string& selector);
+    void flip(const std::string& input);
+    /// Waits until the output's lamp shows @p value. @return false when it did not in time
+    bool lampBecomes(const std::string& output, const std::string& value);
     /// Types into an element as a keyboard does; WebDriver's code points stand for keys.
     void type(const std::string& selector, const std::string& keys);
     /// Presses keys wherever the focus is.
@@ -69,7 +73,7 @@ private:
     nlohmann::json devtools(const std::string& command, const nlohmann::json& parameters);
     std::string element(const std::string& selector);
 
-    std::string m_profile;
+    ScratchFolder m_profile;
     std::unique_ptr<Program> m_driver;
     std::unique_ptr<httplib::Client> m_client;
     std::string m_session;

@@ -30,12 +30,9 @@ protected:
         openBench(what);
         browser.open(m_address);
     }
-    void flip(const std::string& input) { browser.click(".switch[data-label=" + input + "]"); }
     void expectLamp(const std::string& output, const std::string& value)
     {
-        EXPECT_TRUE(browser.becomes("document.querySelector('.lamp[data-label=" + output + "]')?.dataset.value === '" +
-                                    value + "'"))
-            << output;
+        EXPECT_TRUE(browser.lampBecomes(output, value)) << output;
     }
     void expectText(const std::string& selector, const std::string& part)
     {
@@ -61,7 +58,7 @@ TEST_F(Page, ASwitchIsMovedAndTheLampFollowsWithItsRuleAndItsCause)
 {
     showBench();
     expectLamp("LAMP", "set");
-    flip("SMOKE");
+    browser.flip("SMOKE");
     expectLamp("HORN", "set");
     expectText("#outputs-list", "SMOKE became set");
     EXPECT_TRUE(browser.becomes("document.querySelector('#rule-1 .dot').classList.contains('active')"));
@@ -69,7 +66,7 @@ TEST_F(Page, ASwitchIsMovedAndTheLampFollowsWithItsRuleAndItsCause)
     expectText("#said", "HORN was driven set by I/O driver");
     EXPECT_TRUE(
         browser.becomes("document.querySelector('#timeline-plot .mark.output[aria-label*=\"SMOKE became set\"]')"));
-    flip("SMOKE");
+    browser.flip("SMOKE");
     expectLamp("HORN", "clear");
     EXPECT_FALSE(browser.becomes("document.querySelector('#rule-1 .dot').classList.contains('active')",
                                  std::chrono::seconds(1)));
@@ -97,7 +94,7 @@ TEST_F(Page, FaultsAreMadeAndMended)
         expectText(std::string("[data-fault='") + name + "']", state);
     };
     fault("Object server", "Stop", "stopped");
-    flip("SMOKE"); // while nobody hears of it
+    browser.flip("SMOKE"); // while nobody hears of it
     fault("Object server", "Mend", "1 connected");
     expectLamp("HORN", "set");
     fault("Modem", "Silent", "silent");
@@ -215,7 +212,7 @@ TEST_F(Page, GoesOnByItselfAfterARestartAndAfterAFloodOfEvents)
     EXPECT_TRUE(browser.becomes("document.querySelector('#link').textContent === 'connected'"));
     browser.type("#command-line", "flood DRAIN 60000\n");
     EXPECT_TRUE(browser.becomes("document.querySelector('#timeline-span').textContent.includes('too fast')"));
-    flip("SMOKE");
+    browser.flip("SMOKE");
     expectLamp("HORN", "set");
     EXPECT_LE(browser.value("document.querySelectorAll('*').length"), 4000);
     EXPECT_EQ("clear", browser.value("document.querySelector('#inputs-list li:last-child').dataset.value"));

@@ -1,5 +1,6 @@
 // The page's server: who is let in, what a viewer is sent, what is bounded.
 #include "scratchFolder.h"
+#include "simPort.h"
 #include "web/Site.h"
 #include "web/Text.h"
 
@@ -16,9 +17,7 @@ const std::chrono::seconds kSoon(10);
 
 sim::Port port(const std::string& label, bool output, uint32_t value)
 {
-    sim::Port made;
-    made.label = label;
-    made.output = output;
+    sim::Port made = simPort(output, label, 0);
     made.status = made.state = value;
     made.toggled = 4;
     return made;
