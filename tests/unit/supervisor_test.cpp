@@ -184,6 +184,13 @@ TEST_F(DaemonAndServiceManager, IsToldWhatTheDaemonIsDoing)
     EXPECT_THAT(atEnd, Not(HasSubstr("hangs")));
 }
 
+TEST_F(DaemonAndServiceManager, IsToldOfAModemThatCannotBeSetUp)
+{
+    m_card.start();
+    m_card.modem().setSilent(true);
+    EXPECT_THAT(heardIn(1800s), HasSubstr("; modem could not be set up"));
+}
+
 TEST_F(DaemonAndServiceManager, HearsNoMoreOfADaemonWhoseDeliveryThreadIsStopped)
 {
     m_card.setModemPresent(false); // its events would wait for the thread
