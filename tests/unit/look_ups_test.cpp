@@ -128,16 +128,21 @@ TEST_F(LookUps, FindWhatIsAddedToTheListsByHand)
 
 TEST_F(LookUps, WithTheTraceOnShowTheWholeWalkToAnOutputEveryTime)
 {
-    refreshWith(0);
-    for (int i = 0; i < 5; ++i)
-        manager.addOutput(label(i).c_str(), cObject::OBJ_IO_STATE_CLEAR, cObject::OBJ_IO_STATE_CLEAR);
+    refreshWith(60);
+    size_t passed = 0; // ports, on the walks to each label
+    for (int i = 0; i < kLabels; ++i)
+        walk(manager.mOutputPorts, [&](cObjectPort* port) {
+            ++passed;
+            return label(i) == port->getPortLabel();
+        });
     cWlog::init(cWlog::DEBUG);
     const std::string lines = standardErrorOf([&] {
-        for (int i = 0; i < 2; ++i)
-            manager.setActionState(GSMIOmanager::SET, actions[2], nullptr, nullptr);
+        for (int times = 0; times < 2; ++times)
+            for (tavTrigger* commanded : actions)
+                manager.setActionState(GSMIOmanager::SET, commanded, nullptr, nullptr);
     });
     cWlog::init(cWlog::INFO);
-    EXPECT_EQ(timesIn(lines, "Checking Output"), 2U * 3U);
+    EXPECT_EQ(timesIn(lines, "Checking Output"), 2 * passed);
 }
 
 } // namespace
